@@ -1,0 +1,42 @@
+#include "dsp/SpectralAnalyzer.h"
+
+#include "dsp/SampleRate.h"
+#include "dsp/fft.h"
+
+#include <cmath>
+#include <numbers>
+
+namespace dsp {
+
+SpectralAnalyzer::SpectralAnalyzer() {
+    fft::initTables();
+    binOrder = fft::binOrder(kSize);
+    for (std::size_t i = 0; i < window.size(); ++i) {
+        const double phase = 2.0 * std::numbers::pi * static_cast<double>(i) / kSize;
+        window[i] = static_cast<float>((1.0 - std::cos(phase)) / 8192.0);
+    }
+    binDb.fill(-100.0F);
+    bandDb.fill(-100.0F);
+    retune(kDefaultSampleRate);
+}
+
+void SpectralAnalyzer::retune(double newSampleRate) {
+    sampleRate = static_cast<float>(usableSampleRate(newSampleRate));
+    const auto bands = displayBands(sampleRate, sampleRate / kSize, kBins);
+    for (std::size_t i = 0; i < bands.size(); ++i) {
+        bandLoBin[i] = bands[i].loBin;
+        bandHiBin[i] = bands[i].hiBin;
+        bandCentreHz[i] = bands[i].centreHz;
+    }
+}
+
+void SpectralAnalyzer::push(const double* left, const double* right, int n) {
+    std::uint32_t count = writeCount.load(std::memory_order_relaxed);
+    for (int i = 0; i < n; ++i) {
+        const double mono = right != nullptr ? (left[i] + right[i]) * 0.5 : left[i];
+        history[count & kHistoryMask] = static_cast<float>(mono);
+        writeCount.store(++count, std::memory_order_release);
+    }
+}
+
+} // namespace dsp

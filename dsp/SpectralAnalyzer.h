@@ -1,0 +1,49 @@
+#pragma once
+
+#include "dsp/DisplayBins.h"
+#include "dsp/Relaxed.h"
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+
+namespace dsp {
+
+/// Mono history of an instance's output and the tables of a 2048-point display of it in 256 bands.
+/// Owned by value by the plug-in instance. The audio thread fills the history; nothing evaluates
+/// the rest yet.
+class SpectralAnalyzer {
+public:
+    static constexpr int kSize = 2048;
+    static constexpr int kBins = kSize / 2;
+    static constexpr std::uint32_t kHistorySize = 8192;
+    static constexpr std::uint32_t kHistoryMask = kHistorySize - 1;
+
+    /// Empty history, levels at −100 dB, tables for 44100 Hz. [main]
+    SpectralAnalyzer();
+
+    /// Rebuilds the band tables for a sample rate, Hz; no usable rate counts as 44100 Hz.
+    /// [main, while not processing]
+    void retune(double newSampleRate);
+
+    /// Appends n samples of (left + right) / 2, or of left alone when right is null. [audio]
+    void push(const double* left, const double* right, int n);
+
+    std::array<Relaxed<float>, kHistorySize> history{}; ///< index = count & kHistoryMask
+    /// Samples pushed, free-running. Stored with release after the samples it counts: a reader that
+    /// loads it with acquire sees them.
+    std::atomic<std::uint32_t> writeCount{0};
+    std::uint32_t readCount = 0;  ///< samples consumed
+    float sampleRate = 0.0F;      ///< Hz
+    const std::int32_t* binOrder; ///< pair index of each bin, not owned
+    std::uint32_t frameCount = 0;
+    std::array<float, kSize> window{}; ///< periodic Hann window / 4096
+    std::array<float, kSize> work{};   ///< transform buffer
+    std::array<float, kBins> binDb{};
+    std::array<float, kDisplayBands> bandDb{};
+    std::array<std::int32_t, kDisplayBands> bandLoBin{};
+    std::array<std::int32_t, kDisplayBands> bandHiBin{}; ///< exclusive
+    std::array<float, kDisplayBands> bandCentreHz{};
+};
+
+} // namespace dsp

@@ -1,0 +1,75 @@
+#include "host/EventList.h"
+
+#include <cstring>
+
+namespace host {
+namespace {
+
+std::uint32_t inputSize(const clap_input_events_t* list) {
+    return static_cast<const EventList*>(list->ctx)->size();
+}
+
+const clap_event_header_t* inputGet(const clap_input_events_t* list, std::uint32_t index) {
+    return static_cast<const EventList*>(list->ctx)->at(index);
+}
+
+bool outputPush(const clap_output_events_t* list, const clap_event_header_t* event) {
+    return event != nullptr && static_cast<EventList*>(list->ctx)->add(*event);
+}
+
+template <typename Event>
+Event globalParamEvent(std::uint16_t type, clap_id id, std::uint32_t time) {
+    Event event{};
+    event.header = {sizeof(Event), time, CLAP_CORE_EVENT_SPACE_ID, type, 0};
+    event.param_id = id;
+    event.note_id = event.port_index = event.channel = event.key = -1;
+    return event;
+}
+
+} // namespace
+
+EventList::EventList(std::size_t maxEvents, std::size_t maxBytes)
+    : mWords(maxBytes / sizeof(std::uint64_t)),
+      mStarts(maxEvents), mInput{this, inputSize, inputGet}, mOutput{this, outputPush} {}
+
+bool EventList::addParamValue(clap_id id, double value, std::uint32_t time) {
+    auto event = globalParamEvent<clap_event_param_value_t>(CLAP_EVENT_PARAM_VALUE, id, time);
+    event.value = value;
+    return add(event.header);
+}
+
+bool EventList::addParamMod(clap_id id, double amount, std::uint32_t time) {
+    auto event = globalParamEvent<clap_event_param_mod_t>(CLAP_EVENT_PARAM_MOD, id, time);
+    event.amount = amount;
+    return add(event.header);
+}
+
+bool EventList::add(const clap_event_header_t& event) {
+    constexpr std::size_t kUnit = sizeof(std::uint64_t);
+    const std::size_t words = (event.size + kUnit - 1) / kUnit;
+    if (mCount == mStarts.size() || words > mWords.size() - mUsed)
+        return false;
+    std::memcpy(&mWords[mUsed], &event, event.size);
+    mStarts[mCount++] = mUsed;
+    mUsed += words;
+    return true;
+}
+
+void EventList::clear() { mUsed = mCount = 0; }
+
+std::uint32_t EventList::size() const { return static_cast<std::uint32_t>(mCount); }
+
+const clap_event_header_t* EventList::at(std::uint32_t index) const {
+    if (index >= mCount)
+        return nullptr;
+    return reinterpret_cast<const clap_event_header_t*>(&mWords[mStarts[index]]);
+}
+
+const clap_event_param_value_t* EventList::paramValueAt(std::uint32_t index) const {
+    const clap_event_header_t* event = at(index);
+    const bool matches = event != nullptr && event->space_id == CLAP_CORE_EVENT_SPACE_ID &&
+                         event->type == CLAP_EVENT_PARAM_VALUE;
+    return matches ? reinterpret_cast<const clap_event_param_value_t*>(event) : nullptr;
+}
+
+} // namespace host

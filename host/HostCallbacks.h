@@ -1,0 +1,64 @@
+/// The host as a plug-in sees it: the record with its callbacks, and the extensions behind it.
+#pragma once
+
+#include "host/CallLog.h"
+
+#include <clap/host.h>
+
+#include <atomic>
+#include <cstdint>
+#include <set>
+#include <string>
+#include <string_view>
+#include <thread>
+
+namespace host {
+
+/// One per plug-in instance; outlives it. Offers log, thread-check, params, state, latency, tail
+/// and audio-ports unless told otherwise. The thread that constructs it is the
+/// main thread of the thread check. Configure before the instance is created: the plug-in may keep
+/// what it got. Callbacks only record; nothing is carried out until the owner asks. [main]
+class HostCallbacks {
+public:
+    HostCallbacks();
+    HostCallbacks(const HostCallbacks&) = delete;
+    HostCallbacks& operator=(const HostCallbacks&) = delete;
+
+    /// The record to hand to a factory's create function.
+    [[nodiscard]] const clap_host_t* record() const { return &mRecord; }
+
+    /// The extension with this id is answered with null from now on.
+    void withhold(std::string_view id) { mWithheld.emplace(id); }
+    /// A host without any extension.
+    void withholdAll() { mWithholdAll = true; }
+    /// The extension is offered, but every function in its table is null.
+    void offerPartial(std::string_view id) { mPartial.emplace(id); }
+
+    /// Every callback that came, with thread and values. [any]
+    [[nodiscard]] CallLog& calls() { return mCalls; }
+    [[nodiscard]] const CallLog& calls() const { return mCalls; }
+
+    /// Whether the plug-in has asked for its main-thread call since the last take. [any]
+    [[nodiscard]] bool takeCallbackRequest() { return mCallbackRequested.exchange(false); }
+
+    /// As the thread check answers on the calling thread. [any]
+    [[nodiscard]] bool isMainThread() const;
+    [[nodiscard]] static bool isAudioThread();
+
+    /// Records a call from the current thread; used by the callbacks. [any]
+    void note(Callback callback, std::uint32_t value = 0, const char* text = nullptr) noexcept;
+    /// The table for an id as configured, or null; used by get_extension. [any]
+    [[nodiscard]] const void* extension(const char* id) const noexcept;
+    void requestCallback() noexcept { mCallbackRequested = true; }
+
+private:
+    clap_host_t mRecord{};
+    CallLog mCalls;
+    std::thread::id mMainThread = std::this_thread::get_id();
+    std::set<std::string, std::less<>> mWithheld;
+    std::set<std::string, std::less<>> mPartial;
+    bool mWithholdAll = false;
+    std::atomic<bool> mCallbackRequested{false};
+};
+
+} // namespace host

@@ -1,0 +1,107 @@
+// The C side of HostCallbacks: function tables that record the call and answer.
+#include "host/HostCallbacks.h"
+#include "plugin/ClapRecords.h"
+
+namespace host {
+namespace {
+
+HostCallbacks& self(const clap_host_t* host) {
+    return *static_cast<HostCallbacks*>(host->host_data);
+}
+
+template <Callback kCallback>
+void noteOnly(const clap_host_t* host) {
+    self(host).note(kCallback);
+}
+
+template <Callback kCallback>
+void noteValue(const clap_host_t* host, std::uint32_t value) {
+    self(host).note(kCallback, value);
+}
+
+void onRequestCallback(const clap_host_t* host) {
+    self(host).note(Callback::RequestCallback);
+    self(host).requestCallback();
+}
+
+void log(const clap_host_t* host, clap_log_severity severity, const char* message) {
+    self(host).note(Callback::Log, static_cast<std::uint32_t>(severity), message);
+}
+
+bool isMainThread(const clap_host_t* host) {
+    self(host).note(Callback::IsMainThread);
+    return self(host).isMainThread();
+}
+
+bool isAudioThread(const clap_host_t* host) {
+    self(host).note(Callback::IsAudioThread);
+    return HostCallbacks::isAudioThread();
+}
+
+void paramsClear(const clap_host_t* host, clap_id id, clap_param_clear_flags /*flags*/) {
+    self(host).note(Callback::ParamsClear, id);
+}
+
+bool isRescanFlagSupported(const clap_host_t* host, std::uint32_t flag) {
+    self(host).note(Callback::AudioPortsIsRescanFlagSupported, flag);
+    return true;
+}
+
+constexpr clap_host_log_t kLog{log};
+constexpr clap_host_thread_check_t kThreadCheck{isMainThread, isAudioThread};
+constexpr clap_host_params_t kParams{noteValue<Callback::ParamsRescan>, paramsClear,
+                                     noteOnly<Callback::ParamsRequestFlush>};
+constexpr clap_host_state_t kState{noteOnly<Callback::StateMarkDirty>};
+constexpr clap_host_latency_t kLatency{noteOnly<Callback::LatencyChanged>};
+constexpr clap_host_tail_t kTail{noteOnly<Callback::TailChanged>};
+constexpr clap_host_audio_ports_t kAudioPorts{isRescanFlagSupported,
+                                              noteValue<Callback::AudioPortsRescan>};
+
+/// Stands in for any table whose functions are all null.
+constexpr void* kEmptyTable[8]{};
+
+struct Extension {
+    std::string_view id;
+    const void* table;
+};
+
+constexpr Extension kExtensions[]{
+    {CLAP_EXT_LOG, &kLog},
+    {CLAP_EXT_THREAD_CHECK, &kThreadCheck},
+    {CLAP_EXT_PARAMS, &kParams},
+    {CLAP_EXT_STATE, &kState},
+    {CLAP_EXT_LATENCY, &kLatency},
+    {CLAP_EXT_TAIL, &kTail},
+    {CLAP_EXT_AUDIO_PORTS, &kAudioPorts},
+};
+
+const void* getExtension(const clap_host_t* host, const char* id) {
+    self(host).note(Callback::GetExtension, 0, id);
+    return self(host).extension(id);
+}
+
+} // namespace
+
+HostCallbacks::HostCallbacks() {
+    mRecord.clap_version = {1, 2, 10};
+    mRecord.host_data = this;
+    mRecord.name = "Tessella test host";
+    mRecord.vendor = "Orlavenko";
+    mRecord.url = "";
+    mRecord.version = "1.0";
+    mRecord.get_extension = getExtension;
+    mRecord.request_restart = noteOnly<Callback::RequestRestart>;
+    mRecord.request_process = noteOnly<Callback::RequestProcess>;
+    mRecord.request_callback = onRequestCallback;
+}
+
+const void* HostCallbacks::extension(const char* id) const noexcept {
+    if (id == nullptr || mWithholdAll || mWithheld.contains(std::string_view(id)))
+        return nullptr;
+    for (const Extension& row : kExtensions)
+        if (row.id == id)
+            return mPartial.contains(row.id) ? static_cast<const void*>(kEmptyTable) : row.table;
+    return nullptr;
+}
+
+} // namespace host

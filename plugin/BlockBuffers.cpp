@@ -1,0 +1,84 @@
+#include "plugin/BlockBuffers.h"
+
+#include <algorithm>
+
+namespace iplug {
+namespace {
+
+/// A host may announce any maximum; longer blocks than this are worth no more scratch memory.
+constexpr std::uint32_t kMostFrames = 65536;
+
+const clap_audio_buffer_t* mainPort(const clap_audio_buffer_t* ports, std::uint32_t count) {
+    return count > 0 ? ports : nullptr;
+}
+
+template <class Sample>
+Sample* channelOf(const clap_audio_buffer_t* port, Sample* const* data, int channel,
+                  std::uint32_t offset) {
+    if (data == nullptr || static_cast<std::uint32_t>(channel) >= port->channel_count ||
+        data[channel] == nullptr)
+        return nullptr;
+    return data[channel] + offset;
+}
+
+} // namespace
+
+void BlockBuffers::Prepare(std::uint32_t maxFrames) {
+    capacity = std::clamp<std::uint32_t>(maxFrames, 1, kMostFrames);
+    scratch.assign(std::size_t{2} * kChannels * capacity, 0.0);
+}
+
+double* BlockBuffers::Scratch(int line) noexcept {
+    return scratch.data() + static_cast<std::size_t>(line) * capacity;
+}
+
+void BlockBuffers::Attach(const clap_process_t& block, std::uint32_t offset,
+                          std::uint32_t frameCount) noexcept {
+    frames = frameCount;
+    outputsConnected = 0;
+    const auto* const in = mainPort(block.audio_inputs, block.audio_inputs_count);
+    const auto* const out = mainPort(block.audio_outputs, block.audio_outputs_count);
+    for (int channel = 0; channel < kChannels; ++channel) {
+        AttachInput(channel, in, offset);
+        AttachOutput(channel, out, offset);
+    }
+}
+
+void BlockBuffers::AttachInput(int channel, const clap_audio_buffer_t* port,
+                               std::uint32_t offset) noexcept {
+    double* const line = Scratch(channel);
+    inputs[std::size_t(channel)] = line;
+    if (port == nullptr) {
+        std::fill_n(line, frames, 0.0);
+    } else if (const double* samples = channelOf(port, port->data64, channel, offset)) {
+        inputs[std::size_t(channel)] = samples;
+    } else if (const float* floats = channelOf(port, port->data32, channel, offset)) {
+        std::copy_n(floats, frames, line);
+    } else {
+        std::fill_n(line, frames, 0.0);
+    }
+}
+
+void BlockBuffers::AttachOutput(int channel, const clap_audio_buffer_t* port,
+                                std::uint32_t offset) noexcept {
+    double* target = nullptr;
+    float* floats = nullptr;
+    if (port != nullptr) {
+        target = channelOf(port, port->data64, channel, offset);
+        if (target == nullptr)
+            floats = channelOf(port, port->data32, channel, offset);
+    }
+    if (target != nullptr || floats != nullptr)
+        outputsConnected = channel + 1;
+    outputs[std::size_t(channel)] = target != nullptr ? target : Scratch(kChannels + channel);
+    floatOutputs[std::size_t(channel)] = floats;
+}
+
+void BlockBuffers::Deliver() noexcept {
+    for (std::size_t channel = 0; channel < kChannels; ++channel)
+        if (floatOutputs[channel] != nullptr)
+            std::transform(outputs[channel], outputs[channel] + frames, floatOutputs[channel],
+                           [](double sample) { return static_cast<float>(sample); });
+}
+
+} // namespace iplug

@@ -1,0 +1,49 @@
+/// A host's audio buffers seen as 64-bit channels.
+#pragma once
+
+#include "plugin/ClapRecords.h"
+#include "plugin/IPlugProcessor.h"
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+namespace iplug {
+
+/// Presents the main ports of a process call, whatever their sample format and however much of
+/// them the host has connected, as the channel pointers that ProcessBlock wants. 64-bit channels
+/// are used where they lie; 32-bit ones go through scratch memory.
+class BlockBuffers {
+public:
+    static constexpr int kChannels = IPlugProcessor::kMaxChannels;
+
+    /// Makes room for slices of up to maxFrames. Allocates. [main, while not processing]
+    void Prepare(std::uint32_t maxFrames);
+    /// The longest slice that Attach takes, frames; longer blocks are processed in several.
+    [[nodiscard]] std::uint32_t Capacity() const noexcept { return capacity; }
+
+    /// Points the channels at frames [offset, offset + frames) of the block. [audio]
+    void Attach(const clap_process_t& block, std::uint32_t offset, std::uint32_t frames) noexcept;
+    /// Hands what was written to the channels back to the host. [audio]
+    void Deliver() noexcept;
+
+    [[nodiscard]] const double* const* Inputs() const noexcept { return inputs.data(); }
+    [[nodiscard]] double* const* Outputs() const noexcept { return outputs.data(); }
+    /// One more than the highest output channel that the host has connected.
+    [[nodiscard]] int NOutputsConnected() const noexcept { return outputsConnected; }
+
+private:
+    void AttachInput(int channel, const clap_audio_buffer_t* port, std::uint32_t offset) noexcept;
+    void AttachOutput(int channel, const clap_audio_buffer_t* port, std::uint32_t offset) noexcept;
+    [[nodiscard]] double* Scratch(int line) noexcept;
+
+    std::uint32_t capacity = 0;
+    std::uint32_t frames = 0;
+    int outputsConnected = 0;
+    std::array<const double*, kChannels> inputs{};
+    std::array<double*, kChannels> outputs{};
+    std::array<float*, kChannels> floatOutputs{}; ///< where Deliver converts to, or null
+    std::vector<double> scratch;                  ///< a line per input and per output channel
+};
+
+} // namespace iplug

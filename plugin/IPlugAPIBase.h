@@ -1,0 +1,32 @@
+/// What an instance may ask of its host, whatever the plug-in interface is.
+#pragma once
+
+#include "plugin/IPlugPluginBase.h"
+
+namespace iplug {
+
+/// The instance's and the editor's way to the host.
+class IPlugAPIBase : public IPluginBase {
+public:
+    using IPluginBase::IPluginBase;
+
+    // A user's gesture on a control, told to the host by the editor, in this order. The value is
+    // normalised. When too much is queued a record is dropped. [ui]
+    virtual void BeginInformHostOfParamChange(int index) = 0;
+    virtual void InformHostOfParamChange(int index, double normalizedValue) = 0;
+    virtual void EndInformHostOfParamChange(int index) = 0;
+
+    /// Something other than the host changed the parameter in this block; the host hears of it
+    /// with the block's output events. [audio]
+    virtual void InformHostWithinBlock(int index) noexcept = 0;
+
+    /// Housekeeping on the host's main-thread callback. [main]
+    virtual void OnIdle() {}
+
+protected:
+    /// True on the thread that is inside the host's process call, or inside a flush while active:
+    /// nothing on it may wait. [any]
+    [[nodiscard]] virtual bool OnAudioThread() const noexcept = 0;
+};
+
+} // namespace iplug

@@ -1,0 +1,86 @@
+/// The CLAP adapter: translates between the host's calls and the instance's operations.
+#pragma once
+
+#include "plugin/BlockBuffers.h"
+#include "plugin/ClapPlugin.h"
+#include "plugin/IPlugAPIBase.h"
+#include "plugin/IPlugProcessor.h"
+#include "plugin/ParamQueue.h"
+
+#include <pthread.h>
+
+namespace iplug {
+
+/// What the factory hands to a new instance.
+struct InstanceInfo {
+    const clap_plugin_descriptor_t* descriptor; ///< copied by the instance
+    const clap_host_t* host;
+};
+
+/// Maps the CLAP plug-in interface onto one instance. Nothing is decided here: each call becomes
+/// calls of the instance's virtual operations. No exception leaves it.
+class IPlugCLAP : public IPlugAPIBase, public IPlugProcessor, public ClapPlugin {
+public:
+    IPlugCLAP(const InstanceInfo& info, const Config& config);
+
+    // To the host, see IPlugAPIBase.
+    void BeginInformHostOfParamChange(int index) override;
+    void InformHostOfParamChange(int index, double normalizedValue) override;
+    void EndInformHostOfParamChange(int index) override;
+    void InformHostWithinBlock(int index) noexcept override;
+
+protected:
+    [[nodiscard]] bool OnAudioThread() const noexcept override;
+
+    // Core
+    bool init() noexcept override;
+    bool activate(double sampleRate, std::uint32_t minFrames,
+                  std::uint32_t maxFrames) noexcept override;
+    clap_process_status process(const clap_process_t* block) noexcept override;
+    void onMainThread() noexcept override { OnIdle(); }
+
+    // Audio ports, as the channel I/O text of the configuration says
+    std::uint32_t audioPortsCount(bool isInput) const noexcept override;
+    bool audioPortsInfo(std::uint32_t index, bool isInput,
+                        clap_audio_port_info_t* info) const noexcept override;
+    std::uint32_t audioPortsConfigCount() const noexcept override;
+    bool audioPortsGetConfig(std::uint32_t index,
+                             clap_audio_ports_config_t* config) const noexcept override;
+    bool audioPortsSetConfig(clap_id configId) noexcept override;
+
+    // Latency, tail, render mode
+    std::uint32_t latencyGet() const noexcept override;
+    bool renderSetMode(clap_plugin_render_mode mode) noexcept override;
+
+    // Parameters
+    std::uint32_t paramsCount() const noexcept override;
+    bool paramsInfo(std::uint32_t index, clap_param_info_t* info) const noexcept override;
+    bool paramsValue(clap_id id, double* value) noexcept override;
+    bool paramsValueToText(clap_id id, double value, char* display,
+                           std::uint32_t size) noexcept override;
+    bool paramsTextToValue(clap_id id, const char* display, double* value) noexcept override;
+    void paramsFlush(const clap_input_events_t* in,
+                     const clap_output_events_t* out) noexcept override;
+
+private:
+    class AudioCall; // marks the calling thread as the audio thread while it lives
+
+    [[nodiscard]] bool IsParam(clap_id id) const noexcept {
+        return id < static_cast<clap_id>(NParams());
+    }
+
+    void ProcessInputEvents(const clap_input_events_t* events) noexcept;
+    void ProcessInputEvent(const clap_event_header_t& event) noexcept;
+    void ProcessAudio(const clap_process_t& block) noexcept;
+    void ProcessOutputParams(const clap_output_events_t* events) noexcept;
+    void QueueParamRecord(const ParamRecord& record);
+    void FlushParamsIfNeeded();
+
+    BlockBuffers buffers;
+    ParamQueue outgoing;              ///< writer: the editor; reader: process or flush
+    std::uint32_t changedInBlock = 0; ///< a bit per parameter, see InformHostWithinBlock. [audio]
+    bool tailChangedPending = false;  ///< set by activate, told by the next process
+    std::atomic<pthread_t> audioThread = pthread_t{}; ///< inside an audio call, else zero
+};
+
+} // namespace iplug

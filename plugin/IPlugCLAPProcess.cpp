@@ -1,0 +1,185 @@
+#include "plugin/IPlugCLAP.h"
+
+#include "dsp/DenormalGuard.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace iplug {
+namespace {
+
+clap_event_param_value_t valueEvent(int index, double hostValue) {
+    clap_event_param_value_t event{};
+    event.header = {.size = sizeof event,
+                    .time = 0,
+                    .space_id = CLAP_CORE_EVENT_SPACE_ID,
+                    .type = CLAP_EVENT_PARAM_VALUE,
+                    .flags = 0};
+    event.param_id = static_cast<clap_id>(index);
+    event.note_id = -1;
+    event.port_index = -1;
+    event.channel = -1;
+    event.key = -1;
+    event.value = hostValue;
+    return event;
+}
+
+clap_event_param_gesture_t gestureEvent(const ParamRecord& record) {
+    clap_event_param_gesture_t event{};
+    const bool begin = record.kind == ParamRecord::Kind::GestureBegin;
+    event.header = {.size = sizeof event,
+                    .time = 0,
+                    .space_id = CLAP_CORE_EVENT_SPACE_ID,
+                    .type = std::uint16_t(begin ? CLAP_EVENT_PARAM_GESTURE_BEGIN
+                                                : CLAP_EVENT_PARAM_GESTURE_END),
+                    .flags = 0};
+    event.param_id = static_cast<clap_id>(record.index);
+    return event;
+}
+
+template <class Event>
+bool push(const clap_output_events_t& events, const Event& event) {
+    return events.try_push(&events, &event.header);
+}
+
+bool pushRecord(const clap_output_events_t& events, const ParamRecord& record) {
+    return record.kind == ParamRecord::Kind::Value
+               ? push(events, valueEvent(record.index, record.value))
+               : push(events, gestureEvent(record));
+}
+
+} // namespace
+
+/// While it lives, OnAudioThread() is true on the thread that made it.
+class IPlugCLAP::AudioCall {
+public:
+    explicit AudioCall(IPlugCLAP& adapter) noexcept : thread(adapter.audioThread) {
+        thread.store(pthread_self(), std::memory_order_relaxed);
+    }
+    ~AudioCall() { thread.store(pthread_t{}, std::memory_order_relaxed); }
+    AudioCall(const AudioCall&) = delete;
+    AudioCall& operator=(const AudioCall&) = delete;
+
+private:
+    std::atomic<pthread_t>& thread;
+};
+
+// Relaxed serves: a thread can only find its own id here when it put it there itself.
+bool IPlugCLAP::OnAudioThread() const noexcept {
+    return pthread_equal(audioThread.load(std::memory_order_relaxed), pthread_self()) != 0;
+}
+
+clap_process_status IPlugCLAP::process(const clap_process_t* block) noexcept {
+    if (block == nullptr)
+        return CLAP_PROCESS_ERROR;
+    const dsp::DenormalGuard noDenormals;
+    const AudioCall audioCall(*this);
+    if (tailChangedPending) {
+        tailChangedPending = false;
+        hostTailChanged();
+    }
+    ProcessInputEvents(block->in_events);
+    ProcessAudio(*block);
+    ProcessOutputParams(block->out_events);
+    return CLAP_PROCESS_CONTINUE; // always: a sleeping host would cut the delay line off
+}
+
+void IPlugCLAP::ProcessAudio(const clap_process_t& block) noexcept {
+    const std::uint32_t longest = buffers.Capacity();
+    if (longest == 0)
+        return; // never activated
+    for (std::uint32_t offset = 0; offset < block.frames_count; offset += longest) {
+        const std::uint32_t frames = std::min(block.frames_count - offset, longest);
+        buffers.Attach(block, offset, frames);
+        SetOutChansConnected(buffers.NOutputsConnected());
+        ProcessBlock(buffers.Inputs(), buffers.Outputs(), static_cast<int>(frames));
+        buffers.Deliver();
+        if (block.frames_count - offset <= longest)
+            break; // before the offset can wrap around
+    }
+    for (std::uint32_t port = 0; port < block.audio_outputs_count; ++port)
+        block.audio_outputs[port].constant_mask = 0;
+}
+
+void IPlugCLAP::paramsFlush(const clap_input_events_t* in,
+                            const clap_output_events_t* out) noexcept {
+    const auto flush = [&] {
+        ProcessInputEvents(in);
+        ProcessOutputParams(out);
+    };
+    if (isActive()) {
+        const AudioCall audioCall(*this);
+        flush();
+    } else {
+        flush();
+    }
+}
+
+void IPlugCLAP::ProcessInputEvents(const clap_input_events_t* events) noexcept {
+    if (events == nullptr || events->size == nullptr || events->get == nullptr)
+        return;
+    const std::uint32_t count = events->size(events);
+    for (std::uint32_t i = 0; i < count; ++i)
+        if (const clap_event_header_t* event = events->get(events, i))
+            ProcessInputEvent(*event);
+}
+
+void IPlugCLAP::ProcessInputEvent(const clap_event_header_t& event) noexcept {
+    if (event.space_id != CLAP_CORE_EVENT_SPACE_ID || event.type != CLAP_EVENT_PARAM_VALUE ||
+        event.size < sizeof(clap_event_param_value_t))
+        return;
+    const auto& change = reinterpret_cast<const clap_event_param_value_t&>(event);
+    if (!IsParam(change.param_id) || std::isnan(change.value))
+        return;
+    const int index = static_cast<int>(change.param_id);
+    IParam& param = GetParam(index);
+    param.Set(param.FromHost(change.value));
+    OnParamChange(index, ParamSource::Host, static_cast<int>(event.time));
+}
+
+void IPlugCLAP::ProcessOutputParams(const clap_output_events_t* events) noexcept {
+    if (events == nullptr || events->try_push == nullptr)
+        return;
+    for (; const ParamRecord* record = outgoing.Peek(); outgoing.Pop())
+        if (!pushRecord(*events, *record))
+            return; // the host is full: the rest goes with the next call
+    for (int index = 0; index < NParams() && changedInBlock != 0; ++index) {
+        const std::uint32_t bit = 1U << index;
+        const IParam& param = GetParam(index);
+        if ((changedInBlock & bit) == 0)
+            continue;
+        if (!push(*events, valueEvent(index, param.ToHost(param.Value()))))
+            return;
+        changedInBlock &= ~bit;
+    }
+}
+
+void IPlugCLAP::InformHostWithinBlock(int index) noexcept { changedInBlock |= 1U << index; }
+
+void IPlugCLAP::BeginInformHostOfParamChange(int index) {
+    QueueParamRecord({ParamRecord::Kind::GestureBegin, index, 0.0});
+}
+
+void IPlugCLAP::InformHostOfParamChange(int index, double normalizedValue) {
+    const IParam& param = GetParam(index);
+    const double value =
+        param.Stepped() ? param.Constrain(param.FromNormalized(normalizedValue)) : normalizedValue;
+    QueueParamRecord({ParamRecord::Kind::Value, index, value});
+}
+
+void IPlugCLAP::EndInformHostOfParamChange(int index) {
+    QueueParamRecord({ParamRecord::Kind::GestureEnd, index, 0.0});
+}
+
+void IPlugCLAP::QueueParamRecord(const ParamRecord& record) {
+    outgoing.Push(record);
+    FlushParamsIfNeeded();
+}
+
+void IPlugCLAP::FlushParamsIfNeeded() {
+    if (isProcessing() || !canUseParams())
+        return;
+    runOnMainThread([this] { hostRequestFlush(); });
+}
+
+} // namespace iplug

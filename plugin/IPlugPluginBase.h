@@ -1,0 +1,46 @@
+/// The parameter side of the framework layer.
+#pragma once
+
+#include "plugin/IEditorDelegate.h"
+#include "plugin/IPlugParameter.h"
+
+#include <memory>
+#include <vector>
+
+namespace iplug {
+
+/// Who changed a parameter.
+enum class ParamSource { Reset, Host, PresetRecall };
+
+/// Holds the parameters and tells the instance of their changes.
+class IPluginBase : public IEditorDelegate {
+public:
+    explicit IPluginBase(const Config& config);
+
+    [[nodiscard]] int NParams() const noexcept { return static_cast<int>(params.size()); }
+    /// The parameter of an index from 0 to NParams() - 1. [any]
+    [[nodiscard]] IParam& GetParam(int index) noexcept { return *params[std::size_t(index)]; }
+    [[nodiscard]] const IParam& GetParam(int index) const noexcept {
+        return *params[std::size_t(index)];
+    }
+
+    /// A parameter has a new value. Hosts deliver changes on the audio thread while processing and
+    /// on the main thread otherwise; the editor on its own. [any]
+    virtual void OnParamChange(int index) = 0;
+    /// The same with its origin and the event's offset in the block (-1 for none). [any]
+    virtual void OnParamChange(int index, ParamSource /*source*/, int /*sampleOffset*/) {
+        OnParamChange(index);
+    }
+
+protected:
+    /// Appends a parameter: they are added in index order, before anything reads them. [main]
+    void AddParam(const ParamSpec& row) { params.push_back(std::make_unique<IParam>(row)); }
+
+    /// Announces every parameter's current value in index order. [main]
+    void OnParamReset(ParamSource source);
+
+private:
+    std::vector<std::unique_ptr<IParam>> params; // unique_ptr: the atomic value cannot move
+};
+
+} // namespace iplug

@@ -1,0 +1,98 @@
+#include "plugin/TessellaDuckwork.h"
+
+#include <boost/interprocess/exceptions.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <mutex>
+
+namespace {
+
+/// Numbers the instances of this process for their default names; numbers are never reused.
+std::atomic<int> sInstanceCounter = 0;
+
+/// Sleeps 100 ms, also when signals interrupt it.
+void sleepTick() {
+    timespec left{.tv_sec = 0, .tv_nsec = 100'000'000};
+    while (nanosleep(&left, &left) != 0) {
+    }
+}
+
+} // namespace
+
+TessellaDuckwork* MakePlug(const iplug::InstanceInfo& info) {
+    static std::mutex sCreationMutex;
+    const std::scoped_lock lock(sCreationMutex);
+    return new TessellaDuckwork(info);
+}
+
+TessellaDuckwork::TessellaDuckwork(const iplug::InstanceInfo& info)
+    : IPlugCLAP(info, iplug::Config{}) {
+    for (const iplug::ParamSpec& row : kParamTable)
+        AddParam(row);
+    for (int index = 0; index < kNumParams; ++index)
+        mirror[std::size_t(index)] = GetParam(index).Value();
+    working = Targets();
+    std::snprintf(instanceName.data(), instanceName.size(), "TessellaDuckwork #%d",
+                  sInstanceCounter.fetch_add(1, std::memory_order_relaxed) + 1);
+    if (shm.Open())
+        PublishStartingSettings();
+    worker = std::thread([this] { RunHeartbeat(); });
+}
+
+TessellaDuckwork::~TessellaDuckwork() {
+    stopWorker.store(true, std::memory_order_relaxed); // join orders the rest
+    worker.join();
+    shm.Close();
+    CloseWindow();
+}
+
+void TessellaDuckwork::PublishStartingSettings() {
+    shm.SetDisplayName(instanceName.data());
+    const TDBand wholeRange;
+    lastBandsSeq = seenBandsSeq = shm.WriteBands(&wholeRange, 1);
+    lastHpLpSeq = seenHpLpSeq =
+        shm.WriteHpLp(static_cast<float>(Mirror(HP)), static_cast<float>(Mirror(LP)));
+    PublishControls();
+    shm.PublishDuckSelf(duckSelf);
+}
+
+/// Touches the slot every 3 s; ends within 100 ms of being told to.
+void TessellaDuckwork::RunHeartbeat() {
+    constexpr int kTicksBetweenTouches = 30;
+    const auto stopped = [this] { return stopWorker.load(std::memory_order_relaxed); };
+    while (!stopped()) {
+        try {
+            shm.Touch();
+        } catch (const boost::interprocess::interprocess_exception&) {
+            // A broken lock: nothing to be done here, and the host must not end by it.
+        }
+        for (int tick = 0; tick < kTicksBetweenTouches && !stopped(); ++tick)
+            sleepTick();
+    }
+}
+
+void TessellaDuckwork::OnReset() {
+    hostSampleRate = GetSampleRate();
+    analyzer.retune(hostSampleRate);
+    shm.SetMyLatency(static_cast<int>(processor.reset(hostSampleRate)));
+    UpdateEnvelope();
+    peerBins.fill(0.0F);
+    working = Targets();
+}
+
+void TessellaDuckwork::GetGainReduction(float& low, float& mid, float& high) const {
+    low = grSnapshot[0];
+    mid = grSnapshot[1];
+    high = grSnapshot[2];
+}
+
+void TessellaDuckwork::SetInstanceName(const char* name) {
+    if (name == nullptr)
+        return;
+    instanceName.fill('\0');
+    std::memcpy(instanceName.data(), name, strnlen(name, instanceName.size() - 1));
+    shm.SetDisplayName(instanceName.data());
+}

@@ -1,0 +1,240 @@
+#include "shm/TessellaDuckworkSHM.h"
+#include "tests/shm/RawSegment.h"
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <limits>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <thread>
+
+namespace {
+
+using namespace raw;
+using SegmentLifecycle = RegistryTest;
+
+TEST_F(SegmentLifecycle, CreatedSegmentIsAsContractedByteForByte) {
+    const mode_t former = umask(077);
+    TessellaDuckworkSHM handle;
+    ASSERT_TRUE(handle.Open());
+    umask(former);
+    EXPECT_EQ(Stat().st_mode & 07777, 0644U);
+    ASSERT_EQ(static_cast<std::size_t>(Stat().st_size), kBytes);
+
+    Segment segment;
+    const auto heartbeat = segment.Get<std::int64_t>(Slot(0) + kHeartbeat);
+    EXPECT_NEAR(static_cast<double>(heartbeat), static_cast<double>(std::time(nullptr)), 2.0);
+    std::string expected(kBytes, '\0');
+    const auto put = [&expected](std::size_t offset, const auto& value) {
+        std::memcpy(expected.data() + offset, &value, sizeof value);
+    };
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+    pthread_mutex_t mutex;
+    std::memset(&mutex, 0, sizeof mutex);
+    pthread_mutex_init(&mutex, &attributes);
+    const auto id =
+        (static_cast<std::uint64_t>(getpid()) << 32) ^ reinterpret_cast<std::uintptr_t>(&handle);
+    put(kVersion, std::uint32_t{10});
+    put(kMutex, mutex);
+    put(kHighWater, std::int32_t{1});
+    put(Slot(0) + kId, id);
+    put(Slot(0) + kActive, std::uint8_t{1});
+    put(Slot(0) + kHeartbeat, heartbeat);
+    std::memcpy(expected.data() + Slot(0) + kName, "TessellaDuckwork", 16);
+    std::memcpy(expected.data() + kMagic, "GRDT", 4);
+    EXPECT_EQ(std::memcmp(segment.Bytes(), expected.data(), kBytes), 0);
+    EXPECT_EQ(handle.MyId(), id);
+}
+
+TEST_F(SegmentLifecycle, SixteenSlotsThenNoneThenTheFreedOne) {
+    std::array<TessellaDuckworkSHM, 16> handles;
+    for (auto& handle : handles)
+        ASSERT_TRUE(handle.Open());
+    Segment segment;
+    EXPECT_EQ(segment.Get<std::int32_t>(kHighWater), 16);
+    TessellaDuckworkSHM extra;
+    EXPECT_FALSE(extra.Open());
+    EXPECT_EQ(extra.MyId(), 0U);
+    EXPECT_EQ(extra.WriteHpLp(1, 2), 0U);
+
+    const auto left = handles[5].MyId();
+    handles[5].Close();
+    EXPECT_EQ(segment.Get<std::uint8_t>(Slot(5) + kActive), 0);
+    EXPECT_EQ(segment.Get<std::uint64_t>(Slot(5) + kId), left) << "closing keeps the rest";
+    // A claim must wipe whatever a former owner left, padding included, and touch no neighbour.
+    std::memset(segment.Bytes() + Slot(5), 0xFE, 5376);
+    ASSERT_TRUE(extra.Open());
+    std::string slot(segment.Bytes() + Slot(5), 5376);
+    EXPECT_EQ(segment.Get<std::uint64_t>(Slot(5) + kId), extra.MyId());
+    std::memset(slot.data() + kId, 0, 8);
+    std::memset(slot.data() + kName, 0, 16);
+    std::memset(slot.data() + kHeartbeat, 0, 8);
+    slot[kActive] = 0;
+    EXPECT_EQ(slot, std::string(5376, '\0'));
+    EXPECT_EQ(segment.Get<std::uint64_t>(Slot(6) + kId), handles[6].MyId());
+
+    ASSERT_TRUE(extra.Open()) << "an open handle first gives its own slot back";
+    EXPECT_EQ(segment.Get<std::uint64_t>(Slot(5) + kId), extra.MyId());
+}
+
+struct Found {
+    const char* what;
+    std::size_t bytes;
+    std::uint32_t version;
+    const char* magic;
+    std::uint8_t active;
+    int age;
+    bool joined;
+};
+class OpenFinds : public RegistryTest, public testing::WithParamInterface<Found> {};
+
+TEST_P(OpenFinds, JoinsOrReplaces) {
+    const Found& found = GetParam();
+    Make(found.bytes, found.version, found.magic, found.active, std::time(nullptr) - found.age);
+    const ino_t former = Stat().st_ino;
+    const int keepsInodeBusy = open(kPath, O_RDONLY | O_CLOEXEC);
+    TessellaDuckworkSHM handle;
+    ASSERT_TRUE(handle.Open()) << found.what;
+    EXPECT_EQ(Stat().st_ino == former, found.joined) << found.what;
+    Segment segment;
+    EXPECT_EQ(segment.Get<std::uint64_t>(Slot(found.joined ? 1 : 0) + kId), handle.MyId());
+    EXPECT_EQ(segment.Get<std::uint32_t>(kMagic), 0x54445247U);
+    EXPECT_EQ(segment.Get<std::uint32_t>(kVersion), 10U);
+    close(keepsInodeBusy);
+}
+
+// Ages are a second off the limit where the clock may step during the test.
+INSTANTIATE_TEST_SUITE_P(
+    segments, OpenFinds,
+    testing::Values(Found{"a live one, 9 s old", kBytes, 10, "GRDT", 1, 9, true},
+                    Found{"only bit 0 of active counts", kBytes, 10, "GRDT", 0xFF, 0, true},
+                    Found{"dead for 11 s", kBytes, 10, "GRDT", 1, 11, false},
+                    Found{"released", kBytes, 10, "GRDT", 0xFE, 0, false},
+                    Found{"longer, with a live slot", kBytes + 1, 10, "GRDT", 1, 0, false},
+                    Found{"short", 100, 10, "GRDT", 1, 0, false},
+                    Found{"empty", 0, 10, "GRDT", 1, 0, false},
+                    Found{"live but of another layout", kBytes, 11, "GRDT", 1, 0, false},
+                    Found{"never becoming ready", kBytes, 10, "GRD?", 1, 0, false}));
+
+TEST_F(SegmentLifecycle, WaitsForASegmentThatIsBeingCreated) {
+    Make(kBytes, 10, "\0\0\0\0", 0, 0);
+    TessellaDuckworkSHM::ForceCleanIfStale(10);
+    ASSERT_TRUE(Exists()) << "without the magic word it may be under construction";
+    const ino_t former = Stat().st_ino;
+    std::thread creator([] {
+        Segment segment;
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        std::memcpy(segment.Bytes() + kMagic, "GRDT", 4);
+    });
+    TessellaDuckworkSHM handle;
+    EXPECT_TRUE(handle.Open());
+    creator.join();
+    EXPECT_EQ(Stat().st_ino, former);
+}
+
+TEST_F(SegmentLifecycle, SweepsTheDeadAndListsTheOthers) {
+    std::array<TessellaDuckworkSHM, 5> handles;
+    for (auto& handle : handles)
+        ASSERT_TRUE(handle.Open());
+    Segment segment;
+    const auto beat = [&segment](int k, std::int64_t time) {
+        segment.Put(Slot(k) + kHeartbeat, time);
+    };
+    const auto active = [&segment](int k) { return segment.Get<std::uint8_t>(Slot(k) + kActive); };
+    const std::int64_t now = std::time(nullptr);
+    beat(0, now - 100); // the sweeper itself
+    beat(1, now - 9);
+    beat(2, now + 1000); // a clock set back
+    beat(3, now - 11);
+    beat(4, std::numeric_limits<std::int64_t>::min());
+    std::memset(segment.Bytes() + Slot(1) + kName, 'x', 64); // a foreign name without end
+
+    std::vector<TDInstanceInfo> list(3);
+    ASSERT_TRUE(handles[0].GetActiveInstances(list));
+    ASSERT_EQ(list.size(), 4U) << "the dead are listed until swept, oneself never";
+    EXPECT_EQ(list[0].id, handles[1].MyId());
+    EXPECT_EQ(std::string(list[0].name), std::string(63, 'x'));
+    EXPECT_EQ(list[3].id, handles[4].MyId());
+
+    handles[0].CleanDead();
+    for (const int k : {0, 1, 2})
+        EXPECT_EQ(active(k), 1) << k;
+    for (const int k : {3, 4})
+        EXPECT_EQ(active(k), 0) << k;
+    EXPECT_EQ(segment.Get<std::int32_t>(kHighWater), 3);
+
+    handles[3].Touch();
+    EXPECT_EQ(active(3), 1);
+    EXPECT_GE(segment.Get<std::int64_t>(Slot(3) + kHeartbeat), now);
+    segment.Put(Slot(4) + kId, std::uint64_t{77});
+    handles[4].Touch();
+    EXPECT_EQ(active(4), 0) << "taken over by another instance: left alone";
+    const std::array<float, 3> meters{};
+    handles[4].WriteAudioCycle(meters.data(), meters.data(), nullptr, 0, false);
+    EXPECT_EQ(active(4), 1) << "a running audio thread revives its slot unasked";
+    handles[0].Close();
+    EXPECT_FALSE(handles[0].GetActiveInstances(list));
+    EXPECT_TRUE(list.empty());
+}
+
+TEST_F(SegmentLifecycle, AHolderThatDiedMakesPatientOperationsGiveUp) {
+    TessellaDuckworkSHM handle, late;
+    ASSERT_TRUE(handle.Open());
+    const pid_t child = fork();
+    if (child == 0) {
+        Segment segment;
+        pthread_mutex_lock(segment.Mutex());
+        _exit(0);
+    }
+    ASSERT_EQ(waitpid(child, nullptr, 0), child);
+
+    // Signals interrupt every sleep: they must not shorten the wait.
+    struct sigaction onAlarm {};
+    onAlarm.sa_handler = [](int) {};
+    sigaction(SIGALRM, &onAlarm, nullptr);
+    const itimerval every3ms{{0, 3000}, {0, 3000}}, never{};
+    setitimer(ITIMER_REAL, &every3ms, nullptr);
+    double start = SecondsNow();
+    EXPECT_EQ(handle.WriteHpLp(100, 200), 0U);
+    const double waited = SecondsNow() - start;
+    setitimer(ITIMER_REAL, &never, nullptr);
+    EXPECT_GE(waited, 0.5);
+    EXPECT_LT(waited, 2.0);
+
+    Segment segment;
+    float hpHz = 1, lpHz = 1;
+    EXPECT_EQ(handle.ReadOwnHpLp(hpHz, lpHz), 0U);
+    EXPECT_EQ(hpHz, 20.0F);
+    EXPECT_EQ(lpHz, 20000.0F);
+    handle.SetRemoteId(99);
+    EXPECT_EQ(handle.RemoteId(), 99U) << "the wish is kept";
+    EXPECT_EQ(segment.Get<std::uint64_t>(Slot(0) + kRemote), 0U);
+    EXPECT_FALSE(late.Open());
+
+    start = SecondsNow();
+    const std::array<float, 3> three{};
+    float bins[1024];
+    segment.Put(Slot(0) + kHeartbeat, std::int64_t{5});
+    EXPECT_FALSE(handle.ReadRemoteGR(bins));
+    EXPECT_FALSE(handle.ReadRemoteAudioBins(bins, 1024));
+    EXPECT_FALSE(handle.ReadBypassOf(handle.MyId()));
+    EXPECT_TRUE(handle.ReadDuckSelfOf(handle.MyId()));
+    EXPECT_FALSE(handle.ReadMyBypass());
+    EXPECT_FALSE(handle.TryWriteControls(1, 2, 3).has_value());
+    handle.SyncRemoteId();
+    EXPECT_EQ(handle.RemoteId(), 99U);
+    handle.Touch();
+    handle.WriteState(three.data());
+    handle.WriteAudioCycle(three.data(), three.data(), bins, 1024, true);
+    EXPECT_EQ(segment.Get<std::int64_t>(Slot(0) + kHeartbeat), 5);
+    EXPECT_LT(SecondsNow() - start, 0.4) << "the tries must not wait: one patient one takes 0.5 s";
+
+    handle.Close();
+    EXPECT_EQ(segment.Get<std::uint8_t>(Slot(0) + kActive), 1) << "left to the sweeps";
+    EXPECT_EQ(handle.MyId(), 0U);
+}
+
+} // namespace

@@ -1,0 +1,100 @@
+#include "tests/support/Signals.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <random>
+#include <sndfile.h>
+
+namespace support {
+namespace {
+
+constexpr double kTwoPi = 2.0 * std::numbers::pi;
+
+void add(Stereo& signal, double left, double right) {
+    signal.left.push_back(std::ldexp(std::round(std::ldexp(left, 24)), -24));
+    signal.right.push_back(std::ldexp(std::round(std::ldexp(right, 24)), -24));
+}
+
+double formants(double hz) {
+    return 1.0 / (1.0 + std::pow((hz - 600.0) / 200.0, 2.0)) +
+           0.4 / (1.0 + std::pow((hz - 2200.0) / 400.0, 2.0));
+}
+
+} // namespace
+
+Stereo noise(std::size_t frames, double level, unsigned seed) {
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<double> uniform(-level, level);
+    Stereo signal;
+    for (std::size_t i = 0; i < frames; ++i) {
+        const double left = uniform(random);
+        add(signal, left, uniform(random));
+    }
+    return signal;
+}
+
+Stereo tones(std::size_t frames, double rate, double level) {
+    constexpr double kChordHz[] = {82.4, 441.0, 1318.5, 7040.0};
+    Stereo signal;
+    for (std::size_t i = 0; i < frames; ++i) {
+        const double seconds = static_cast<double>(i) / rate;
+        const double gate = std::fmod(seconds, 0.5) < 0.3 ? level / 4.0 : 0.0;
+        double sum = 0.0;
+        for (const double hz : kChordHz)
+            sum += std::sin(kTwoPi * hz * seconds);
+        add(signal, gate * sum, 0.7 * gate * sum);
+    }
+    return signal;
+}
+
+Stereo speech(std::size_t frames, double rate, double level) {
+    std::mt19937 random(7);
+    std::uniform_real_distribution<double> hiss(-0.2, 0.2);
+    Stereo signal;
+    double phase = 0.0;
+    for (std::size_t i = 0; i < frames; ++i) {
+        const double seconds = static_cast<double>(i) / rate;
+        const double pitch = 120.0 + 30.0 * std::sin(kTwoPi * 0.7 * seconds);
+        const double voiced = std::pow(std::max(0.0, std::sin(kTwoPi * 3.0 * seconds)), 2.0);
+        phase = std::fmod(phase + pitch / rate, 1.0);
+        double sum = (1.0 - voiced) * hiss(random);
+        for (int harmonic = 1; harmonic <= 25; ++harmonic)
+            sum += 0.3 * voiced * formants(harmonic * pitch) * std::sin(kTwoPi * harmonic * phase);
+        add(signal, level * std::clamp(sum, -1.0, 1.0), level * std::clamp(0.8 * sum, -1.0, 1.0));
+    }
+    return signal;
+}
+
+std::optional<Stereo> recordedSpeech(std::size_t frames) {
+    SF_INFO info{};
+    SNDFILE* const file = sf_open("/usr/share/sounds/alsa/Front_Center.wav", SFM_READ, &info);
+    if (file == nullptr)
+        return std::nullopt;
+    const auto channels = static_cast<std::size_t>(info.channels);
+    std::vector<double> samples(static_cast<std::size_t>(info.frames) * channels);
+    sf_readf_double(file, samples.data(), info.frames);
+    sf_close(file);
+    Stereo signal;
+    for (std::size_t i = 0; !samples.empty() && i < frames; ++i)
+        add(signal, samples[i * channels % samples.size()], samples[i * channels % samples.size()]);
+    return signal;
+}
+
+double largestError(const Stereo& out, const Stereo& in, std::size_t delay, double gain,
+                    std::size_t from) {
+    double largest = 0.0;
+    for (std::size_t i = from; i < out.size(); ++i)
+        largest = std::max({largest, std::abs(out.left[i] - gain * in.left[i - delay]),
+                            std::abs(out.right[i] - gain * in.right[i - delay])});
+    return largest;
+}
+
+double rms(const Stereo& signal, std::size_t from) {
+    double sum = 0.0;
+    for (std::size_t i = from; i < signal.size(); ++i)
+        sum += signal.left[i] * signal.left[i] + signal.right[i] * signal.right[i];
+    return std::sqrt(sum / 2.0 / static_cast<double>(signal.size() - from));
+}
+
+} // namespace support

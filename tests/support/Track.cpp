@@ -1,0 +1,80 @@
+#include "tests/support/Track.h"
+
+#include <algorithm>
+#include <string>
+
+namespace support {
+
+const host::Library& plugin() {
+    static const host::Library library(TD_PLUGIN_PATH);
+    return library;
+}
+
+std::vector<shm::SlotSnapshot> activeSlots() {
+    std::vector<shm::SlotSnapshot> slots;
+    shm::RegistryMonitor monitor;
+    if (monitor.Attach())
+        monitor.ReadSlots(slots);
+    std::erase_if(slots, [](const shm::SlotSnapshot& slot) { return !slot.active; });
+    return slots;
+}
+
+Track::Track(const host::Library& library) : instance(library, callbacks), params(instance) {
+    if (!instance.init())
+        throw host::HostError("init refused");
+    for (const shm::SlotSnapshot& slot : activeSlots())
+        if (std::ranges::find(slotsBefore, slot.id, &shm::SlotSnapshot::id) == slotsBefore.end())
+            slotId = slot.id;
+}
+
+void Track::set(const std::vector<Setting>& settings) {
+    for (const Setting& setting : settings)
+        events.addParamValue(setting.id, toHost(setting.id, setting.value));
+    params.flush(events, sent);
+    events.clear();
+}
+
+void Track::start(double rate, Buffers buffers) {
+    instance.stopProcessing();
+    instance.deactivate();
+    audio.emplace(buffers.maxFrames, buffers.format);
+    if (buffers.inPlace)
+        audio->makeInPlace();
+    if (!instance.activate(rate, 1, buffers.maxFrames) || !instance.startProcessing())
+        throw host::HostError("activation refused");
+}
+
+void Track::block(const Stereo& in, std::size_t at, std::size_t frames, Stereo& out) {
+    const auto count = static_cast<std::uint32_t>(frames);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        audio->input().set(0, i, in.left[at + i]);
+        audio->input().set(1, i, in.right[at + i]);
+    }
+    sent.clear();
+    instance.process(*audio, count, events, sent);
+    events.clear();
+    for (std::uint32_t i = 0; i < count; ++i) {
+        out.left.push_back(audio->output().get(0, i));
+        out.right.push_back(audio->output().get(1, i));
+    }
+}
+
+Stereo Track::play(const Stereo& in, std::size_t frames) {
+    Stereo out;
+    for (std::size_t at = 0; at < in.size(); at += frames)
+        block(in, at, std::min(frames, in.size() - at), out);
+    return out;
+}
+
+double Track::toHost(clap_id id, double plain) const {
+    return params.fromText(id, std::to_string(plain)).value();
+}
+
+std::optional<shm::SlotSnapshot> Track::slot() const {
+    for (const shm::SlotSnapshot& slot : activeSlots())
+        if (slot.id == slotId)
+            return slot;
+    return std::nullopt;
+}
+
+} // namespace support

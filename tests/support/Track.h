@@ -1,0 +1,72 @@
+/// The plug-in on a track: what the tests of the built file have in common.
+#pragma once
+
+#include "host/Instance.h"
+#include "host/Params.h"
+#include "plugin/Parameters.h"
+#include "shm/RegistryMonitor.h"
+#include "tests/support/Signals.h"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace support {
+
+/// The plug-in file, loaded at the first call and until the process ends.
+const host::Library& plugin();
+
+/// The live slots of the registry, also when there is none.
+std::vector<shm::SlotSnapshot> activeSlots();
+
+struct Setting {
+    clap_id id;   ///< ParamIndex
+    double value; ///< in the parameter's unit
+};
+
+/// One instance with its host, its buffers and its event lists. One thread at a time.
+class Track {
+public:
+    struct Buffers {
+        std::uint32_t maxFrames = 4096;
+        host::SampleFormat format = host::SampleFormat::Float64;
+        bool inPlace = false;
+    };
+
+    /// Created and initialised; throws host::HostError when either is refused.
+    explicit Track(const host::Library& library = plugin());
+
+    /// Through a flush. Before start() nothing glides afterwards.
+    void set(const std::vector<Setting>& settings);
+    /// Activates, anew when active, and starts processing.
+    void start(double rate, Buffers buffers);
+    void start(double rate) { start(rate, Buffers{}); }
+    /// Plays in[at, at + frames) and appends what comes out. The events are handed in and cleared;
+    /// `sent` holds this block's output events.
+    void block(const Stereo& in, std::size_t at, std::size_t frames, Stereo& out);
+    /// Plays all of `in` in blocks of that size.
+    Stereo play(const Stereo& in, std::size_t frames);
+
+    /// A plain value as the host gives it in events.
+    [[nodiscard]] double toHost(clap_id id, double plain) const;
+    [[nodiscard]] double hostValue(clap_id id) const { return params.value(id).value(); }
+    /// The own slot, or nothing without one.
+    [[nodiscard]] std::optional<shm::SlotSnapshot> slot() const;
+    /// The instance id in the registry; 0 without a slot.
+    [[nodiscard]] std::uint64_t id() const { return slotId; }
+
+private:
+    host::HostCallbacks callbacks;
+    std::vector<shm::SlotSnapshot> slotsBefore = activeSlots();
+
+public:
+    host::Instance instance;
+    host::Params params;
+    host::EventList events{64}, sent{64};
+
+private:
+    std::optional<host::AudioBuffers> audio;
+    std::uint64_t slotId = 0;
+};
+
+} // namespace support

@@ -1,0 +1,95 @@
+#include "tools/demo/Signals.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numbers>
+
+namespace demo {
+namespace {
+
+constexpr double kTwoPi = 2.0 * std::numbers::pi;
+
+std::size_t framesOf(double seconds) { return static_cast<std::size_t>(seconds * kSampleRate); }
+
+/// Harmonics that fall off as a saw wave's do and faster above cornerHz: no aliasing, no filter.
+struct Voice {
+    double hz;
+    double cornerHz;
+    double phase = 0.0; ///< turns, at the start
+
+    [[nodiscard]] double at(double seconds) const {
+        double sum = 0.0;
+        for (int n = 1; n * hz < 6.0 * cornerHz; ++n) {
+            const double rolloff = 1.0 / (1.0 + std::pow(n * hz / cornerHz, 2.0));
+            sum += std::sin(kTwoPi * n * (hz * seconds + phase)) / n * rolloff;
+        }
+        return sum;
+    }
+};
+
+/// 0 at both ends, 1 between; the flanks last rampSeconds.
+double fadeInOut(double seconds, double length, double rampSeconds) {
+    const double edge = std::min(seconds, length - seconds) / rampSeconds;
+    return std::sin(std::clamp(edge, 0.0, 1.0) * std::numbers::pi / 2.0);
+}
+
+void addVoice(std::vector<double>& channel, const Voice& voice, double gain, double from,
+              double length, double rampSeconds) {
+    const std::size_t first = framesOf(from);
+    const std::size_t end = std::min(channel.size(), first + framesOf(length));
+    for (std::size_t i = first; i < end; ++i) {
+        const double seconds = static_cast<double>(i - first) / kSampleRate;
+        channel[i] += gain * voice.at(seconds) * fadeInOut(seconds, length, rampSeconds);
+    }
+}
+
+double kickAt(double seconds) {
+    // The integral of 48 + 130·e^(−t/30 ms), so that the pitch falls without a jump in phase.
+    const double turns = 48.0 * seconds + 130.0 * 0.03 * (1.0 - std::exp(-seconds / 0.03));
+    const double body = std::sin(kTwoPi * turns) * std::exp(-seconds / 0.14);
+    const double click = std::sin(kTwoPi * 2800.0 * seconds) * std::exp(-seconds / 0.003);
+    return 0.85 * body + 0.12 * click;
+}
+
+} // namespace
+
+Sound makeKick(double seconds) {
+    constexpr double kBeat = 0.5;
+    std::vector<double> channel(framesOf(seconds));
+    for (std::size_t i = 0; i < channel.size(); ++i)
+        channel[i] = kickAt(std::fmod(static_cast<double>(i) / kSampleRate, kBeat));
+    return {channel};
+}
+
+Sound makeBass(double seconds) {
+    constexpr double kBar = 2.0;
+    constexpr std::array<double, 4> kNotesHz{55.0, 43.654, 65.406, 48.999}; // A, F, C, G
+    std::vector<double> channel(framesOf(seconds));
+    std::size_t bar = 0;
+    for (double from = 0.0; from < seconds; from += kBar, ++bar)
+        addVoice(channel, {kNotesHz[bar % kNotesHz.size()], 420.0}, 0.38, from, kBar, 0.02);
+    return {channel};
+}
+
+Sound makePad(double seconds) {
+    constexpr std::array<double, 4> kChordHz{174.614, 220.0, 261.626, 329.628}; // F A C E
+    constexpr std::array<double, 3> kDetune{0.9965, 1.0, 1.0035};
+    Sound sound(2, std::vector<double>(framesOf(seconds)));
+    double phase = 0.0;
+    for (const double hz : kChordHz)
+        for (std::size_t i = 0; i < kDetune.size(); ++i) {
+            const Voice voice{hz * kDetune[i], 1800.0, phase};
+            const double pan = static_cast<double>(i) / (kDetune.size() - 1.0);
+            addVoice(sound[0], voice, 0.075 * (1.0 - 0.7 * pan), 0.0, seconds, 1.0);
+            addVoice(sound[1], voice, 0.075 * (0.3 + 0.7 * pan), 0.0, seconds, 1.0);
+            phase += 0.381966; // golden section: no two voices start together
+        }
+    return sound;
+}
+
+double secondsOf(const Sound& sound) {
+    return static_cast<double>(sound.front().size()) / kSampleRate;
+}
+
+} // namespace demo

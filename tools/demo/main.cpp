@@ -1,0 +1,129 @@
+/// tessella-demo: two pairs of sounds to hear and see the ducking by.
+#include "host/PrivateShm.h"
+#include "tools/demo/Signals.h"
+#include "tools/render/Failure.h"
+#include "tools/render/Picture.h"
+#include "tools/render/Progress.h"
+#include "tools/render/Report.h"
+#include "tools/render/Session.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <exception>
+#include <iostream>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr double kBeatSeconds = 8.0;
+
+struct Demo {
+    std::string priority;                       ///< keeps its sound
+    std::string other;                          ///< gives way
+    std::vector<render::ParamSetting> settings; ///< of the other
+};
+
+const Demo kKickAndBass{"kick",
+                        "bass",
+                        {{"ThreshLow", "-40"},
+                         {"RatioLow", "6"},
+                         {"ThreshMid", "-40"},
+                         {"RatioMid", "4"},
+                         {"Attack", "1"},
+                         {"Release", "60"}}};
+
+const Demo kSpeechOverPad{"speech",
+                          "pad",
+                          {{"ThreshLow", "-45"},
+                           {"RatioLow", "4"},
+                           {"ThreshMid", "-55"},
+                           {"RatioMid", "6"},
+                           {"ThreshHigh", "-55"},
+                           {"RatioHigh", "4"},
+                           {"Attack", "5"},
+                           {"Release", "180"}}};
+
+fs::path wav(const fs::path& folder, const std::string& name) { return folder / (name + ".wav"); }
+
+render::TrackOptions trackOf(const fs::path& folder, const std::string& name, bool duckSelf) {
+    render::TrackOptions track;
+    track.input = wav(folder, name);
+    track.displayName = name;
+    track.duckSelf = duckSelf;
+    return track;
+}
+
+void saveMixes(const Demo& demo, const fs::path& folder) {
+    const std::string name = demo.priority + "-and-" + demo.other;
+    demo::saveMix(wav(folder, demo.priority), wav(folder, demo.other),
+                  wav(folder, name + "-before"));
+    demo::saveMix(wav(folder, demo.priority + "-ducked"), wav(folder, demo.other + "-ducked"),
+                  wav(folder, name + "-after"));
+}
+
+void renderDemo(const Demo& demo, const fs::path& folder, const render::Options& common) {
+    render::Options options = common;
+    options.blockSize = 128; // the spectrum goes out every third block: 8 ms
+    options.tracks = {trackOf(folder, demo.priority, false), trackOf(folder, demo.other, true)};
+    options.tracks[1].settings = demo.settings;
+    const render::RenderResult result = render::renderSession(options, render::progressBar());
+    render::printReport(std::cout, result);
+    const fs::path picture = folder / (demo.priority + "-and-" + demo.other + ".png");
+    render::drawPicture(result, picture);
+    saveMixes(demo, folder);
+    std::cout << picture.string() << "\n\n";
+}
+
+void runAll(const fs::path& folder, const render::Options& common) {
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (error)
+        render::fail(folder.string() + ": cannot create the folder (" + error.message() + ")");
+    demo::save(demo::makeKick(kBeatSeconds), wav(folder, kKickAndBass.priority));
+    demo::save(demo::makeBass(kBeatSeconds), wav(folder, kKickAndBass.other));
+    renderDemo(kKickAndBass, folder, common);
+    const demo::Sound speech = demo::loadSpeech();
+    demo::save(speech, wav(folder, kSpeechOverPad.priority));
+    demo::save(demo::makePad(demo::secondsOf(speech)), wav(folder, kSpeechOverPad.other));
+    renderDemo(kSpeechOverPad, folder, common);
+}
+
+void run(int argc, char** argv) {
+    CLI::App app("Makes sounds, ducks them with the TessellaDuckwork plug-in, draws what happened.",
+                 "tessella-demo");
+    std::string folder = "demo";
+    std::string plugin;
+    app.add_option("-o,--output", folder, "Folder for everything made")->capture_default_str();
+    app.add_option("--plugin", plugin, "The plug-in (else beside this program)");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp&) {
+        std::cout << app.help();
+        return;
+    } catch (const CLI::ParseError& error) {
+        render::failUsage(error.what());
+    }
+    if (!host::enterPrivateShm())
+        std::fputs("tessella-demo: no private registry here, using the common one\n", stderr);
+    render::Options common;
+    if (!plugin.empty())
+        common.plugin = plugin;
+    runAll(folder, common);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        run(argc, argv);
+        return 0;
+    } catch (const render::Failure& failure) {
+        std::fprintf(stderr, "tessella-demo: %s\n", failure.what());
+        return static_cast<int>(failure.code());
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "tessella-demo: %s\n", error.what());
+        return static_cast<int>(render::ExitCode::Failed);
+    }
+}

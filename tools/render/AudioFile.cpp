@@ -1,0 +1,132 @@
+#include "tools/render/AudioFile.h"
+
+#include "tools/render/Failure.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <string>
+
+namespace render {
+namespace {
+
+constexpr double kVorbisQuality = 0.7;
+
+std::string lowerExtension(const std::filesystem::path& path) {
+    std::string extension = path.extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension;
+}
+
+int containerFor(const std::string& extension) {
+    if (extension == ".wav")
+        return SF_FORMAT_WAV;
+    if (extension == ".flac")
+        return SF_FORMAT_FLAC;
+    if (extension == ".ogg" || extension == ".oga")
+        return SF_FORMAT_OGG;
+    return 0;
+}
+
+bool canWrite(int format, const AudioFormat& source) {
+    SF_INFO info{};
+    info.samplerate = source.sampleRate;
+    info.channels = source.channels;
+    info.format = format;
+    return sf_format_check(&info) != 0;
+}
+
+bool isFloatingPoint(int format) {
+    const int subtype = format & SF_FORMAT_SUBMASK;
+    return subtype == SF_FORMAT_FLOAT || subtype == SF_FORMAT_DOUBLE;
+}
+
+} // namespace
+
+void SoundFileCloser::operator()(SNDFILE* file) const { sf_close(file); }
+
+AudioReader::AudioReader(const std::filesystem::path& path) {
+    if (!std::filesystem::exists(path))
+        fail(path.string() + ": no such file");
+    SF_INFO info{};
+    mFile.reset(sf_open(path.c_str(), SFM_READ, &info));
+    if (!mFile)
+        fail(path.string() + ": " + sf_strerror(nullptr));
+    if (info.channels < 1 || info.channels > 2)
+        fail(path.string() + ": has " + std::to_string(info.channels) +
+             " channels, only mono and stereo can be ducked");
+    if (info.frames <= 0)
+        fail(path.string() + ": holds no sound");
+    mFormat = {info.samplerate, info.channels, info.format,
+               static_cast<std::uint64_t>(info.frames)};
+}
+
+void AudioReader::read(std::span<double> left, std::span<double> right) {
+    const auto channels = static_cast<std::size_t>(mFormat.channels);
+    mInterleaved.assign(left.size() * channels, 0.0);
+    sf_readf_double(mFile.get(), mInterleaved.data(), static_cast<sf_count_t>(left.size()));
+    for (std::size_t i = 0; i < left.size(); ++i) {
+        left[i] = mInterleaved[i * channels];
+        right[i] = mInterleaved[i * channels + channels - 1];
+    }
+}
+
+int outputFormat(const std::filesystem::path& path, const AudioFormat& source,
+                 const std::filesystem::path& sourcePath) {
+    const std::string extension = lowerExtension(path);
+    if (extension == lowerExtension(sourcePath) && canWrite(source.container, source))
+        return source.container;
+    const int container = containerFor(extension);
+    if (container == 0)
+        failUsage(path.string() + ": cannot write this kind of file, only .wav, .flac and .ogg");
+    if (container == SF_FORMAT_OGG)
+        return SF_FORMAT_OGG | SF_FORMAT_VORBIS;
+    const int sameDepth = container | (source.container & SF_FORMAT_SUBMASK);
+    return canWrite(sameDepth, source) ? sameDepth : container | SF_FORMAT_PCM_24;
+}
+
+AudioWriter::AudioWriter(const std::filesystem::path& path, const AudioFormat& source,
+                         const std::filesystem::path& sourcePath, Cut cut)
+    : mPath(path), mChannels(source.channels), mRemaining(cut) {
+    SF_INFO info{};
+    info.samplerate = source.sampleRate;
+    info.channels = source.channels;
+    info.format = outputFormat(path, source, sourcePath);
+    mHoldsOvershoot = isFloatingPoint(info.format);
+    mFile.reset(sf_open(path.c_str(), SFM_WRITE, &info));
+    if (!mFile)
+        fail(path.string() + ": cannot write (" + sf_strerror(nullptr) + ")");
+    // Without this, samples beyond full scale would wrap round to the other side.
+    sf_command(mFile.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
+    double quality = kVorbisQuality;
+    sf_command(mFile.get(), SFC_SET_VBR_ENCODING_QUALITY, &quality, sizeof quality);
+}
+
+void AudioWriter::write(std::span<const double> left, std::span<const double> right) {
+    const std::size_t skip = std::min<std::uint64_t>(mRemaining.skipFrames, left.size());
+    const std::size_t count = std::min<std::uint64_t>(mRemaining.frames, left.size() - skip);
+    mRemaining.skipFrames -= skip;
+    mRemaining.frames -= count;
+    mInterleaved.clear();
+    for (std::size_t i = skip; i < skip + count; ++i) {
+        mInterleaved.push_back(left[i]);
+        if (mChannels == 2)
+            mInterleaved.push_back(right[i]);
+    }
+    if (!mHoldsOvershoot)
+        mClipped += static_cast<std::uint64_t>(
+            std::count_if(mInterleaved.begin(), mInterleaved.end(),
+                          [](double sample) { return std::abs(sample) > 1.0; }));
+    const auto frames = static_cast<sf_count_t>(count);
+    if (count > 0 && sf_writef_double(mFile.get(), mInterleaved.data(), frames) != frames)
+        fail(mPath.string() + ": cannot write (" + sf_strerror(mFile.get()) + ")");
+}
+
+void AudioWriter::finish() {
+    sf_write_sync(mFile.get());
+    if (sf_close(mFile.release()) != 0)
+        fail(mPath.string() + ": cannot finish writing");
+}
+
+} // namespace render

@@ -1,0 +1,196 @@
+#include "tools/render/Options.h"
+
+#include "tools/render/Failure.h"
+
+#include <CLI/CLI.hpp>
+
+#include <charconv>
+#include <iostream>
+
+namespace render {
+namespace {
+
+constexpr const char* kDescription =
+    "Ducks audio files against each other with the TessellaDuckwork plug-in, as tracks in a\n"
+    "workstation would: each file runs through an instance of its own, the first is paired with\n"
+    "the second, the third with the fourth, and so on. Wherever one of a pair is loud, the other\n"
+    "gives way at just those frequencies. Reads and writes WAV, FLAC and Ogg, mono or stereo.\n"
+    "Outputs line up with their inputs and are as long.\n";
+
+constexpr const char* kFooter =
+    "\nExamples:\n"
+    "  Let a bass give way to a kick drum, and draw what happened:\n"
+    "    tessella-render kick.wav bass.wav --duck 1=off --set 2:ThreshLow=-40\n"
+    "        --picture duck.png\n"
+    "  writes kick-ducked.wav and bass-ducked.wav beside their sources.\n\n"
+    "  Two terminals as two hosts, paired through the machine's registry:\n"
+    "    one:   tessella-render voice.flac --pair-with pad -o out\n"
+    "    other: tessella-render pad.flac --pair-with voice -o out\n\n"
+    "--list-params shows the names, ranges and defaults that --set knows.\n\n"
+    "Exit codes: 0 done; 1 something on the command line is wrong; 2 a file, the plug-in or\n"
+    "the registry failed.";
+
+/// The options that name a track, as they come from the command line.
+struct RawTrackArguments {
+    std::vector<std::string> inputs, sets, ducks, names, outputs;
+};
+
+struct RawFlags {
+    bool fast = false;
+    std::string outputFolder, plugin, picture;
+};
+
+void declareTrackOptions(CLI::App& app, RawTrackArguments& raw) {
+    app.add_option("FILE", raw.inputs, "Audio files, up to 16, all of one sample rate");
+    app.add_option("--set", raw.sets, "Set a parameter of track N, in its own unit; repeatable")
+        ->type_name("N:NAME=VALUE")
+        ->expected(1)
+        ->take_all();
+    app.add_option("--duck", raw.ducks, "Whether track N gives way to its partner (on at first)")
+        ->type_name("N=on|off")
+        ->expected(1)
+        ->take_all();
+    app.add_option("--name", raw.names, "Name of track N in the registry (else the file's name)")
+        ->type_name("N:NAME")
+        ->expected(1)
+        ->take_all();
+    app.add_option("--out", raw.outputs, "Output file of track N; its ending picks the format")
+        ->type_name("N:FILE")
+        ->expected(1)
+        ->take_all();
+}
+
+void declareGeneralOptions(CLI::App& app, Options& options, RawFlags& raw) {
+    app.add_option("-o,--output", raw.outputFolder,
+                   "Folder for the outputs, NAME-ducked.EXT (else beside each input)")
+        ->type_name("DIR");
+    app.add_option("--picture", raw.picture, "Draw spectra and gain reduction of all tracks")
+        ->type_name("FILE.png");
+    app.add_option("--block", options.blockSize, "Samples a block")
+        ->type_name("SIZE")
+        ->check(CLI::Range(1U, kMaxBlock))
+        ->capture_default_str();
+    app.add_flag("--raw-delay", options.rawDelay,
+                 "Keep the plug-in's delay; outputs grow longer by it");
+    app.add_flag("--realtime", options.realtime, "Take as long as the sound lasts");
+    app.add_flag("--private", options.privateRegistry,
+                 "Use a registry of one's own, unseen by an open project");
+    app.add_option("--pair-with", options.pairWith,
+                   "Pair the one FILE with an instance that another program runs, by its name; "
+                   "runs in real time")
+        ->type_name("NAME");
+    app.add_option("--wait", options.waitSeconds, "How long to wait for that instance")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.0, 3600.0))
+        ->capture_default_str();
+    app.add_flag("--fast", raw.fast, "With --pair-with: as fast as possible instead");
+    app.add_option("--plugin", raw.plugin,
+                   "The plug-in (else beside this program, then ~/.clap and /usr/lib/clap)")
+        ->type_name("FILE.clap");
+    app.add_flag("--list-params", options.listParams, "Show the parameters and end");
+}
+
+std::pair<std::size_t, ParamSetting> parseSetting(const std::string& argument,
+                                                  std::size_t trackCount) {
+    auto [track, rest] = splitTrackArgument("--set", argument, ':', trackCount);
+    const std::size_t equals = rest.find('=');
+    if (equals == 0 || equals == std::string::npos || equals + 1 == rest.size())
+        failUsage("--set " + argument + ": write it as N:NAME=VALUE, for example 2:ThreshLow=-30");
+    return {track, {rest.substr(0, equals), rest.substr(equals + 1)}};
+}
+
+bool parseSwitch(const std::string& argument, const std::string& word) {
+    if (word != "on" && word != "off")
+        failUsage("--duck " + argument + ": after the = comes on or off");
+    return word == "on";
+}
+
+void applyTrackArguments(Options& options, const RawTrackArguments& raw) {
+    for (const std::string& input : raw.inputs) {
+        TrackOptions track;
+        track.input = input;
+        track.displayName = track.input.stem().string();
+        options.tracks.push_back(std::move(track));
+    }
+    const std::size_t count = options.tracks.size();
+    for (const std::string& argument : raw.sets) {
+        auto [track, setting] = parseSetting(argument, count);
+        options.tracks[track].settings.push_back(std::move(setting));
+    }
+    for (const std::string& argument : raw.ducks) {
+        const auto [track, word] = splitTrackArgument("--duck", argument, '=', count);
+        options.tracks[track].duckSelf = parseSwitch(argument, word);
+    }
+    for (const std::string& argument : raw.names) {
+        const auto [track, name] = splitTrackArgument("--name", argument, ':', count);
+        options.tracks[track].displayName = name;
+    }
+    for (const std::string& argument : raw.outputs) {
+        const auto [track, file] = splitTrackArgument("--out", argument, ':', count);
+        options.tracks[track].output = file;
+    }
+}
+
+void applyFlags(Options& options, const RawFlags& raw) {
+    const auto given = [](const std::string& text) {
+        return text.empty() ? std::nullopt : std::optional<std::filesystem::path>(text);
+    };
+    options.outputFolder = given(raw.outputFolder);
+    options.plugin = given(raw.plugin);
+    options.picture = given(raw.picture);
+    if (!options.pairWith.empty() && !raw.fast)
+        options.realtime = true;
+}
+
+void checkTogether(const Options& options) {
+    if (options.tracks.empty() && !options.listParams)
+        failUsage("no audio file given (--help tells how)");
+    if (options.tracks.size() > kMaxTracks)
+        failUsage(std::to_string(options.tracks.size()) + " files given, at most " +
+                  std::to_string(kMaxTracks) + " fit into the registry");
+    if (!options.pairWith.empty() && options.tracks.size() != 1)
+        failUsage("--pair-with takes exactly one audio file");
+    if (!options.pairWith.empty() && options.privateRegistry)
+        failUsage("--pair-with needs the common registry: leave out --private");
+}
+
+} // namespace
+
+std::pair<std::size_t, std::string> splitTrackArgument(std::string_view option,
+                                                       const std::string& argument, char separator,
+                                                       std::size_t trackCount) {
+    const std::string where = std::string(option) + " " + argument + ": ";
+    std::size_t number = 0;
+    const char* const end = argument.data() + argument.size();
+    const auto [rest, error] = std::from_chars(argument.data(), end, number);
+    if (error != std::errc{} || rest == end || *rest != separator || rest + 1 == end)
+        failUsage(where + "begins with a track number and '" + separator + "', then a value");
+    if (number < 1 || number > trackCount)
+        failUsage(where + "there is no track " + std::to_string(number) + ", only " +
+                  std::to_string(trackCount));
+    return {number - 1, std::string(rest + 1, end)};
+}
+
+std::optional<Options> parseOptions(int argc, const char* const* argv) {
+    Options options;
+    RawTrackArguments rawTracks;
+    RawFlags rawFlags;
+    CLI::App app(kDescription, "tessella-render");
+    app.footer(kFooter);
+    declareTrackOptions(app, rawTracks);
+    declareGeneralOptions(app, options, rawFlags);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp&) {
+        std::cout << app.help();
+        return std::nullopt;
+    } catch (const CLI::ParseError& error) {
+        failUsage(error.what());
+    }
+    applyTrackArguments(options, rawTracks);
+    applyFlags(options, rawFlags);
+    checkTogether(options);
+    return options;
+}
+
+} // namespace render

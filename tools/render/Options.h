@@ -1,0 +1,56 @@
+/// What the user asked for on the command line.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace render {
+
+inline constexpr std::size_t kMaxTracks = 16; ///< the registry has no more slots
+inline constexpr std::uint32_t kMaxBlock = 16384;
+
+struct ParamSetting {
+    std::string name;
+    std::string text; ///< a plain value, with or without its unit
+};
+
+struct TrackOptions {
+    std::filesystem::path input;
+    std::optional<std::filesystem::path> output; ///< none: named after the input
+    std::string displayName;                     ///< in the registry
+    std::vector<ParamSetting> settings;
+    bool duckSelf = true;
+};
+
+struct Options {
+    std::vector<TrackOptions> tracks;
+    std::uint32_t blockSize = 256;
+    std::optional<std::filesystem::path> outputFolder;
+    std::optional<std::filesystem::path> plugin; ///< none: searched for
+    std::optional<std::filesystem::path> picture;
+    std::string pairWith; ///< display name of an instance elsewhere; empty: none
+    double waitSeconds = 30.0;
+    bool rawDelay = false;
+    bool realtime = false;
+    bool privateRegistry = false;
+    bool listParams = false;
+};
+
+/// Splits "N:rest" and returns N − 1 with the rest. Throws Failure (Usage) that names `option`
+/// when there is no number, no colon or no such track.
+[[nodiscard]] std::pair<std::size_t, std::string> splitTrackArgument(std::string_view option,
+                                                                     const std::string& argument,
+                                                                     char separator,
+                                                                     std::size_t trackCount);
+
+/// Reads the command line. Prints the help text and returns nullopt for --help; throws
+/// Failure (Usage) for anything that does not fit together.
+[[nodiscard]] std::optional<Options> parseOptions(int argc, const char* const* argv);
+
+} // namespace render

@@ -1,0 +1,62 @@
+#include "tools/render/OutputPaths.h"
+
+#include "tools/render/Failure.h"
+
+namespace render {
+namespace fs = std::filesystem;
+namespace {
+
+fs::path outputOf(const Options& options, const TrackOptions& track) {
+    if (track.output)
+        return *track.output;
+    const fs::path folder = options.outputFolder.value_or(track.input.parent_path());
+    return folder / (track.input.stem().string() + "-ducked" + track.input.extension().string());
+}
+
+void refuseInputs(const Options& options, const fs::path& output) {
+    for (const TrackOptions& track : options.tracks)
+        if (isSameFile(track.input, output))
+            failUsage(output.string() + ": would overwrite the input " + track.input.string());
+}
+
+void refuseTwins(const std::vector<fs::path>& outputs) {
+    for (std::size_t a = 0; a < outputs.size(); ++a)
+        for (std::size_t b = a + 1; b < outputs.size(); ++b)
+            if (isSameFile(outputs[a], outputs[b]))
+                failUsage(outputs[a].string() + ": two outputs would be this file; name one of "
+                                                "them with --out");
+}
+
+void createFolder(const fs::path& folder) {
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (error)
+        fail(folder.string() + ": cannot create the folder (" + error.message() + ")");
+}
+
+} // namespace
+
+bool isSameFile(const fs::path& a, const fs::path& b) {
+    std::error_code error;
+    if (fs::equivalent(a, b, error) && !error)
+        return true;
+    // equivalent() knows existing files only; canonical names settle the rest.
+    return fs::weakly_canonical(a, error) == fs::weakly_canonical(b, error);
+}
+
+std::vector<fs::path> resolveOutputs(const Options& options) {
+    if (options.outputFolder)
+        createFolder(*options.outputFolder);
+    std::vector<fs::path> written;
+    for (const TrackOptions& track : options.tracks)
+        written.push_back(outputOf(options, track));
+    if (options.picture)
+        written.push_back(*options.picture);
+    for (const fs::path& path : written)
+        refuseInputs(options, path);
+    refuseTwins(written);
+    written.resize(options.tracks.size());
+    return written;
+}
+
+} // namespace render

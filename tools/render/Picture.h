@@ -1,0 +1,15 @@
+/// What a rendering did, to see at a glance.
+#pragma once
+
+#include "tools/render/Trace.h"
+
+#include <filesystem>
+
+namespace render {
+
+/// Draws a PNG: for each track its mean spectrum before and after, and its gain reduction over
+/// time, band by band, above the level of its partner. Spectra are taken from the files, while the
+/// track ducks if it does, else over all of it. Throws Failure.
+void drawPicture(const RenderResult& result, const std::filesystem::path& path);
+
+} // namespace render

@@ -1,0 +1,29 @@
+/// What all plots share: panel, grid, numbers, caption and legend.
+#pragma once
+
+#include "tools/render/Axis.h"
+#include "tools/render/Painter.h"
+
+#include <string>
+#include <vector>
+
+namespace render {
+
+void drawPanel(Painter& painter, const Rect& panel);
+/// Vertical lines with numbers below; `unit` stands at the right end of the row.
+void drawGridX(Painter& painter, const Rect& panel, const Axis& axis,
+               const std::vector<Tick>& ticks, const std::string& unit);
+/// Horizontal lines with numbers to the left; `unit` stands above them.
+void drawGridY(Painter& painter, const Rect& panel, const Axis& axis,
+               const std::vector<Tick>& ticks, const std::string& unit);
+
+struct LegendEntry {
+    std::string text;
+    Colour colour;
+    bool isArea = false;
+};
+/// Caption at the left above the panel, legend at the right.
+void drawCaption(Painter& painter, const Rect& panel, const std::string& caption,
+                 const std::vector<LegendEntry>& legend);
+
+} // namespace render

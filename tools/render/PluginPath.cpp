@@ -1,0 +1,38 @@
+#include "tools/render/PluginPath.h"
+
+#include "tools/render/Failure.h"
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace render {
+namespace fs = std::filesystem;
+namespace {
+
+constexpr const char* kFileName = "TessellaDuckwork.clap";
+
+std::vector<fs::path> searchFolders() {
+    std::vector<fs::path> folders;
+    std::error_code error;
+    folders.push_back(fs::read_symlink("/proc/self/exe", error).parent_path());
+    if (const char* home = std::getenv("HOME"))
+        folders.push_back(fs::path(home) / ".clap");
+    folders.emplace_back("/usr/lib/clap");
+    return folders;
+}
+
+} // namespace
+
+fs::path findPlugin(const std::optional<fs::path>& given) {
+    if (given && !fs::exists(*given))
+        fail(given->string() + ": no such plug-in");
+    if (given)
+        return fs::absolute(*given);
+    for (const fs::path& folder : searchFolders())
+        if (fs::exists(folder / kFileName))
+            return folder / kFileName;
+    fail(std::string(kFileName) + " not found; name it with --plugin");
+}
+
+} // namespace render

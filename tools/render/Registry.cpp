@@ -1,0 +1,96 @@
+#include "tools/render/Registry.h"
+
+#include "shm/SlotFields.h"
+#include "tools/render/Failure.h"
+
+#include <chrono>
+#include <ctime>
+#include <thread>
+#include <unistd.h>
+
+namespace render {
+namespace {
+
+constexpr auto kPollInterval = std::chrono::milliseconds(10);
+
+/// An id is (process id << 32) XOR an address, and user addresses end below 2^47.
+bool isOfThisProcess(std::uint64_t id) {
+    return ((id >> 32) ^ static_cast<std::uint64_t>(getpid())) < 0x8000;
+}
+
+void require(bool done, const char* what) {
+    if (!done)
+        fail(std::string("the registry refused to ") + what);
+}
+
+} // namespace
+
+Registry::Registry() {
+    if (!mMonitor.Attach())
+        return; // none yet: the first instance creates it
+    refresh();
+    for (const shm::SlotSnapshot& slot : mSlots)
+        if (slot.active)
+            mKnown.insert(slot.id);
+}
+
+std::uint64_t Registry::identifyNewInstance() {
+    // Anew each time: the instance may have replaced a registry in which nobody was alive.
+    if (!mMonitor.Attach())
+        return 0;
+    refresh();
+    for (const shm::SlotSnapshot& slot : mSlots)
+        if (slot.active && isOfThisProcess(slot.id) && mKnown.insert(slot.id).second) {
+            mOwn.insert(slot.id);
+            return slot.id;
+        }
+    return 0;
+}
+
+void Registry::rename(std::uint64_t id, const std::string& name) {
+    require(mMonitor.Rename(id, name.c_str()), "name an instance");
+}
+
+void Registry::setDuckSelf(std::uint64_t id, bool on) {
+    require(mMonitor.SetDuckSelfOf(id, on), "set a duck switch");
+}
+
+void Registry::pair(std::uint64_t idA, std::uint64_t idB) {
+    require(mMonitor.Pair(idA, idB), "pair two instances");
+}
+
+std::uint64_t Registry::waitForPeer(const std::string& name, double seconds) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    while (true) {
+        refresh();
+        const std::vector<std::uint64_t> found = othersNamed(name);
+        if (found.size() > 1)
+            fail("more than one instance is called \"" + name + "\"");
+        if (!found.empty())
+            return found.front();
+        if (std::chrono::steady_clock::now() >= deadline)
+            fail("no instance called \"" + name + "\" has appeared");
+        std::this_thread::sleep_for(kPollInterval);
+    }
+}
+
+std::vector<std::uint64_t> Registry::othersNamed(const std::string& name) const {
+    std::vector<std::uint64_t> found;
+    const auto now = static_cast<std::int64_t>(std::time(nullptr));
+    for (const shm::SlotSnapshot& slot : mSlots)
+        if (slot.active && name == slot.name && !mOwn.contains(slot.id) &&
+            now - slot.heartbeat <= shm::kAliveSeconds)
+            found.push_back(slot.id);
+    return found;
+}
+
+void Registry::refresh() { mMonitor.ReadSlots(mSlots); }
+
+const shm::SlotSnapshot* Registry::slot(std::uint64_t id) const {
+    for (const shm::SlotSnapshot& slot : mSlots)
+        if (slot.active && slot.id == id)
+            return &slot;
+    return nullptr;
+}
+
+} // namespace render

@@ -1,0 +1,65 @@
+#include "tools/render/Report.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iomanip>
+#include <string>
+
+namespace render {
+namespace {
+
+constexpr const char* kRule = "                                 low           mid           high";
+constexpr const char* kHead =
+    "gain reduction, dB            mean   most   mean   most   mean   most";
+
+std::string shortened(const std::string& name, std::size_t width) {
+    return name.size() <= width ? name : name.substr(0, width - 3) + "...";
+}
+
+void printTrack(std::ostream& out, const TrackTrace& track) {
+    out << "  " << std::left << std::setw(24) << shortened(track.name, 24) << std::right;
+    for (std::size_t band = 0; band < kBands; ++band) {
+        const ReductionFigures figures = reductionOf(track, band);
+        out << std::setw(band == 0 ? 8 : 7) << figures.meanDb << std::setw(7) << figures.mostDb;
+    }
+    out << (track.peerName.empty() ? "  unpaired"
+            : track.duckSelf       ? ""
+                                   : "  keeps priority")
+        << '\n';
+}
+
+void printTitle(std::ostream& out, const std::vector<TrackTrace>& tracks, std::size_t first) {
+    const TrackTrace& track = tracks[first];
+    out << '\n' << track.name;
+    if (!track.peerName.empty())
+        out << " with " << track.peerName;
+    out << '\n';
+}
+
+void printClipping(std::ostream& out, const TrackTrace& track) {
+    if (track.clippedSamples > 0)
+        out << "note: " << track.clippedSamples << " samples of " << track.outputPath.string()
+            << " were beyond full scale and cut off\n";
+}
+
+} // namespace
+
+void printReport(std::ostream& out, const RenderResult& result) {
+    out << std::fixed << std::setprecision(1) << kRule << '\n' << kHead << '\n';
+    for (std::size_t i = 0; i < result.tracks.size(); ++i) {
+        if (i % 2 == 0)
+            printTitle(out, result.tracks, i);
+        printTrack(out, result.tracks[i]);
+    }
+    out << '\n';
+    for (const TrackTrace& track : result.tracks) {
+        out << track.outputPath.string() << '\n';
+        printClipping(out, track);
+    }
+    out << result.audioSeconds << " s in " << std::setprecision(2) << result.wallSeconds
+        << " s: " << std::setprecision(1)
+        << result.audioSeconds / std::max(result.wallSeconds, 1e-9) << " times real time, "
+        << result.tracks.size() << " instance" << (result.tracks.size() == 1 ? "" : "s") << '\n';
+}
+
+} // namespace render

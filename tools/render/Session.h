@@ -1,0 +1,22 @@
+/// A whole rendering: all tracks side by side, block by block.
+#pragma once
+
+#include "tools/render/Options.h"
+#include "tools/render/Trace.h"
+
+#include <functional>
+#include <string>
+
+namespace render {
+
+/// Told the fraction done, 0 to 1, now and then.
+using ProgressSink = std::function<void(double)>;
+
+/// Runs everything that the options ask for, but for report and picture. Throws Failure; outputs
+/// begun by then are incomplete. [main]
+[[nodiscard]] RenderResult renderSession(const Options& options, const ProgressSink& progress);
+
+/// The parameter table of the plug-in.
+[[nodiscard]] std::string listParams(const Options& options);
+
+} // namespace render

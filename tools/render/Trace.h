@@ -1,0 +1,52 @@
+/// What a track did while it was rendered, block by block.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace render {
+
+inline constexpr std::size_t kBands = 3; ///< low, mid, high
+
+struct BlockTrace {
+    std::array<float, kBands> gainReductionDb{}; ///< 0 or negative
+    float inputPeak = 0.0F;                      ///< linear
+};
+
+/// The figures and pictures are made from this and from the files alone.
+struct TrackTrace {
+    std::string name;
+    std::string peerName; ///< empty: unpaired
+    bool duckSelf = true;
+    std::filesystem::path inputPath;
+    std::filesystem::path outputPath;
+    std::array<double, kBands - 1> splitHz{}; ///< between the bands; 0: unknown
+    std::uint64_t frames = 0;                 ///< length of the input
+    std::uint64_t outputOffset = 0;           ///< frames by which the output file lags the input
+    std::uint64_t clippedSamples = 0;
+    double gainTimeOffset = 0.0; ///< seconds by which a block's gain concerns earlier input
+    std::vector<BlockTrace> blocks;
+};
+
+struct RenderResult {
+    double sampleRate = 0.0;
+    std::uint32_t blockSize = 0;
+    double audioSeconds = 0.0; ///< processed, all tracks in lockstep
+    double wallSeconds = 0.0;  ///< for it
+    std::vector<TrackTrace> tracks;
+
+    [[nodiscard]] double blockSeconds() const { return blockSize / sampleRate; }
+};
+
+/// Mean and most of the gain reduction of one band, dB; 0 for no blocks.
+struct ReductionFigures {
+    double meanDb = 0.0;
+    double mostDb = 0.0;
+};
+[[nodiscard]] ReductionFigures reductionOf(const TrackTrace& track, std::size_t band);
+
+} // namespace render

@@ -1,0 +1,47 @@
+/// One file on its way through one plug-in instance.
+#pragma once
+
+#include "host/Instance.h"
+#include "tools/render/AudioFile.h"
+#include "tools/render/Options.h"
+#include "tools/render/Trace.h"
+
+#include <cstdint>
+#include <optional>
+
+namespace render {
+
+/// Owns instance, reader and writer. In order: construct, prepare, openOutput, process..., finish.
+/// All throw Failure. One thread plays main and audio thread. [main]
+class Track {
+public:
+    Track(const host::Library& library, const TrackOptions& options);
+
+    [[nodiscard]] const AudioFormat& format() const { return mReader.format(); }
+    [[nodiscard]] host::Instance& instance() { return mInstance; }
+
+    /// Activates for blocks up to blockSize and starts processing.
+    void prepare(std::uint32_t blockSize);
+
+    /// `delayFrames` is what the instance adds. Cut off at the front of the output or, with
+    /// `keepDelay`, kept, the output being longer by it.
+    void openOutput(const std::filesystem::path& path, std::uint64_t delayFrames, bool keepDelay);
+
+    /// The next `frames` samples, at most the block size.
+    void process(std::uint32_t frames);
+    void addReduction(const float (&gainReductionDb)[kBands]);
+    /// Closes the output and gives what was recorded.
+    [[nodiscard]] TrackTrace finish();
+
+    TrackTrace& trace() { return mTrace; }
+
+private:
+    host::HostCallbacks mCallbacks;
+    AudioReader mReader;
+    host::Instance mInstance;
+    std::optional<host::AudioBuffers> mBuffers;
+    std::optional<AudioWriter> mWriter;
+    TrackTrace mTrace;
+};
+
+} // namespace render
