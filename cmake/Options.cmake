@@ -22,6 +22,10 @@ endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # Unique symbols would keep the plug-in mapped after the host unloads it.
     target_compile_options(td_options INTERFACE -fno-gnu-unique)
+    if(CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+        # Optimised string concatenation sets it off without cause (GCC bug 105651).
+        target_compile_options(td_options INTERFACE -Wno-restrict)
+    endif()
 endif()
 if(TD_SANITIZE)
     target_compile_options(td_options INTERFACE

@@ -46,32 +46,24 @@ void BlockBuffers::Attach(const clap_process_t& block, std::uint32_t offset,
 
 void BlockBuffers::AttachInput(int channel, const clap_audio_buffer_t* port,
                                std::uint32_t offset) noexcept {
+    const double* const samples = port ? channelOf(port, port->data64, channel, offset) : nullptr;
+    const float* const floats = port ? channelOf(port, port->data32, channel, offset) : nullptr;
     double* const line = Scratch(channel);
-    inputs[std::size_t(channel)] = line;
-    if (port == nullptr) {
-        std::fill_n(line, frames, 0.0);
-    } else if (const double* samples = channelOf(port, port->data64, channel, offset)) {
-        inputs[std::size_t(channel)] = samples;
-    } else if (const float* floats = channelOf(port, port->data32, channel, offset)) {
+    inputs[std::size_t(channel)] = samples != nullptr ? samples : line;
+    if (samples == nullptr && floats != nullptr)
         std::copy_n(floats, frames, line);
-    } else {
+    else if (samples == nullptr)
         std::fill_n(line, frames, 0.0);
-    }
 }
 
 void BlockBuffers::AttachOutput(int channel, const clap_audio_buffer_t* port,
                                 std::uint32_t offset) noexcept {
-    double* target = nullptr;
-    float* floats = nullptr;
-    if (port != nullptr) {
-        target = channelOf(port, port->data64, channel, offset);
-        if (target == nullptr)
-            floats = channelOf(port, port->data32, channel, offset);
-    }
-    if (target != nullptr || floats != nullptr)
+    double* const samples = port ? channelOf(port, port->data64, channel, offset) : nullptr;
+    float* const floats = port ? channelOf(port, port->data32, channel, offset) : nullptr;
+    if (samples != nullptr || floats != nullptr)
         outputsConnected = channel + 1;
-    outputs[std::size_t(channel)] = target != nullptr ? target : Scratch(kChannels + channel);
-    floatOutputs[std::size_t(channel)] = floats;
+    outputs[std::size_t(channel)] = samples != nullptr ? samples : Scratch(kChannels + channel);
+    floatOutputs[std::size_t(channel)] = samples != nullptr ? nullptr : floats;
 }
 
 void BlockBuffers::Deliver() noexcept {

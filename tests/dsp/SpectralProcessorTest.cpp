@@ -95,10 +95,10 @@ TEST_F(Gains, FollowTheFormulaPerBinAndBand) {
 }
 
 TEST_F(Gains, StayFiniteUnderAnySettings) {
-    for (const double odd : {double{kNan}, double{kInfinity}, -double{kInfinity}, 1e300}) {
+    for (const double odd : {std::nan(""), HUGE_VAL, -HUGE_VAL, 1e300}) {
         thresholdDb.fill(odd);
         lowSplitHz = highSplitHz = odd;
-        run(std::vector<float>(1024, odd > 0 ? kInfinity : 0.0F));
+        run(std::vector<float>(1024, odd > 0.0 ? kInfinity : 0.0F));
         ratio.fill(odd);
         run(std::vector<float>(1024, 1.0F));
         for (std::size_t bin = 0; bin < 512; ++bin)

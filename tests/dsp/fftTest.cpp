@@ -30,9 +30,9 @@ TEST_P(Transform, IsTwiceTheDftPackedAndItsInverseGives2N) {
     const auto half = static_cast<std::size_t>(n / 2);
     dsp::fft::initTables();
     std::mt19937 random(7);
-    std::vector<float> data;
-    for (int i = 0; i < n; ++i)
-        data.push_back(std::uniform_real_distribution<float>(-1.0F, 1.0F)(random));
+    std::vector<float> data(2 * half);
+    for (float& sample : data)
+        sample = std::uniform_real_distribution<float>(-1.0F, 1.0F)(random);
     const std::vector<float> before = data;
     const Spectrum plain = plainDft({before.begin(), before.end()});
 

@@ -26,21 +26,17 @@ inline constexpr std::size_t kId = 0, kRemote = 8, kName = 16, kActive = 80, kLa
                              kControls = 216, kControlsSeq = 232, kBypass = 240, kDuckSelf = 241,
                              kAudioSeq = 248, kDisplayBins = 256, kAudioBins = 1280;
 
-inline constexpr std::size_t Slot(int k) { return 56 + 5376 * static_cast<std::size_t>(k); }
+constexpr std::size_t Slot(std::size_t k) { return 56 + 5376 * k; }
 
-/// A mapping of the object, which must exist; growing or creating it with Make.
-class Segment {
-public:
-    explicit Segment(std::size_t bytes = kBytes) : size(bytes) {
+/// A mapping of the object, which must exist.
+struct Segment {
+    Segment() {
         const int fd = open(kPath, O_RDWR | O_CLOEXEC);
-        if (fd < 0)
-            throw std::runtime_error("no segment to look at");
-        base = static_cast<char*>(mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0));
+        base = static_cast<char*>(mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0));
         close(fd);
     }
-    ~Segment() { munmap(base, size); }
+    ~Segment() { munmap(base, kBytes); }
     Segment(const Segment&) = delete;
-    Segment& operator=(const Segment&) = delete;
 
     template <class T>
     T Get(std::size_t offset) const {
@@ -52,21 +48,17 @@ public:
     void Put(std::size_t offset, T value) {
         std::memcpy(base + offset, &value, sizeof value);
     }
-    std::string Name(int k) const { return {base + Slot(k) + kName, 64}; }
-    char* Bytes() { return base; }
     pthread_mutex_t* Mutex() { return reinterpret_cast<pthread_mutex_t*>(base + kMutex); }
 
-private:
-    std::size_t size;
     char* base;
 };
 
 inline void Remove() { unlink(kPath); }
-inline bool Exists() { return access(kPath, F_OK) == 0; }
 
+/// Inode, mode and size of the object.
 inline struct stat Stat() {
     struct stat status {};
-    EXPECT_EQ(stat(kPath, &status), 0);
+    stat(kPath, &status);
     return status;
 }
 
@@ -80,21 +72,18 @@ inline void Make(std::size_t bytes, std::uint32_t version, const char* magic, st
     close(fd);
     if (bytes < kBytes)
         return;
-    Segment segment(bytes);
+    Segment segment;
     segment.Put(kVersion, version);
     segment.Put(Slot(0) + kId, std::uint64_t{0x1234});
     segment.Put(Slot(0) + kActive, active);
     segment.Put(Slot(0) + kHeartbeat, heartbeat);
-    std::memcpy(segment.Bytes() + kMagic, magic, 4);
+    std::memcpy(segment.base + kMagic, magic, 4);
 }
 
 /// Keeps the registry lock busy while it lives.
-class HeldLock {
-public:
+struct HeldLock {
     HeldLock() { pthread_mutex_lock(segment.Mutex()); }
     ~HeldLock() { pthread_mutex_unlock(segment.Mutex()); }
-
-private:
     Segment segment;
 };
 
@@ -104,11 +93,5 @@ protected:
     void SetUp() override { Remove(); }
     void TearDown() override { Remove(); }
 };
-
-inline double SecondsNow() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
 
 } // namespace raw

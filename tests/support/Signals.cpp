@@ -4,7 +4,6 @@
 #include <cmath>
 #include <numbers>
 #include <random>
-#include <sndfile.h>
 
 namespace support {
 namespace {
@@ -63,21 +62,6 @@ Stereo speech(std::size_t frames, double rate, double level) {
             sum += 0.3 * voiced * formants(harmonic * pitch) * std::sin(kTwoPi * harmonic * phase);
         add(signal, level * std::clamp(sum, -1.0, 1.0), level * std::clamp(0.8 * sum, -1.0, 1.0));
     }
-    return signal;
-}
-
-std::optional<Stereo> recordedSpeech(std::size_t frames) {
-    SF_INFO info{};
-    SNDFILE* const file = sf_open("/usr/share/sounds/alsa/Front_Center.wav", SFM_READ, &info);
-    if (file == nullptr)
-        return std::nullopt;
-    const auto channels = static_cast<std::size_t>(info.channels);
-    std::vector<double> samples(static_cast<std::size_t>(info.frames) * channels);
-    sf_readf_double(file, samples.data(), info.frames);
-    sf_close(file);
-    Stereo signal;
-    for (std::size_t i = 0; !samples.empty() && i < frames; ++i)
-        add(signal, samples[i * channels % samples.size()], samples[i * channels % samples.size()]);
     return signal;
 }
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
 #include <vector>
 
 namespace support {
@@ -19,8 +18,6 @@ Stereo noise(std::size_t frames, double level, unsigned seed);
 Stereo tones(std::size_t frames, double rate, double level);
 /// Voiced syllables: harmonics of a gliding pitch under two formants, hissing in between.
 Stereo speech(std::size_t frames, double rate, double level);
-/// A recording of speech at its own rate, repeated; nothing when this machine has none.
-std::optional<Stereo> recordedSpeech(std::size_t frames);
 
 /// Largest difference of `out` from gain × `in` as it was `delay` samples ago, from sample `from`
 /// (at least `delay`) on.

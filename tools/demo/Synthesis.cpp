@@ -12,20 +12,34 @@ constexpr double kTwoPi = 2.0 * std::numbers::pi;
 
 std::size_t framesOf(double seconds) { return static_cast<std::size_t>(seconds * kSampleRate); }
 
-/// Harmonics that fall off as a saw wave's do and faster above cornerHz: no aliasing, no filter.
-struct Voice {
-    double hz;
-    double cornerHz;
-    double phase = 0.0; ///< turns, at the start
+/// One cycle of harmonics that fall off as a saw wave's do and faster above cornerHz, up to six
+/// times that: no aliasing and no filter.
+class Voice {
+public:
+    Voice(double hz, double cornerHz, double phaseTurns = 0.0) : mHz(hz), mPhase(phaseTurns) {
+        for (int n = 1; n * hz < 6.0 * cornerHz; ++n)
+            addHarmonic(n, 1.0 / n / (1.0 + std::pow(n * hz / cornerHz, 2.0)));
+    }
 
     [[nodiscard]] double at(double seconds) const {
-        double sum = 0.0;
-        for (int n = 1; n * hz < 6.0 * cornerHz; ++n) {
-            const double rolloff = 1.0 / (1.0 + std::pow(n * hz / cornerHz, 2.0));
-            sum += std::sin(kTwoPi * n * (hz * seconds + phase)) / n * rolloff;
-        }
-        return sum;
+        const double turns = mHz * seconds + mPhase;
+        const double position = (turns - std::floor(turns)) * kTableSize;
+        const auto below = static_cast<std::size_t>(position);
+        return std::lerp(mTable[below], mTable[(below + 1) % kTableSize],
+                         position - static_cast<double>(below));
     }
+
+private:
+    static constexpr std::size_t kTableSize = 8192;
+
+    void addHarmonic(int n, double level) {
+        for (std::size_t i = 0; i < kTableSize; ++i)
+            mTable[i] += level * std::sin(kTwoPi * n * static_cast<double>(i) / kTableSize);
+    }
+
+    double mHz;
+    double mPhase;
+    std::vector<double> mTable = std::vector<double>(kTableSize);
 };
 
 /// 0 at both ends, 1 between; the flanks last rampSeconds.
@@ -68,7 +82,7 @@ Sound makeBass(double seconds) {
     std::vector<double> channel(framesOf(seconds));
     std::size_t bar = 0;
     for (double from = 0.0; from < seconds; from += kBar, ++bar)
-        addVoice(channel, {kNotesHz[bar % kNotesHz.size()], 420.0}, 0.38, from, kBar, 0.02);
+        addVoice(channel, Voice(kNotesHz[bar % kNotesHz.size()], 420.0), 0.38, from, kBar, 0.02);
     return {channel};
 }
 
@@ -79,7 +93,7 @@ Sound makePad(double seconds) {
     double phase = 0.0;
     for (const double hz : kChordHz)
         for (std::size_t i = 0; i < kDetune.size(); ++i) {
-            const Voice voice{hz * kDetune[i], 1800.0, phase};
+            const Voice voice(hz * kDetune[i], 1800.0, phase);
             const double pan = static_cast<double>(i) / (kDetune.size() - 1.0);
             addVoice(sound[0], voice, 0.075 * (1.0 - 0.7 * pan), 0.0, seconds, 1.0);
             addVoice(sound[1], voice, 0.075 * (0.3 + 0.7 * pan), 0.0, seconds, 1.0);

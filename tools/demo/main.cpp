@@ -27,12 +27,12 @@ struct Demo {
 
 const Demo kKickAndBass{"kick",
                         "bass",
-                        {{"ThreshLow", "-40"},
-                         {"RatioLow", "6"},
+                        {{"ThreshLow", "-30"},
+                         {"RatioLow", "4"},
                          {"ThreshMid", "-40"},
                          {"RatioMid", "4"},
                          {"Attack", "1"},
-                         {"Release", "60"}}};
+                         {"Release", "70"}}};
 
 const Demo kSpeechOverPad{"speech",
                           "pad",

@@ -37,9 +37,9 @@ bool canWrite(int format, const AudioFormat& source) {
     return sf_format_check(&info) != 0;
 }
 
-bool isFloatingPoint(int format) {
+bool holdsOvershoot(int format) {
     const int subtype = format & SF_FORMAT_SUBMASK;
-    return subtype == SF_FORMAT_FLOAT || subtype == SF_FORMAT_DOUBLE;
+    return subtype == SF_FORMAT_FLOAT || subtype == SF_FORMAT_DOUBLE || subtype == SF_FORMAT_VORBIS;
 }
 
 } // namespace
@@ -93,7 +93,7 @@ AudioWriter::AudioWriter(const std::filesystem::path& path, const AudioFormat& s
     info.samplerate = source.sampleRate;
     info.channels = source.channels;
     info.format = outputFormat(path, source, sourcePath);
-    mHoldsOvershoot = isFloatingPoint(info.format);
+    mHoldsOvershoot = holdsOvershoot(info.format);
     mFile.reset(sf_open(path.c_str(), SFM_WRITE, &info));
     if (!mFile)
         fail(path.string() + ": cannot write (" + sf_strerror(nullptr) + ")");

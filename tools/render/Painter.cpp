@@ -57,6 +57,7 @@ void Painter::text(Point baseline, const std::string& text, double size, Colour 
     setColour(colour);
     cairo_move_to(mCairo, baseline.x - shift, baseline.y);
     cairo_show_text(mCairo, text.c_str());
+    cairo_new_path(mCairo); // text leaves a current point behind, where the next line would start
 }
 
 double Painter::textWidth(const std::string& text, double size, bool bold) {
@@ -83,6 +84,7 @@ void Painter::setColour(Colour colour) {
 }
 
 void Painter::trace(const std::vector<Point>& points) {
+    cairo_new_path(mCairo); // a text leaves its end as the current point
     for (const Point& point : points)
         cairo_line_to(mCairo, point.x, point.y);
 }

@@ -103,7 +103,8 @@ void drawReductionPlot(Painter& painter, const Rect& panel, const RenderResult& 
         drawBand(painter, panel, time, y, result, track, band);
     for (std::size_t band = 0; band < kBands; ++band)
         legend.push_back({theme::kBandNames[band], theme::kBandColours[band]});
-    drawCaption(painter, panel, "Gain reduction", legend);
+    drawCaption(painter, panel, deepestDb(track) < 0.0 ? "Gain reduction" : "Gain reduction: none",
+                legend);
 }
 
 } // namespace render

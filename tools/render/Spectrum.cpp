@@ -59,21 +59,19 @@ void skip(AudioReader& reader, std::uint64_t frames) {
 
 } // namespace
 
+double Spectrum::powerAt(double position) const {
+    const double held = std::clamp(position, 1.0, static_cast<double>(power.size()) - 2.0);
+    const auto below = static_cast<std::size_t>(held);
+    return std::lerp(power[below], power[below + 1], held - static_cast<double>(below));
+}
+
 double Spectrum::levelDb(double hz) const {
-    const double lastBin = static_cast<double>(power.size()) - 2.0;
-    const double from = std::clamp(hz / kHalfWidth / binHz, 1.0, lastBin);
-    const double to = std::clamp(hz * kHalfWidth / binHz, 1.0, lastBin);
-    const auto first = static_cast<std::size_t>(std::ceil(from));
-    const auto last = static_cast<std::size_t>(std::floor(to));
+    const double from = hz / kHalfWidth / binHz;
+    const double width = hz * kHalfWidth / binHz - from;
+    const int steps = 8 + static_cast<int>(2.0 * width);
     double mean = 0.0;
-    if (last > first) {
-        for (std::size_t bin = first; bin <= last; ++bin)
-            mean += power[bin] / static_cast<double>(last - first + 1);
-    } else { // narrower than two bins: between the neighbours
-        const double position = std::clamp(hz / binHz, 1.0, lastBin);
-        const auto below = static_cast<std::size_t>(position);
-        mean = std::lerp(power[below], power[below + 1], position - static_cast<double>(below));
-    }
+    for (int i = 0; i <= steps; ++i)
+        mean += powerAt(from + width * i / steps) / (steps + 1);
     return 10.0 * std::log10(std::max(mean, kFloorPower));
 }
 

@@ -13,26 +13,26 @@ namespace {
 constexpr double kLowHz = 20.0;
 constexpr double kHighHz = 20000.0;
 constexpr double kRangeDb = 70.0;
-constexpr float kDuckingDb = -1.0F; ///< a block with less in every band does not count as ducking
-constexpr double kFewestSeconds = 0.2;
+constexpr float kDuckingDb = -1.0F; ///< a track that never gets here does not duck
 constexpr double kBandStripHeight = 6.0;
 
-bool isDucking(const BlockTrace& block) {
-    return *std::min_element(block.gainReductionDb.begin(), block.gainReductionDb.end()) <=
-           kDuckingDb;
+float deepestDb(const BlockTrace& block) {
+    return *std::min_element(block.gainReductionDb.begin(), block.gainReductionDb.end());
 }
 
-double shareDucking(const TrackTrace& track) {
-    const auto ducking = std::count_if(track.blocks.begin(), track.blocks.end(), isDucking);
-    return static_cast<double>(ducking) /
-           static_cast<double>(std::max<std::size_t>(track.blocks.size(), 1));
+/// What a block needs to count: half of the most that the track ducks, in dB; 0 when it does not.
+float gateDb(const TrackTrace& track) {
+    float deepest = 0.0F;
+    for (const BlockTrace& block : track.blocks)
+        deepest = std::min(deepest, deepestDb(block));
+    return deepest <= kDuckingDb ? deepest / 2.0F : 0.0F;
 }
 
-FrameFilter onlyWhileDucking(const RenderResult& result, const TrackTrace& track) {
-    return [&result, &track](double seconds) {
+FrameFilter onlyBelow(float limitDb, const RenderResult& result, const TrackTrace& track) {
+    return [limitDb, &result, &track](double seconds) {
         const double position = (seconds + track.gainTimeOffset) / result.blockSeconds();
         const auto index = static_cast<std::size_t>(position);
-        return index < track.blocks.size() && isDucking(track.blocks[index]);
+        return index < track.blocks.size() && deepestDb(track.blocks[index]) <= limitDb;
     };
 }
 
@@ -44,6 +44,13 @@ std::vector<Point> curveOf(const Spectrum& spectrum, const Axis& x, const Axis& 
         if (const double hz = x.value(pixel); hz < nyquist)
             points.push_back({pixel, y.pixel(spectrum.levelDb(hz))});
     return points;
+}
+
+/// The lower of two curves, so that only what was taken away is filled.
+std::vector<Point> lowerOf(std::vector<Point> a, const std::vector<Point>& b) {
+    for (std::size_t i = 0; i < a.size(); ++i)
+        a[i].y = std::max(a[i].y, b[i].y);
+    return a;
 }
 
 double highestDb(const Spectrum& spectrum) {
@@ -68,10 +75,8 @@ void drawBandStrip(Painter& painter, const Rect& panel, const Axis& x, const Tra
 
 void drawSpectrumPlot(Painter& painter, const Rect& panel, const RenderResult& result,
                       const TrackTrace& track) {
-    const double share = shareDucking(track);
-    const bool ducks = share * result.audioSeconds >= kFewestSeconds;
-    const FrameFilter counts =
-        ducks ? onlyWhileDucking(result, track) : FrameFilter([](double) { return true; });
+    const float limitDb = gateDb(track);
+    const FrameFilter counts = onlyBelow(limitDb, result, track);
     const Spectrum before = averageSpectrum(track.inputPath, 0, track.frames, counts);
     const Spectrum after =
         averageSpectrum(track.outputPath, track.outputOffset, track.frames, counts);
@@ -84,13 +89,11 @@ void drawSpectrumPlot(Painter& painter, const Rect& panel, const RenderResult& r
     drawGridY(painter, panel, y, decibelTicks(y, 10.0), "dB");
     const auto beforeCurve = curveOf(before, x, y, panel);
     const auto afterCurve = curveOf(after, x, y, panel);
-    painter.fillBetween(beforeCurve, afterCurve, theme::kRemoved);
+    painter.fillBetween(beforeCurve, lowerOf(beforeCurve, afterCurve), theme::kRemoved);
     painter.curve(beforeCurve, theme::kBefore, 2.0);
     painter.curve(afterCurve, theme::kAfter, 2.5);
     drawBandStrip(painter, panel, x, track);
-    const std::string percent = std::to_string(std::lround(share * 100.0));
-    drawCaption(painter, panel,
-                ducks ? "Spectrum while it ducks, " + percent + " % of the time" : "Spectrum",
+    drawCaption(painter, panel, limitDb < 0.0F ? "Spectrum when ducked most" : "Spectrum",
                 {{"before", theme::kBefore},
                  {"after", theme::kAfter},
                  {"taken away", theme::kRemoved, true}});

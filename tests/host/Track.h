@@ -8,13 +8,14 @@
 #include "tests/support/Signals.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
 
 namespace support {
 
-/// The plug-in file, loaded at the first call and until the process ends.
-const host::Library& plugin();
+/// The plug-in file, loaded as long as anybody holds it.
+std::shared_ptr<const host::Library> plugin();
 
 /// The live slots of the registry, also when there is none.
 std::vector<shm::SlotSnapshot> activeSlots();
@@ -34,7 +35,7 @@ public:
     };
 
     /// Created and initialised; throws host::HostError when either is refused.
-    explicit Track(const host::Library& library = plugin());
+    Track();
 
     /// Through a flush. Before start() nothing glides afterwards.
     void set(const std::vector<Setting>& settings);
@@ -56,6 +57,7 @@ public:
     [[nodiscard]] std::uint64_t id() const { return slotId; }
 
 private:
+    std::shared_ptr<const host::Library> library = plugin();
     host::HostCallbacks callbacks;
     std::vector<shm::SlotSnapshot> slotsBefore = activeSlots();
 

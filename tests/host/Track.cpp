@@ -1,12 +1,15 @@
-#include "tests/support/Track.h"
+#include "tests/host/Track.h"
 
 #include <algorithm>
 #include <string>
 
 namespace support {
 
-const host::Library& plugin() {
-    static const host::Library library(TD_PLUGIN_PATH);
+std::shared_ptr<const host::Library> plugin() {
+    static std::weak_ptr<const host::Library> loaded;
+    auto library = loaded.lock();
+    if (!library)
+        loaded = library = std::make_shared<const host::Library>(TD_PLUGIN_PATH);
     return library;
 }
 
@@ -19,7 +22,7 @@ std::vector<shm::SlotSnapshot> activeSlots() {
     return slots;
 }
 
-Track::Track(const host::Library& library) : instance(library, callbacks), params(instance) {
+Track::Track() : instance(*library, callbacks), params(instance) {
     if (!instance.init())
         throw host::HostError("init refused");
     for (const shm::SlotSnapshot& slot : activeSlots())

@@ -1,0 +1,139 @@
+#include "tests/host/Track.h"
+#include "tests/support/ReferenceDucker.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <gtest/gtest.h>
+
+namespace {
+
+using support::ReferenceDucker;
+using support::Stereo;
+using support::Track;
+
+constexpr double kTolerance = 3e-6; ///< of full scale; single precision makes 0.5e-6
+
+/// An instance and, beside it, the model that says what it must put out.
+struct Side {
+    Side(const Stereo& signal, double rate, const ReferenceDucker::Settings& s, double makeupDb)
+        : in(signal), settings(s), model(rate) {
+        settings.outputGain = std::pow(10.0, makeupDb / 20.0);
+        track.set({{FreqLow, s.lowSplitHz},
+                   {FreqHigh, s.highSplitHz},
+                   {ThreshLow, s.thresholdDb[0]},
+                   {ThreshMid, s.thresholdDb[1]},
+                   {ThreshHigh, s.thresholdDb[2]},
+                   {RatioLow, s.ratio[0]},
+                   {RatioMid, s.ratio[1]},
+                   {RatioHigh, s.ratio[2]},
+                   {Attack, s.attackMs},
+                   {Release, s.releaseMs},
+                   {Makeup, makeupDb},
+                   {HP, s.hpHz},
+                   {LP, s.lpHz}});
+        track.start(rate);
+    }
+
+    /// One block of both. As the instances do: the peer's spectrum is taken before the block, the
+    /// own one published after every third.
+    void block(std::size_t frames, const Side& peer) {
+        const std::size_t at = out.size();
+        track.block(in, at, frames, out);
+        expected.left.resize(at + frames);
+        expected.right.resize(at + frames);
+        model.process(settings, peer.published, {&in.left[at], frames}, {&in.right[at], frames},
+                      {&expected.left[at], frames}, {&expected.right[at], frames});
+        if (++blocks % 3 == 0)
+            published = model.magnitude();
+        const shm::SlotSnapshot slot = track.slot().value();
+        for (std::size_t band = 0; band < 3; ++band)
+            deepestDb[band] = std::min(deepestDb[band], slot.gainReduction[band]);
+    }
+
+    [[nodiscard]] double error() const { return support::largestError(out, expected, 0, 1.0, 0); }
+    Track track;
+    Stereo in, out, expected;
+    ReferenceDucker::Settings settings;
+    ReferenceDucker model;
+    std::vector<double> published;
+    std::array<float, 3> deepestDb{}; ///< gain reduction as published, per band
+    int blocks = 0;
+};
+
+// Splits and limits lie between bins: on a bin the last bit of a frequency would decide.
+const ReferenceDucker::Settings kFast = {.thresholdDb = {-35.0, -42.5, -50.0},
+                                         .ratio = {3.0, 8.0, 20.0},
+                                         .lowSplitHz = 310.0,
+                                         .highSplitHz = 2900.0,
+                                         .hpHz = 60.0,
+                                         .lpHz = 11000.0,
+                                         .attackMs = 1.0,
+                                         .releaseMs = 60.0};
+const ReferenceDucker::Settings kSlow = {.thresholdDb = {-55.0, -48.5, -57.0},
+                                         .ratio = {10.0, 2.0, 5.5},
+                                         .lowSplitHz = 700.0,
+                                         .highSplitHz = 6000.0,
+                                         .hpHz = 110.0,
+                                         .lpHz = 15000.0,
+                                         .attackMs = 40.0,
+                                         .releaseMs = 300.0};
+
+/// Plays both in turns and compares both with their models.
+void playPair(Side& a, Side& b) {
+    shm::RegistryMonitor monitor;
+    ASSERT_TRUE(monitor.Attach() && monitor.Pair(a.track.id(), b.track.id()));
+    constexpr std::size_t kBlocks[] = {512, 64, 480, 1024, 333, 2048};
+    for (std::size_t i = 0; a.out.size() < a.in.size(); ++i) {
+        const std::size_t frames =
+            std::min(kBlocks[i % std::size(kBlocks)], a.in.size() - a.out.size());
+        a.block(frames, b);
+        b.block(frames, a);
+    }
+    EXPECT_LT(a.error(), kTolerance);
+    EXPECT_LT(b.error(), kTolerance);
+    testing::Test::RecordProperty("errors", std::to_string(a.error() * 1e6) + "e-6 " +
+                                                std::to_string(b.error() * 1e6) + "e-6");
+}
+
+class DuckingModel : public testing::TestWithParam<double> {
+protected:
+    [[nodiscard]] double rate() const { return GetParam(); }
+    [[nodiscard]] std::size_t frames() const { return static_cast<std::size_t>(2.0 * rate()); }
+
+    void expectBothDuck(const Stereo& a, const Stereo& b) {
+        Side fast(a, rate(), kFast, 3.0);
+        Side slow(b, rate(), kSlow, -2.0);
+        playPair(fast, slow);
+        for (const Side* side : {&fast, &slow})
+            for (const float deepest : side->deepestDb)
+                EXPECT_LT(deepest, -0.25F) << "every band acts, by a few bins at least";
+    }
+};
+
+TEST_P(DuckingModel, NoiseAgainstSpeech) {
+    expectBothDuck(support::noise(frames(), 0.5, 3), support::speech(frames(), rate(), 0.9));
+}
+
+TEST_P(DuckingModel, SpeechAgainstTones) {
+    expectBothDuck(support::speech(frames(), rate(), 0.9), support::tones(frames(), rate(), 0.9));
+}
+
+TEST_P(DuckingModel, TheSideWithDuckSelfOffGivesWayNowhereAndStillDucksTheOther) {
+    const Stereo a = support::tones(frames(), rate(), 0.9);
+    Side keeps(a, rate(), kFast, 3.0);
+    Side gives(support::noise(frames(), 0.5, 5), rate(), kSlow, 0.0);
+    shm::RegistryMonitor monitor;
+    ASSERT_TRUE(monitor.Attach() && monitor.SetDuckSelfOf(keeps.track.id(), false));
+    keeps.settings.ratio = {1.0, 1.0, 1.0};
+    playPair(keeps, gives);
+    EXPECT_EQ(keeps.deepestDb, (std::array{0.0F, 0.0F, 0.0F}));
+    const auto delay = static_cast<std::size_t>(2 * keeps.model.size());
+    EXPECT_LT(support::largestError(keeps.out, a, delay, keeps.settings.outputGain, delay), 2e-6);
+    EXPECT_LT(*std::ranges::max_element(gives.deepestDb), -0.25F);
+}
+
+INSTANTIATE_TEST_SUITE_P(rates, DuckingModel, testing::Values(48000.0, 96000.0),
+                         [](const auto& row) { return std::to_string(int(row.param)); });
+
+} // namespace

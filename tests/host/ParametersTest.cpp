@@ -1,0 +1,163 @@
+#include "tests/host/Track.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <string>
+
+namespace {
+
+using support::Track;
+
+struct Row {
+    const char* name;
+    double min, max, defaultValue;
+    const char* defaultText;
+};
+
+// In index order; a saved project depends on every number.
+const Row kRows[] = {
+    {"FreqLow", 20, 2000, 200, "200 Hz"},    {"FreqHigh", 500, 20000, 5000, "5000 Hz"},
+    {"ThreshLow", -60, 0, -20, "-20.0 dB"},  {"ThreshMid", -60, 0, -20, "-20.0 dB"},
+    {"ThreshHigh", -60, 0, -20, "-20.0 dB"}, {"RatioLow", 1, 20, 4, "4.0 :1"},
+    {"RatioMid", 1, 20, 4, "4.0 :1"},        {"RatioHigh", 1, 20, 4, "4.0 :1"},
+    {"Attack", 0.1, 300, 10, "10.0 ms"},     {"Release", 5, 2000, 100, "100 ms"},
+    {"Makeup", -12, 24, 0, "0.0 dB"},        {"LinkSlot", 0, 4, 0, "0"},
+    {"HP", 20, 1000, 20, "20 Hz"},           {"LP", 1000, 20000, 20000, "20000 Hz"},
+};
+
+TEST(Parameters, LookToTheHostAsDocumented) {
+    Track track;
+    const auto infos = track.params.infos();
+    ASSERT_EQ(infos.size(), std::size(kRows));
+    for (clap_id id = 0; id < infos.size(); ++id) {
+        const Row& row = kRows[id];
+        const bool stepped = id == LinkSlot;
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(infos[id].id, id);
+        EXPECT_EQ(infos[id].cookie, nullptr);
+        EXPECT_STREQ(infos[id].name, row.name);
+        EXPECT_STREQ(infos[id].module, "");
+        EXPECT_EQ(infos[id].flags, CLAP_PARAM_IS_AUTOMATABLE | CLAP_PARAM_REQUIRES_PROCESS |
+                                       (stepped ? unsigned{CLAP_PARAM_IS_STEPPED} : 0U));
+        EXPECT_EQ(infos[id].min_value, 0.0);
+        EXPECT_EQ(infos[id].max_value, stepped ? 4.0 : 1.0);
+        EXPECT_DOUBLE_EQ(infos[id].default_value,
+                         stepped ? 0.0 : (row.defaultValue - row.min) / (row.max - row.min));
+        EXPECT_EQ(track.hostValue(id), infos[id].default_value);
+        EXPECT_EQ(track.params.toText(id, infos[id].default_value), row.defaultText);
+    }
+    EXPECT_FALSE(track.params.value(kNumParams));
+    EXPECT_FALSE(track.params.toText(kNumParams, 0.0));
+}
+
+TEST(Parameters, TextAndValueAgreeBothWays) {
+    Track track;
+    for (const auto& info : track.params.infos())
+        for (int step = 0; step <= 1000; ++step) {
+            const double value = info.min_value + (info.max_value - info.min_value) * step / 1000;
+            const auto text = track.params.toText(info.id, value).value();
+            const double read = track.params.fromText(info.id, text).value();
+            const auto again = track.params.toText(info.id, read).value();
+            ASSERT_EQ(again, text) << info.name;
+            ASSERT_EQ(track.params.fromText(info.id, again).value(), read) << info.name << text;
+            ASSERT_FALSE(text.starts_with("-0.0")) << info.name;
+        }
+}
+
+TEST(Parameters, ReadTextAsPeopleWriteIt) {
+    Track track;
+    struct Case {
+        const char* why;
+        clap_id id;
+        const char* text;
+        double plain;
+    };
+    const Case cases[] = {
+        {"clamped above", ThreshLow, "12 dB", 0.0},
+        {"clamped below", ThreshLow, "-1e300", -60.0},
+        {"too large for a number", FreqLow, "1e999", 2000.0},
+        {"no number is 0, then clamped", FreqLow, "Hz", 20.0},
+        {"not a number is no number", FreqHigh, "nan", 500.0},
+        {"blanks and sign", Attack, "  +12.5ms", 12.5},
+        {"stepped rounds", LinkSlot, "2.6", 3.0},
+        {"empty", LP, "", 1000.0},
+    };
+    for (const Case& c : cases)
+        EXPECT_DOUBLE_EQ(track.params.fromText(c.id, c.text).value(), track.toHost(c.id, c.plain))
+            << c.why;
+    EXPECT_EQ(track.params.toText(Release, track.toHost(Release, 99.6)), "100 ms");
+    EXPECT_EQ(track.params.toText(FreqLow, track.toHost(FreqLow, 200.0), 7), "200 Hz");
+    EXPECT_FALSE(track.params.toText(FreqLow, track.toHost(FreqLow, 200.0), 6)) << "no room";
+    EXPECT_FALSE(track.params.toText(FreqLow, std::nan(""))) << "no value has that text";
+}
+
+/// How the host hands events over.
+enum class Way { ProcessWhileActive, FlushWhileActive, FlushWhileInactive };
+
+class ParameterEvents : public testing::TestWithParam<Way> {
+protected:
+    void deliver() {
+        if (GetParam() == Way::ProcessWhileActive)
+            track.play(support::noise(16, 0.1, 1), 16);
+        else
+            track.params.flush(track.events, track.sent);
+        track.events.clear();
+    }
+    void SetUp() override {
+        if (GetParam() != Way::FlushWhileInactive)
+            track.start(48000.0);
+    }
+    Track track;
+};
+
+INSTANTIATE_TEST_SUITE_P(ways, ParameterEvents,
+                         testing::Values(Way::ProcessWhileActive, Way::FlushWhileActive,
+                                         Way::FlushWhileInactive));
+
+TEST_P(ParameterEvents, SetWhatTheySayAndNothingElse) {
+    constexpr double kInf = std::numeric_limits<double>::infinity();
+    struct Case {
+        const char* why;
+        clap_id id;
+        double hostValue, expected;
+    };
+    const Case cases[] = {
+        {"normalised", FreqLow, 0.5, 0.5},         {"stepped rounds", LinkSlot, 2.4, 2.0},
+        {"stepped clamps", LinkSlot, 9.0, 4.0},    {"above the range", Attack, 7.0, 1.0},
+        {"below the range", Attack, -7.0, 0.0},    {"infinity clamps", Release, kInf, 1.0},
+        {"NaN is ignored", Release, NAN, 1.0},     {"HP", HP, 0.25, 0.25},
+        {"minus infinity clamps", LP, -kInf, 0.0},
+    };
+    for (const Case& c : cases) {
+        track.events.addParamValue(c.id, 0.125); // the last one of a block counts
+        if (std::isnan(c.hostValue))
+            track.events.addParamValue(c.id, c.expected);
+        track.events.addParamValue(c.id, c.hostValue, 3);
+        deliver();
+        EXPECT_DOUBLE_EQ(track.hostValue(c.id), c.expected) << c.why;
+        EXPECT_TRUE(track.sent.empty()) << "an echo: " << c.why;
+    }
+
+    clap_event_param_value_t event{};
+    event.header = {sizeof event, 0, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_PARAM_VALUE, 0};
+    event.param_id = FreqLow;
+    event.value = 0.75;
+    auto foreignSpace = event, wrongId = event, tooShort = event;
+    foreignSpace.header.space_id = 0xb33f;
+    wrongId.param_id = kNumParams;
+    tooShort.header.size = sizeof event - 1;
+    for (const auto& ignored : {foreignSpace, wrongId, tooShort})
+        track.events.add(ignored.header);
+    track.events.addParamMod(FreqLow, 0.3);
+    deliver();
+    EXPECT_DOUBLE_EQ(track.hostValue(FreqLow), 0.5);
+
+    event.note_id = 0; // some hosts fill these in
+    event.port_index = 0;
+    track.events.add(event.header);
+    deliver();
+    EXPECT_DOUBLE_EQ(track.hostValue(FreqLow), 0.75);
+}
+
+} // namespace
