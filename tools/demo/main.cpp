@@ -3,6 +3,7 @@
 #include "tools/demo/Signals.h"
 #include "tools/render/Failure.h"
 #include "tools/render/Picture.h"
+#include "tools/render/PluginPath.h"
 #include "tools/render/Progress.h"
 #include "tools/render/Report.h"
 #include "tools/render/Session.h"
@@ -105,11 +106,13 @@ void run(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         render::failUsage(error.what());
     }
-    if (!host::enterPrivateShm())
-        std::fputs("tessella-demo: no private registry here, using the common one\n", stderr);
     render::Options common;
     if (!plugin.empty())
         common.plugin = plugin;
+    // First: in a namespace of one's own, a chroot's programs no longer know where they lie.
+    common.plugin = render::findPlugin(common.plugin);
+    if (!host::enterPrivateShm())
+        std::fputs("tessella-demo: no private registry here, using the common one\n", stderr);
     runAll(folder, common);
 }
 

@@ -2,6 +2,7 @@
 #include "tools/render/Failure.h"
 #include "tools/render/Options.h"
 #include "tools/render/Picture.h"
+#include "tools/render/PluginPath.h"
 #include "tools/render/Progress.h"
 #include "tools/render/Report.h"
 #include "tools/render/Session.h"
@@ -12,7 +13,9 @@
 
 namespace {
 
-void run(const render::Options& options) {
+void run(render::Options options) {
+    // First: in a namespace of one's own, a chroot's programs no longer know where they lie.
+    options.plugin = render::findPlugin(options.plugin);
     if (options.privateRegistry && !host::enterPrivateShm())
         render::fail("the system allows no private registry (needs user namespaces or root)");
     if (options.listParams) {
