@@ -24,6 +24,7 @@ std::vector<PortBuffer> makePorts(const std::vector<PortSpec>& specs, std::uint3
 
 std::vector<clap_audio_buffer_t> recordsOf(std::vector<PortBuffer>& ports) {
     std::vector<clap_audio_buffer_t> records;
+    records.reserve(ports.size());
     for (PortBuffer& port : ports)
         records.push_back(port.record());
     return records;

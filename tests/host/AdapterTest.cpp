@@ -4,6 +4,7 @@
 #include "host/AudioThreadScope.h"
 #include "host/Extensions.h"
 
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>

@@ -52,6 +52,7 @@ struct Side {
     }
 
     [[nodiscard]] double error() const { return support::largestError(out, expected, 0, 1.0, 0); }
+
     Track track;
     Stereo in, out, expected;
     ReferenceDucker::Settings settings;

@@ -129,9 +129,10 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(Lifetime, InstancesOutliveTheEntrysDeinitAndInitOfOthers) {
     const auto library = support::plugin();
     const clap_plugin_entry_t& entry = library->entry();
-    Track first;
     ASSERT_TRUE(entry.init("again"));
+    Track first;
     Track second;
+    const clap_plugin_descriptor_t* const freed = library->descriptor();
     entry.deinit();
     const host::HostCallbacks callbacks;
     const auto create = [&] {
@@ -140,6 +141,7 @@ TEST(Lifetime, InstancesOutliveTheEntrysDeinitAndInitOfOthers) {
     };
     EXPECT_EQ(create(), nullptr) << "no instance without a descriptor";
     EXPECT_EQ(library->descriptor(), nullptr);
+    EXPECT_NE(first.instance.plugin()->desc, freed) << "an instance needs a copy";
     EXPECT_STREQ(first.instance.plugin()->desc->id, "com.Orlavenko.TessellaDuckwork");
     live(first);
 

@@ -14,7 +14,7 @@ TEST(RegistryTool, ResolvesWhatTheUserTyped) {
         shm::SlotSnapshot& slot = slots[static_cast<std::size_t>(index)];
         slot.index = index++;
         slot.active = index < 5;
-        std::strcpy(slot.name, name);
+        std::strncpy(slot.name, name, sizeof slot.name - 1);
     }
     struct {
         const char* typed;
