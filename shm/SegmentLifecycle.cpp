@@ -7,7 +7,7 @@
 #include <exception>
 #include <fcntl.h>
 #include <mutex>
-#include <new>
+#include <pthread.h>
 #include <unistd.h>
 
 using namespace shm;
@@ -72,12 +72,22 @@ bool CreateOrJoin(bip::shared_memory_object& object) {
     return true;
 }
 
+/// Makes the lock. Not left to boost's constructor: its newer versions make a robust mutex, which
+/// builds with older ones do not expect in the segment.
+void InitialiseMutex(bip::interprocess_mutex& mutex) {
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+    pthread_mutex_init(reinterpret_cast<pthread_mutex_t*>(&mutex), &attributes);
+    pthread_mutexattr_destroy(&attributes);
+}
+
 /// Makes an empty registry of a new object, to which nobody else writes yet.
 void Initialise(void* bytes) {
     std::memset(bytes, 0, kSegmentBytes);
     auto& segment = *static_cast<RegistrySegment*>(bytes);
     segment.version = kLayoutVersion;
-    ::new (&segment.mutex) bip::interprocess_mutex;
+    InitialiseMutex(segment.mutex);
     // Release: whoever sees the magic word sees all of the above.
     segment.magic.store(kMagic, std::memory_order_release);
 }
