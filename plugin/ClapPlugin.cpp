@@ -78,6 +78,13 @@ struct ClapPlugin::Routes {
         return of(p).renderSetMode(mode);
     }
 
+    static bool stateSave(const clap_plugin_t* p, const clap_ostream_t* stream) noexcept {
+        return of(p).stateSave(stream);
+    }
+    static bool stateLoad(const clap_plugin_t* p, const clap_istream_t* stream) noexcept {
+        return of(p).stateLoad(stream);
+    }
+
     static std::uint32_t paramsCount(const clap_plugin_t* p) noexcept {
         return of(p).paramsCount();
     }
@@ -112,13 +119,15 @@ const void* ClapPlugin::Routes::getExtension(const clap_plugin_t* /*p*/, const c
     static constexpr clap_plugin_tail_t tail = {tailGet};
     static constexpr clap_plugin_render_t render = {renderHasHardRealtimeRequirement,
                                                     renderSetMode};
+    static constexpr clap_plugin_state_t state = {stateSave, stateLoad};
     static constexpr clap_plugin_params_t params = {
         paramsCount, paramsInfo, paramsValue, paramsValueToText, paramsTextToValue, paramsFlush};
 
     static constexpr std::pair<const char*, const void*> tables[] = {
         {CLAP_EXT_AUDIO_PORTS, &audioPorts}, {CLAP_EXT_AUDIO_PORTS_CONFIG, &audioPortsConfig},
         {CLAP_EXT_LATENCY, &latency},        {CLAP_EXT_TAIL, &tail},
-        {CLAP_EXT_RENDER, &render},          {CLAP_EXT_PARAMS, &params},
+        {CLAP_EXT_RENDER, &render},          {CLAP_EXT_STATE, &state},
+        {CLAP_EXT_PARAMS, &params},
     };
     if (id == nullptr)
         return nullptr;

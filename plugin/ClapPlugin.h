@@ -62,6 +62,10 @@ protected:
     virtual bool renderHasHardRealtimeRequirement() noexcept { return false; }
     virtual bool renderSetMode(clap_plugin_render_mode /*mode*/) noexcept { return false; }
 
+    // State, [main]
+    virtual bool stateSave(const clap_ostream_t* /*stream*/) noexcept { return false; }
+    virtual bool stateLoad(const clap_istream_t* /*stream*/) noexcept { return false; }
+
     // Parameters, [main]; flush: [audio] while active, else [main]
     virtual std::uint32_t paramsCount() const noexcept { return 0; }
     virtual bool paramsInfo(std::uint32_t /*index*/, clap_param_info_t* /*info*/) const noexcept {
@@ -93,7 +97,10 @@ protected:
     [[nodiscard]] bool canUseParams() const noexcept;      // [any but audio]
 
     // Calls into the host, allowed once the test above was true.
-    void hostTailChanged() const noexcept { tail->changed(host); }          // [audio]
+    void hostTailChanged() const noexcept { tail->changed(host); } // [audio]
+    void hostRescanValues() const noexcept {
+        params->rescan(host, CLAP_PARAM_RESCAN_VALUES);
+    }                                                                       // [main]
     void hostRequestFlush() const noexcept { params->request_flush(host); } // [main]
 
     /// To the host's log, or to the standard error stream when it has none. [any but audio]

@@ -31,6 +31,7 @@ bool IPlugCLAP::activate(double sampleRate, std::uint32_t /*minFrames*/,
     SetBlockSize(maxFrames);
     SetSampleRate(sampleRate);
     buffers.Prepare(maxFrames);
+    OnActivate(true);
     OnParamReset(ParamSource::Reset);
     OnReset();
     // Only remembered: the host's function is for the audio thread.

@@ -36,6 +36,7 @@ protected:
     bool init() noexcept override;
     bool activate(double sampleRate, std::uint32_t minFrames,
                   std::uint32_t maxFrames) noexcept override;
+    void deactivate() noexcept override { OnActivate(false); }
     clap_process_status process(const clap_process_t* block) noexcept override;
     void onMainThread() noexcept override { OnIdle(); }
 
@@ -51,6 +52,10 @@ protected:
     // Latency, tail, render mode
     std::uint32_t latencyGet() const noexcept override;
     bool renderSetMode(clap_plugin_render_mode mode) noexcept override;
+
+    // State (IPlugCLAPState.cpp)
+    bool stateSave(const clap_ostream_t* stream) noexcept override;
+    bool stateLoad(const clap_istream_t* stream) noexcept override;
 
     // Parameters
     std::uint32_t paramsCount() const noexcept override;
@@ -75,6 +80,7 @@ private:
     void ProcessOutputParams(const clap_output_events_t* events) noexcept;
     void QueueParamRecord(const ParamRecord& record);
     void FlushParamsIfNeeded();
+    void OnRestoreState() const noexcept;
 
     BlockBuffers buffers;
     ParamQueue outgoing;              ///< writer: the editor; reader: process or flush

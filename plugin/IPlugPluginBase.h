@@ -1,6 +1,7 @@
 /// The parameter side of the framework layer.
 #pragma once
 
+#include "plugin/IByteChunk.h"
 #include "plugin/IEditorDelegate.h"
 #include "plugin/IPlugParameter.h"
 
@@ -31,6 +32,12 @@ public:
     virtual void OnParamChange(int index, ParamSource /*source*/, int /*sampleOffset*/) {
         OnParamChange(index);
     }
+
+    /// Appends the whole state; false, and the chunk is of no use, when that failed. [main]
+    virtual bool SerializeState(IByteChunk& chunk) = 0;
+    /// Takes the state from a position on. Returns the position behind what was taken, -1 when the
+    /// parameters were not reached; what was read before that stays taken. [main]
+    virtual int UnserializeState(const IByteChunk& chunk, int start) = 0;
 
 protected:
     /// Appends a parameter: they are added in index order, before anything reads them. [main]

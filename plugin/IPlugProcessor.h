@@ -31,6 +31,10 @@ public:
     /// may be the same buffers. [audio]
     virtual void ProcessBlock(const double* const* inputs, double* const* outputs, int nFrames) = 0;
 
+    /// Processing is about to become possible, or no longer is. Runs on activation with the new
+    /// sample rate in place, before anything else. [main]
+    virtual void OnActivate(bool /*active*/) {}
+
     /// Runs on activation, after the parameters have been announced. [main]
     virtual void OnReset() = 0;
 

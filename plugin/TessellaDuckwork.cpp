@@ -1,7 +1,5 @@
 #include "plugin/TessellaDuckwork.h"
 
-#include <boost/interprocess/exceptions.hpp>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -52,9 +50,9 @@ TessellaDuckwork::~TessellaDuckwork() {
 void TessellaDuckwork::PublishStartingSettings() {
     shm.SetDisplayName(instanceName.data());
     const TDBand wholeRange;
-    lastBandsSeq = seenBandsSeq = shm.WriteBands(&wholeRange, 1);
-    lastHpLpSeq = seenHpLpSeq =
-        shm.WriteHpLp(static_cast<float>(Mirror(HP)), static_cast<float>(Mirror(LP)));
+    RecordOwnWrite(lastBandsSeq, seenBandsSeq, shm.WriteBands(&wholeRange, 1));
+    RecordOwnWrite(lastHpLpSeq, seenHpLpSeq,
+                   shm.WriteHpLp(static_cast<float>(Mirror(HP)), static_cast<float>(Mirror(LP))));
     PublishControls();
     shm.PublishDuckSelf(duckSelf);
 }
@@ -64,11 +62,7 @@ void TessellaDuckwork::RunHeartbeat() {
     constexpr int kTicksBetweenTouches = 30;
     const auto stopped = [this] { return stopWorker.load(std::memory_order_relaxed); };
     while (!stopped()) {
-        try {
-            shm.Touch();
-        } catch (const boost::interprocess::interprocess_exception&) {
-            // A broken lock: nothing to be done here, and the host must not end by it.
-        }
+        WithRegistry([this] { shm.Touch(); });
         for (int tick = 0; tick < kTicksBetweenTouches && !stopped(); ++tick)
             sleepTick();
     }
@@ -77,7 +71,8 @@ void TessellaDuckwork::RunHeartbeat() {
 void TessellaDuckwork::OnReset() {
     hostSampleRate = GetSampleRate();
     analyzer.retune(hostSampleRate);
-    shm.SetMyLatency(static_cast<int>(processor.reset(hostSampleRate)));
+    const auto transformSize = static_cast<int>(processor.reset(hostSampleRate));
+    WithRegistry([&] { shm.SetMyLatency(transformSize); });
     UpdateEnvelope();
     peerBins.fill(0.0F);
     working = Targets();
@@ -92,7 +87,11 @@ void TessellaDuckwork::GetGainReduction(float& low, float& mid, float& high) con
 void TessellaDuckwork::SetInstanceName(const char* name) {
     if (name == nullptr)
         return;
-    instanceName.fill('\0');
-    std::memcpy(instanceName.data(), name, strnlen(name, instanceName.size() - 1));
-    shm.SetDisplayName(instanceName.data());
+    std::array<char, shm::kNameBytes> cut{};
+    std::memcpy(cut.data(), name, strnlen(name, cut.size() - 1));
+    {
+        const std::scoped_lock lock(persistedMutex);
+        instanceName = cut;
+    }
+    WithRegistry([&] { shm.SetDisplayName(cut.data()); });
 }

@@ -5,13 +5,19 @@
 #include "dsp/SampleStream.h"
 #include "dsp/SpectralAnalyzer.h"
 #include "dsp/SpectralProcessor.h"
+#include "plugin/ApplyGate.h"
 #include "plugin/IPlugCLAP.h"
 #include "plugin/Parameters.h"
+#include "plugin/ShadowPeer.h"
+#include "plugin/StateChunk.h"
 #include "shm/TessellaDuckworkSHM.h"
+
+#include <boost/interprocess/exceptions.hpp>
 
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 #include <thread>
 
 class TessellaDuckwork;
@@ -46,6 +52,30 @@ public:
     // Parameters (TessellaDuckworkSync.cpp)
     using IPluginBase::OnParamChange;
     void OnParamChange(int index) override;
+    /// Takes what others have written into the own slot since the last flush into the parameters,
+    /// without telling the host; a busy registry leaves them as they are. [main]
+    void FlushSHMToParams();
+
+    // Remembered settings (TessellaDuckworkShadow.cpp), [main, ui]
+
+    /// Switches processing of band 0, 1 or 2 on or off; other numbers are ignored.
+    void SetBandEnabled(int band, bool on);
+    /// At most 63 bytes of the name of the peer last paired with; null for none.
+    void SetPersistedPeerName(const char* name);
+    /// Low and high edge of band 1, 2, 3, Hz; six values.
+    void SetPersistedBandFreqs(const float* edgesHz);
+    // What this side has set on its peer. The record counts as not applied after each of these.
+    void RecordShadowPeerBands(const TDBand* bands, int count); ///< none: clears the record
+    void RecordShadowPeerHpLp(float hpHz, float lpHz);
+    void RecordShadowPeerControls(float attackMs, float releaseMs, float makeupDb);
+    void ClearShadowPeer();
+    /// Writes the record to the linked peer, once. False when there is nothing to write, no peer
+    /// is linked, or the registry is out of order.
+    bool ApplyShadowPeerToSHM();
+
+    // State (TessellaDuckworkState.cpp)
+    bool SerializeState(iplug::IByteChunk& chunk) override;
+    int UnserializeState(const iplug::IByteChunk& chunk, int start) override;
 
     // Processing (TessellaDuckworkProcess.cpp; OnReset: TessellaDuckwork.cpp)
     void OnReset() override;
@@ -63,6 +93,24 @@ private:
         double makeupDb = 0.0;
     };
 
+    /// Runs operations on the registry. Its lock can be broken, by a foreign or dying process: that
+    /// counts as a busy one, here and in the host. False then. [any]
+    template <class Operations>
+    static bool WithRegistry(Operations&& operations) noexcept try {
+        operations();
+        return true;
+    } catch (const boost::interprocess::interprocess_exception&) {
+        return false;
+    }
+
+    /// Remembers the counter of an own write, so that it is not taken for a foreign edit. A write
+    /// that failed has none: then the registry's old values must not look like news.
+    static void RecordOwnWrite(dsp::Relaxed<std::uint64_t>& last, dsp::Relaxed<std::uint64_t>& seen,
+                               std::uint64_t seq) {
+        if (seq != 0)
+            last = seen = seq;
+    }
+
     // Construction and heartbeat
     void PublishStartingSettings();
     void RunHeartbeat();
@@ -71,10 +119,22 @@ private:
     [[nodiscard]] double Mirror(int index) const { return mirror[std::size_t(index)]; }
     void UpdateEnvelope();
     void PublishControls();
-    bool TryPublishControls() noexcept;
+    void TryPublishControls();
+    void OnActivate(bool becomesActive) override;
+    void FlushBands();
+    void FlushHpLp();
+    bool FlushControls();
+
+    // State
+    [[nodiscard]] state::Head HeadForState() const;
+    void TakeHead(const state::Reading& reading);
+    void TakeShadow(const state::Reading& reading);
+    [[nodiscard]] std::array<TDBand, dsp::kBandCount> BandsToPublish(int count);
+    void Republish();
 
     // One block, in this order
     struct BlockInput;
+    [[nodiscard]] BlockInput TakeRegistryChanges();
     [[nodiscard]] BlockInput ReadRegistry();
     void ApplyRegistryChanges(const BlockInput& input);
     void ApplyBands(const TessellaDuckworkSHM::TDAudioReadCycle& cycle);
@@ -85,19 +145,19 @@ private:
     [[nodiscard]] dsp::FrameSettings Settings(bool peerValid) const;
     void MeasureLevels(bool peerValid);
     void Publish();
-    void WriteAudioCycle(const float* bins, int count, bool writeBins) noexcept;
+    void WriteAudioCycle(const float* bins, int count, bool writeBins);
     [[nodiscard]] int PublishedBins() const;
 
     dsp::Relaxed<int> editorWidth = 960; ///< remembered editor size, pixels. [main, ui]
     dsp::Relaxed<int> editorHeight = 600;
-    std::array<char, shm::kNameBytes> instanceName{}; ///< NUL-terminated. [main, ui]
-    double hostSampleRate = 44100.0;                  ///< Hz. [main, in OnReset]
-    dsp::Relaxed<bool> duckSelf = true;               ///< ducks against its peer. [main, audio, ui]
+    double hostSampleRate = 44100.0;    ///< Hz. [main, in OnReset]
+    dsp::Relaxed<bool> duckSelf = true; ///< ducks against its peer. [main, audio, ui]
 
     dsp::SpectralProcessor processor; // its envelope times: [any]; all else: [audio], reset [main]
     std::array<dsp::Relaxed<double>, kNumParams> mirror; ///< parameter values. [any]
     WorkingValues working;                               ///< [audio], snapped in OnReset
-    std::array<bool, dsp::kBandCount> bandEnabled = {true, true, true};
+    /// As processing reads it. [main, ui]
+    std::array<dsp::Relaxed<bool>, dsp::kBandCount> bandEnabled = {true, true, true};
 
     // Meters, low, mid and high band
     std::array<dsp::Relaxed<float>, dsp::kBandCount> grSnapshot{};         ///< dB. [audio]
@@ -122,7 +182,17 @@ private:
     /// their group had changed. The host is not told of those. [audio]
     std::uint32_t standIns = 0;
 
+    ApplyGate applyGate; ///< closed while another thread writes settings of this instance
+
     dsp::Relaxed<int> activeBandCount = 1; ///< 1 to 3. [main, audio, ui]
+
+    // What only the state and the editor know; never touched by the audio thread.
+    mutable std::mutex persistedMutex; ///< guards the following, held for copies only. [main, ui]
+    std::array<float, 6> persistedBandFreqs = {20.0F, 20000.0F}; ///< low, high of band 1, 2, 3, Hz
+    std::array<bool, dsp::kBandCount> persistedBandEnabled = {true, true, true};
+    std::array<char, shm::kNameBytes> persistedPeerName{};
+    std::array<char, shm::kNameBytes> instanceName{}; ///< NUL-terminated
+    ShadowPeer shadowPeer;
 
     std::atomic<bool> stopWorker = false;
     std::thread worker; ///< the heartbeat; last member: it uses the others

@@ -4,8 +4,6 @@
 #include "dsp/Bands.h"
 #include "dsp/Smoothing.h"
 
-#include <boost/interprocess/exceptions.hpp>
-
 #include <algorithm>
 #include <cmath>
 
@@ -26,8 +24,7 @@ struct TessellaDuckwork::BlockInput {
 void TessellaDuckwork::ProcessBlock(const double* const* inputs, double* const* outputs,
                                     int nFrames) {
     TryPublishControls();
-    const BlockInput input = ReadRegistry();
-    ApplyRegistryChanges(input);
+    const BlockInput input = TakeRegistryChanges();
     if (input.cycle.bypass) {
         PassThrough(inputs, outputs, nFrames);
         return;
@@ -41,6 +38,16 @@ void TessellaDuckwork::ProcessBlock(const double* const* inputs, double* const* 
     MeasureLevels(input.PeerValid());
     Publish();
     analyzer.push(outputs[0], right, nFrames);
+}
+
+/// Reads the registry and applies what has changed there, unless an own write is under way: then
+/// the changes wait for a later block.
+TessellaDuckwork::BlockInput TessellaDuckwork::TakeRegistryChanges() {
+    const ApplyGate::Pass pass(applyGate);
+    const BlockInput input = ReadRegistry();
+    if (pass)
+        ApplyRegistryChanges(input);
+    return input;
 }
 
 TessellaDuckwork::BlockInput TessellaDuckwork::ReadRegistry() {
@@ -190,10 +197,7 @@ int TessellaDuckwork::PublishedBins() const {
     return std::min<int>(processor.numBins, dsp::kExchangedBins);
 }
 
-void TessellaDuckwork::WriteAudioCycle(const float* bins, int count, bool writeBins) noexcept {
-    try {
-        shm.WriteAudioCycle(ownLevel.data(), grMeter.data(), bins, count, writeBins);
-    } catch (const boost::interprocess::interprocess_exception&) {
-        // A broken lock counts as a busy one: nothing is published in this block.
-    }
+void TessellaDuckwork::WriteAudioCycle(const float* bins, int count, bool writeBins) {
+    WithRegistry(
+        [&] { shm.WriteAudioCycle(ownLevel.data(), grMeter.data(), bins, count, writeBins); });
 }

@@ -1,8 +1,6 @@
 #include "plugin/TessellaDuckwork.h"
 
-#include <boost/interprocess/exceptions.hpp>
-
-#include <cmath>
+#include <algorithm>
 
 void TessellaDuckwork::OnParamChange(int index) {
     if (index < 0 || index >= kNumParams)
@@ -28,6 +26,7 @@ void TessellaDuckwork::PublishControls() {
         TryPublishControls();
         return;
     }
+    const ApplyGate::Closed closed(applyGate);
     const auto seq =
         shm.WriteControls(static_cast<float>(Mirror(Attack)), static_cast<float>(Mirror(Release)),
                           static_cast<float>(Mirror(Makeup)));
@@ -37,18 +36,99 @@ void TessellaDuckwork::PublishControls() {
     controlsUnpublished = false;
 }
 
-/// One try; true when nothing is left to publish.
-bool TessellaDuckwork::TryPublishControls() noexcept try {
+/// One try to publish what is left to publish.
+void TessellaDuckwork::TryPublishControls() {
     if (!controlsUnpublished)
-        return true;
-    const auto seq = shm.TryWriteControls(static_cast<float>(Mirror(Attack)),
-                                          static_cast<float>(Mirror(Release)),
-                                          static_cast<float>(Mirror(Makeup)));
-    if (!seq)
+        return;
+    WithRegistry([this] {
+        const auto seq = shm.TryWriteControls(static_cast<float>(Mirror(Attack)),
+                                              static_cast<float>(Mirror(Release)),
+                                              static_cast<float>(Mirror(Makeup)));
+        if (!seq)
+            return;
+        RecordOwnWrite(lastControlsSeq, seenControlsSeq, *seq);
+        controlsUnpublished = false;
+    });
+}
+
+/// What the peer's side has set while no block was running is taken before the parameters are
+/// announced: announcing publishes the controls, which would undo it.
+void TessellaDuckwork::OnActivate(bool becomesActive) {
+    if (!becomesActive || !shm.Opened())
+        return;
+    const ApplyGate::Closed closed(applyGate);
+    WithRegistry([this] {
+        if (FlushControls())
+            for (const int index : {Attack, Release, Makeup})
+                InformHostWithinBlock(index);
+    });
+}
+
+void TessellaDuckwork::FlushSHMToParams() {
+    if (!shm.Opened())
+        return;
+    const ApplyGate::Closed closed(applyGate);
+    WithRegistry([this] {
+        FlushBands();
+        FlushHpLp();
+        FlushControls();
+    });
+}
+
+void TessellaDuckwork::FlushBands() {
+    std::array<TDBand, dsp::kBandCount> bands{};
+    int count = 0;
+    const std::uint64_t seq = shm.ReadOwnBands(bands.data(), count, dsp::kBandCount);
+    if (seq == 0 || seq == seenBandsSeq || count < 1)
+        return;
+    seenBandsSeq = seq;
+    activeBandCount = count;
+    GetParam(FreqLow).Set(count >= 2 ? bands[0].hiHz : 20.0);
+    GetParam(FreqHigh).Set(count >= 3 ? bands[1].hiHz : 20000.0);
+
+    const std::scoped_lock lock(persistedMutex);
+    persistedBandFreqs.fill(0.0F);
+    persistedBandEnabled.fill(true);
+    for (std::size_t band = 0; band < std::size_t(count); ++band) {
+        persistedBandFreqs[2 * band] = bands[band].loHz;
+        persistedBandFreqs[2 * band + 1] = bands[band].hiHz;
+        persistedBandEnabled[band] = bands[band].enabled;
+        GetParam(ThreshLow + static_cast<int>(band)).Set(bands[band].threshDb);
+        GetParam(RatioLow + static_cast<int>(band)).Set(bands[band].ratio);
+    }
+    std::copy(persistedBandEnabled.begin(), persistedBandEnabled.end(), bandEnabled.begin());
+}
+
+void TessellaDuckwork::FlushHpLp() {
+    float hpHz = 0.0F;
+    float lpHz = 0.0F;
+    const std::uint64_t seq = shm.ReadOwnHpLp(hpHz, lpHz);
+    if (seq == 0 || seq == seenHpLpSeq)
+        return;
+    seenHpLpSeq = seq;
+    GetParam(HP).Set(hpHz);
+    GetParam(LP).Set(lpHz);
+}
+
+/// True when the controls have changed. What this instance has still to publish comes first.
+bool TessellaDuckwork::FlushControls() {
+    if (controlsUnpublished)
+        PublishControls();
+    if (controlsUnpublished)
         return false;
-    lastControlsSeq = seenControlsSeq = *seq;
-    controlsUnpublished = false;
+    float attackMs = 0.0F;
+    float releaseMs = 0.0F;
+    float makeupDb = 0.0F;
+    const std::uint64_t seq = shm.ReadOwnControls(attackMs, releaseMs, makeupDb);
+    if (seq == 0 || seq == seenControlsSeq)
+        return false;
+    seenControlsSeq = seq;
+    lastControlsSeq = seq;
+    GetParam(Attack).Set(attackMs);
+    GetParam(Release).Set(releaseMs);
+    GetParam(Makeup).Set(makeupDb);
+    for (const int index : {Attack, Release, Makeup})
+        mirror[std::size_t(index)] = GetParam(index).Value();
+    UpdateEnvelope();
     return true;
-} catch (const boost::interprocess::interprocess_exception&) {
-    return false;
 }

@@ -1,0 +1,108 @@
+#include "plugin/TessellaDuckwork.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+/// The remembered bands; those beyond the count have no width.
+std::array<TDBand, dsp::kBandCount> bandsOf(const ShadowPeer& shadow) {
+    std::array<TDBand, dsp::kBandCount> bands;
+    bands.fill({.loHz = 0.0F, .hiHz = 0.0F, .threshDb = 0.0F, .ratio = 0.0F, .enabled = false});
+    for (std::size_t band = 0; band < std::size_t(shadow.bandCount); ++band)
+        bands[band] = {.loHz = shadow.bandEdgesHz[2 * band],
+                       .hiHz = shadow.bandEdgesHz[2 * band + 1],
+                       .threshDb = shadow.thresholdDb[band],
+                       .ratio = shadow.ratio[band],
+                       .enabled = shadow.enabled[band]};
+    return bands;
+}
+
+bool hasWidth(const TDBand& band) { return band.hiHz > band.loHz; }
+
+} // namespace
+
+void TessellaDuckwork::SetBandEnabled(int band, bool on) {
+    if (band < 0 || band >= dsp::kBandCount)
+        return;
+    bandEnabled[std::size_t(band)] = on;
+    const std::scoped_lock lock(persistedMutex);
+    persistedBandEnabled[std::size_t(band)] = on;
+}
+
+void TessellaDuckwork::SetPersistedPeerName(const char* name) {
+    const std::scoped_lock lock(persistedMutex);
+    persistedPeerName.fill('\0');
+    if (name != nullptr)
+        std::memcpy(persistedPeerName.data(), name, strnlen(name, persistedPeerName.size() - 1));
+}
+
+void TessellaDuckwork::SetPersistedBandFreqs(const float* edgesHz) {
+    const std::scoped_lock lock(persistedMutex);
+    std::copy_n(edgesHz, persistedBandFreqs.size(), persistedBandFreqs.begin());
+}
+
+void TessellaDuckwork::RecordShadowPeerBands(const TDBand* bands, int count) {
+    if (bands == nullptr || count < 1) {
+        ClearShadowPeer();
+        return;
+    }
+    const std::scoped_lock lock(persistedMutex);
+    shadowPeer.bandCount = std::min(count, dsp::kBandCount);
+    shadowPeer.bandEdgesHz.fill(0.0F);
+    for (std::size_t band = 0; band < std::size_t(shadowPeer.bandCount); ++band) {
+        shadowPeer.bandEdgesHz[2 * band] = bands[band].loHz;
+        shadowPeer.bandEdgesHz[2 * band + 1] = bands[band].hiHz;
+        shadowPeer.thresholdDb[band] = bands[band].threshDb;
+        shadowPeer.ratio[band] = bands[band].ratio;
+        shadowPeer.enabled[band] = bands[band].enabled;
+    }
+    shadowPeer.applied = false;
+}
+
+// A record without bands counts as present all the same: with one band from 0 to 0 Hz, which is
+// never written.
+void TessellaDuckwork::RecordShadowPeerHpLp(float hpHz, float lpHz) {
+    const std::scoped_lock lock(persistedMutex);
+    shadowPeer.hpHz = hpHz;
+    shadowPeer.lpHz = lpHz;
+    shadowPeer.bandCount = std::max(shadowPeer.bandCount, 1);
+    shadowPeer.applied = false;
+}
+
+void TessellaDuckwork::RecordShadowPeerControls(float attackMs, float releaseMs, float makeupDb) {
+    const std::scoped_lock lock(persistedMutex);
+    shadowPeer.attackMs = attackMs;
+    shadowPeer.releaseMs = releaseMs;
+    shadowPeer.makeupDb = makeupDb;
+    shadowPeer.bandCount = std::max(shadowPeer.bandCount, 1);
+    shadowPeer.applied = false;
+}
+
+void TessellaDuckwork::ClearShadowPeer() {
+    const std::scoped_lock lock(persistedMutex);
+    shadowPeer = {};
+}
+
+bool TessellaDuckwork::ApplyShadowPeerToSHM() {
+    ShadowPeer shadow;
+    {
+        const std::scoped_lock lock(persistedMutex); // not held while the registry may wait
+        if (shadowPeer.bandCount < 1 || shadowPeer.applied)
+            return false;
+        shadow = shadowPeer;
+    }
+    if (!shm.Opened() || shm.RemoteId() == 0)
+        return false;
+    // With a broken lock the record stays, to be applied later.
+    const bool written = WithRegistry([&] {
+        shm.WriteRemoteHpLp(shadow.hpHz, shadow.lpHz);
+        shm.WriteRemoteControls(shadow.attackMs, shadow.releaseMs, shadow.makeupDb);
+        const auto bands = bandsOf(shadow);
+        if (std::any_of(bands.begin(), bands.end(), hasWidth))
+            shm.WriteRemoteBands(bands.data(), shadow.bandCount);
+    });
+    const std::scoped_lock lock(persistedMutex);
+    shadowPeer.applied = written;
+    return written;
+}
