@@ -18,4 +18,11 @@ struct ShadowPeer {
     float releaseMs = shm::kDefaultReleaseMs;
     float makeupDb = shm::kDefaultMakeupDb;
     bool applied = false; ///< written to the peer since it was recorded
+    unsigned edition = 0; ///< differs after every change; not saved
+
+    /// The record has changed and is to be applied again.
+    void Touch() {
+        applied = false;
+        ++edition;
+    }
 };

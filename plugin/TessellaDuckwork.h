@@ -125,6 +125,8 @@ private:
     void FlushHpLp();
     bool FlushControls();
 
+    bool WriteToPeer(const ShadowPeer& shadow);
+
     // State
     [[nodiscard]] state::Head HeadForState() const;
     void TakeHead(const state::Reading& reading);

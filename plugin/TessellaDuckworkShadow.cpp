@@ -57,7 +57,7 @@ void TessellaDuckwork::RecordShadowPeerBands(const TDBand* bands, int count) {
         shadowPeer.ratio[band] = bands[band].ratio;
         shadowPeer.enabled[band] = bands[band].enabled;
     }
-    shadowPeer.applied = false;
+    shadowPeer.Touch();
 }
 
 // A record without bands counts as present all the same: with one band from 0 to 0 Hz, which is
@@ -67,7 +67,7 @@ void TessellaDuckwork::RecordShadowPeerHpLp(float hpHz, float lpHz) {
     shadowPeer.hpHz = hpHz;
     shadowPeer.lpHz = lpHz;
     shadowPeer.bandCount = std::max(shadowPeer.bandCount, 1);
-    shadowPeer.applied = false;
+    shadowPeer.Touch();
 }
 
 void TessellaDuckwork::RecordShadowPeerControls(float attackMs, float releaseMs, float makeupDb) {
@@ -76,12 +76,13 @@ void TessellaDuckwork::RecordShadowPeerControls(float attackMs, float releaseMs,
     shadowPeer.releaseMs = releaseMs;
     shadowPeer.makeupDb = makeupDb;
     shadowPeer.bandCount = std::max(shadowPeer.bandCount, 1);
-    shadowPeer.applied = false;
+    shadowPeer.Touch();
 }
 
 void TessellaDuckwork::ClearShadowPeer() {
     const std::scoped_lock lock(persistedMutex);
-    shadowPeer = {};
+    shadowPeer = {.edition = shadowPeer.edition};
+    shadowPeer.Touch();
 }
 
 bool TessellaDuckwork::ApplyShadowPeerToSHM() {
@@ -94,15 +95,23 @@ bool TessellaDuckwork::ApplyShadowPeerToSHM() {
     }
     if (!shm.Opened() || shm.RemoteId() == 0)
         return false;
-    // With a broken lock the record stays, to be applied later.
-    const bool written = WithRegistry([&] {
-        shm.WriteRemoteHpLp(shadow.hpHz, shadow.lpHz);
-        shm.WriteRemoteControls(shadow.attackMs, shadow.releaseMs, shadow.makeupDb);
-        const auto bands = bandsOf(shadow);
-        if (std::any_of(bands.begin(), bands.end(), hasWidth))
-            shm.WriteRemoteBands(bands.data(), shadow.bandCount);
-    });
+    const bool written = WriteToPeer(shadow);
     const std::scoped_lock lock(persistedMutex);
-    shadowPeer.applied = written;
+    // What was recorded or loaded in the meantime has not been written.
+    if (written && shadowPeer.edition == shadow.edition)
+        shadowPeer.applied = true;
+    return written;
+}
+
+/// False, and the record stays to be applied later, when a write found no peer or a busy lock.
+bool TessellaDuckwork::WriteToPeer(const ShadowPeer& shadow) {
+    bool written = false;
+    WithRegistry([&] {
+        written = shm.WriteRemoteHpLp(shadow.hpHz, shadow.lpHz) != 0 &&
+                  shm.WriteRemoteControls(shadow.attackMs, shadow.releaseMs, shadow.makeupDb) != 0;
+        const auto bands = bandsOf(shadow);
+        if (written && std::any_of(bands.begin(), bands.end(), hasWidth))
+            written = shm.WriteRemoteBands(bands.data(), shadow.bandCount) != 0;
+    });
     return written;
 }

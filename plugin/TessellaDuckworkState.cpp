@@ -63,8 +63,8 @@ state::Head TessellaDuckwork::HeadForState() const {
 }
 
 int TessellaDuckwork::UnserializeState(const iplug::IByteChunk& chunk, int start) {
-    const ApplyGate::Closed closed(
-        applyGate); // the state is taken whole, between two blocks' edits
+    // The state is taken whole: no block's registry edit comes in between.
+    const ApplyGate::Closed closed(applyGate);
     const state::Reading reading = state::read(chunk, start);
     TakeHead(reading);
     for (int index = 0; index < reading.paramCount; ++index)
@@ -119,7 +119,7 @@ void TessellaDuckwork::TakeShadow(const state::Reading& reading) {
         return;
     static const ShadowPeer kCleared;
     shadowPeer.bandCount = std::max(head.shadowBandCount, 0);
-    shadowPeer.applied = false; // to be written to the peer once it is linked again
+    shadowPeer.Touch(); // to be written to the peer once it is linked again
     if (taken > state::ShadowEdges)
         shadowPeer.bandEdgesHz = numbersOr(head.shadowEdges, kCleared.bandEdgesHz);
     if (taken > state::ShadowThresholds)

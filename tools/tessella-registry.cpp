@@ -1,4 +1,5 @@
 /// Shows and pairs the plug-in's running instances, as they meet in the shared registry.
+#include "tools/common/Text.h"
 #include "tools/registry/Resolve.h"
 #include "tools/registry/SignalsHeld.h"
 #include "tools/registry/View.h"
@@ -50,7 +51,7 @@ int list(bool asJson, double seconds) {
 }
 
 std::string label(const shm::SlotSnapshot& slot) {
-    return "#" + std::to_string(slot.index) + " \"" + registry::printable(slot.name) + "\"";
+    return "#" + std::to_string(slot.index) + " \"" + terminal::printable(slot.name) + "\"";
 }
 
 int pair(const std::string& first, const std::string& second) {

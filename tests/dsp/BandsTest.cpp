@@ -5,6 +5,7 @@
 #include <limits>
 #include <numeric>
 #include <random>
+#include <tuple>
 
 namespace {
 
@@ -53,25 +54,23 @@ TEST(BandLevels, AreMeansWithoutDcAndTopBinAndSurviveForeignNumbers) {
 }
 
 TEST(SpectralAnalyzer, RetunesItsBandTables) {
-    struct Case {
+    dsp::SpectralAnalyzer analyzer;
+    const struct {
         const char* what;
         double sampleRate;
         int firstLo, firstHi, lastHi;
         double topHz;
-    };
-    dsp::SpectralAnalyzer analyzer;
-    for (const auto& [what, sampleRate, firstLo, firstHi, lastHi, topHz] :
-         {Case{"20 Hz is in bin 0, raised to 1; ceil(928.8)", 44100, 1, 2, 929, 20000},
-          Case{"ends at half the rate", 32000, 1, 2, 1024, 16000},
-          Case{"no rate counts as 44.1 kHz", kNan, 1, 2, 929, 20000},
-          Case{"20 Hz is 33.18 bins", 1234.5678, 33, 34, 1024, 617.2839}}) {
+    } cases[] = {{"20 Hz is in bin 0, raised to 1; ceil(928.8)", 44100, 1, 2, 929, 20000},
+                 {"ends at half the rate", 32000, 1, 2, 1024, 16000},
+                 {"no rate counts as 44.1 kHz", kNan, 1, 2, 929, 20000},
+                 {"20 Hz is 33.18 bins", 1234.5678, 33, 34, 1024, 617.2839}};
+    for (const auto& [what, sampleRate, firstLo, firstHi, lastHi, topHz] : cases) {
         SCOPED_TRACE(what);
         analyzer.retune(sampleRate);
-        EXPECT_EQ(analyzer.bandLoBin.front(), firstLo);
-        EXPECT_EQ(analyzer.bandHiBin.front(), firstHi);
-        EXPECT_EQ(analyzer.bandHiBin.back(), lastHi);
+        const auto& [lo, hi] = std::tie(analyzer.bandLoBin, analyzer.bandHiBin);
+        EXPECT_TRUE(lo.front() == firstLo && hi.front() == firstHi && hi.back() == lastHi);
         for (std::size_t i = 0; i < 256; ++i) {
-            EXPECT_LT(analyzer.bandLoBin[i], analyzer.bandHiBin[i]);
+            EXPECT_LT(lo[i], hi[i]);
             const double part = (static_cast<double>(i) + 0.5) / 256.0;
             ASSERT_NEAR(analyzer.bandCentreHz[i] / (20.0 * std::pow(topHz / 20.0, part)), 1, 2e-6);
         }

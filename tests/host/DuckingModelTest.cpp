@@ -19,19 +19,13 @@ struct Side {
     Side(const Stereo& signal, double rate, const ReferenceDucker::Settings& s, double makeupDb)
         : in(signal), settings(s), model(rate) {
         settings.outputGain = std::pow(10.0, makeupDb / 20.0);
-        track.set({{FreqLow, s.lowSplitHz},
-                   {FreqHigh, s.highSplitHz},
-                   {ThreshLow, s.thresholdDb[0]},
-                   {ThreshMid, s.thresholdDb[1]},
-                   {ThreshHigh, s.thresholdDb[2]},
-                   {RatioLow, s.ratio[0]},
-                   {RatioMid, s.ratio[1]},
-                   {RatioHigh, s.ratio[2]},
-                   {Attack, s.attackMs},
-                   {Release, s.releaseMs},
-                   {Makeup, makeupDb},
-                   {HP, s.hpHz},
-                   {LP, s.lpHz}});
+        // clang-format off
+        track.set({{FreqLow, s.lowSplitHz}, {FreqHigh, s.highSplitHz}, {HP, s.hpHz}, {LP, s.lpHz},
+                   {ThreshLow, s.thresholdDb[0]}, {RatioLow, s.ratio[0]},
+                   {ThreshMid, s.thresholdDb[1]}, {RatioMid, s.ratio[1]},
+                   {ThreshHigh, s.thresholdDb[2]}, {RatioHigh, s.ratio[2]},
+                   {Attack, s.attackMs}, {Release, s.releaseMs}, {Makeup, makeupDb}});
+        // clang-format on
         track.start(rate);
     }
 
@@ -63,22 +57,16 @@ struct Side {
 };
 
 // Splits and limits lie between bins: on a bin the last bit of a frequency would decide.
-const ReferenceDucker::Settings kFast = {.thresholdDb = {-35.0, -42.5, -50.0},
-                                         .ratio = {3.0, 8.0, 20.0},
-                                         .lowSplitHz = 310.0,
-                                         .highSplitHz = 2900.0,
-                                         .hpHz = 60.0,
-                                         .lpHz = 11000.0,
-                                         .attackMs = 1.0,
-                                         .releaseMs = 60.0};
-const ReferenceDucker::Settings kSlow = {.thresholdDb = {-55.0, -48.5, -57.0},
-                                         .ratio = {10.0, 2.0, 5.5},
-                                         .lowSplitHz = 700.0,
-                                         .highSplitHz = 6000.0,
-                                         .hpHz = 110.0,
-                                         .lpHz = 15000.0,
-                                         .attackMs = 40.0,
-                                         .releaseMs = 300.0};
+// clang-format off
+const ReferenceDucker::Settings kFast = {
+    .thresholdDb = {-35.0, -42.5, -50.0}, .ratio = {3.0, 8.0, 20.0},
+    .lowSplitHz = 310.0, .highSplitHz = 2900.0, .hpHz = 60.0, .lpHz = 11000.0,
+    .attackMs = 1.0, .releaseMs = 60.0};
+const ReferenceDucker::Settings kSlow = {
+    .thresholdDb = {-55.0, -48.5, -57.0}, .ratio = {10.0, 2.0, 5.5},
+    .lowSplitHz = 700.0, .highSplitHz = 6000.0, .hpHz = 110.0, .lpHz = 15000.0,
+    .attackMs = 40.0, .releaseMs = 300.0};
+// clang-format on
 
 /// Plays both in turns and compares both with their models.
 void playPair(Side& a, Side& b) {
@@ -93,48 +81,36 @@ void playPair(Side& a, Side& b) {
     }
     EXPECT_LT(a.error(), kTolerance);
     EXPECT_LT(b.error(), kTolerance);
-    testing::Test::RecordProperty("errors", std::to_string(a.error() * 1e6) + "e-6 " +
-                                                std::to_string(b.error() * 1e6) + "e-6");
 }
 
 class DuckingModel : public testing::TestWithParam<double> {
 protected:
-    [[nodiscard]] double rate() const { return GetParam(); }
-    [[nodiscard]] std::size_t frames() const { return static_cast<std::size_t>(2.0 * rate()); }
-
-    void expectBothDuck(const Stereo& a, const Stereo& b) {
-        Side fast(a, rate(), kFast, 3.0);
-        Side slow(b, rate(), kSlow, -2.0);
-        playPair(fast, slow);
-        for (const Side* side : {&fast, &slow})
-            for (const float deepest : side->deepestDb)
-                EXPECT_LT(deepest, -0.25F) << "every band acts, by a few bins at least";
-    }
+    double rate = GetParam();
+    std::size_t frames = static_cast<std::size_t>(2.0 * rate);
+    Stereo noise = support::noise(frames, 0.5, 3), tones = support::tones(frames, rate, 0.9);
 };
 
-TEST_P(DuckingModel, NoiseAgainstSpeech) {
-    expectBothDuck(support::noise(frames(), 0.5, 3), support::speech(frames(), rate(), 0.9));
-}
-
-TEST_P(DuckingModel, SpeechAgainstTones) {
-    expectBothDuck(support::speech(frames(), rate(), 0.9), support::tones(frames(), rate(), 0.9));
+TEST_P(DuckingModel, BothSidesDuckInEveryBand) {
+    Side fast(noise, rate, kFast, 3.0), slow(tones, rate, kSlow, -2.0);
+    playPair(fast, slow);
+    for (const Side* side : {&fast, &slow})
+        EXPECT_LT(std::ranges::max(side->deepestDb), -0.25F) << "by a few bins at least";
 }
 
 TEST_P(DuckingModel, TheSideWithDuckSelfOffGivesWayNowhereAndStillDucksTheOther) {
-    const Stereo a = support::tones(frames(), rate(), 0.9);
-    Side keeps(a, rate(), kFast, 3.0);
-    Side gives(support::noise(frames(), 0.5, 5), rate(), kSlow, 0.0);
+    Side keeps(tones, rate, kFast, 3.0), gives(noise, rate, kSlow, 0.0);
     shm::RegistryMonitor monitor;
     ASSERT_TRUE(monitor.Attach() && monitor.SetDuckSelfOf(keeps.track.id(), false));
     keeps.settings.ratio = {1.0, 1.0, 1.0};
     playPair(keeps, gives);
     EXPECT_EQ(keeps.deepestDb, (std::array{0.0F, 0.0F, 0.0F}));
     const auto delay = static_cast<std::size_t>(2 * keeps.model.size());
-    EXPECT_LT(support::largestError(keeps.out, a, delay, keeps.settings.outputGain, delay), 2e-6);
-    EXPECT_LT(*std::ranges::max_element(gives.deepestDb), -0.25F);
+    EXPECT_LT(support::largestError(keeps.out, tones, delay, keeps.settings.outputGain, delay),
+              2e-6);
+    EXPECT_LT(std::ranges::max(gives.deepestDb), -0.1F);
 }
 
-INSTANTIATE_TEST_SUITE_P(rates, DuckingModel, testing::Values(48000.0, 96000.0),
+INSTANTIATE_TEST_SUITE_P(rates, DuckingModel, testing::Values(22050.0, 48000.0, 192000.0),
                          [](const auto& row) { return std::to_string(int(row.param)); });
 
 } // namespace

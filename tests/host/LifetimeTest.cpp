@@ -1,13 +1,10 @@
 #include "tests/host/Track.h"
 
-#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <malloc.h>
-#include <memory>
-#include <random>
 #include <thread>
 
 namespace {
@@ -19,25 +16,19 @@ constexpr double kRate = 48000.0;
 
 /// What a process owns that an instance could leave behind.
 struct Footprint {
-    std::size_t heapBytes = 0, threads = 0, descriptors = 0, mappings = 0;
+    std::ptrdiff_t heapBytes, threads, descriptors, mappings;
 };
 
-std::size_t entries(const char* folder) {
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+std::ptrdiff_t entries(const char* folder) {
+    return std::distance(std::filesystem::directory_iterator(folder), {});
 }
 
-std::size_t linesWith(const std::string& path, const std::string& text) {
-    std::ifstream file(path);
-    std::size_t count = 0;
-    for (std::string line; std::getline(file, line);)
-        count += line.find(text) != std::string::npos;
+std::ptrdiff_t mappingsOf(const std::string& name) {
+    std::ifstream maps("/proc/self/maps");
+    std::ptrdiff_t count = 0;
+    for (std::string line; std::getline(maps, line);)
+        count += line.find(name) != std::string::npos;
     return count;
-}
-
-Footprint measure() {
-    malloc_trim(0);
-    return {mallinfo2().uordblks, entries("/proc/self/task"), entries("/proc/self/fd"),
-            linesWith("/proc/self/maps", "")};
 }
 
 /// A whole life that fills the output rings and ends while processing.
@@ -47,86 +38,39 @@ void live(Track& track) {
     EXPECT_GT(rms(out), 0.1);
 }
 
-void loadLiveUnload() {
-    Track track;
-    live(track);
+Footprint afterLoads(int rounds) {
+    for (; rounds > 0; --rounds) {
+        Track track;
+        live(track);
+    }
+    malloc_trim(0);
+    return {static_cast<std::ptrdiff_t>(mallinfo2().uordblks), entries("/proc/self/task"),
+            entries("/proc/self/fd"), mappingsOf("")};
 }
 
 TEST(Lifetime, AHundredLoadsAndUnloadsLeaveNothingBehind) {
-    Footprint before;
-    for (int warmUp = 0; warmUp < 20; ++warmUp) {
-        loadLiveUnload();
-        before = measure();
-    }
-    for (int round = 0; round < 100; ++round)
-        loadLiveUnload();
-    const Footprint after = measure();
-    const auto growth = [](std::size_t from, std::size_t to) {
-        return static_cast<std::ptrdiff_t>(to) - static_cast<std::ptrdiff_t>(from);
-    };
-    EXPECT_LE(growth(before.threads, after.threads), 0);
-    EXPECT_LE(growth(before.descriptors, after.descriptors), 0);
+    const Footprint before = afterLoads(20); // warmed up
+    const Footprint after = afterLoads(100);
+    EXPECT_LE(after.threads, before.threads);
+    EXPECT_LE(after.descriptors, before.descriptors);
 #ifndef TD_SANITIZED // a sanitizer keeps freed memory on purpose
     // Caches of freed blocks still come and go by some hundred bytes; a leak comes a hundredfold.
-    EXPECT_LT(growth(before.heapBytes, after.heapBytes), 3000);
-    EXPECT_LE(growth(before.mappings, after.mappings), 2) << "one leak a round would be a hundred";
+    EXPECT_LT(after.heapBytes, before.heapBytes + 3000);
+    EXPECT_LE(after.mappings, before.mappings + 2) << "one leak a round would be a hundred";
 #endif
-    EXPECT_EQ(linesWith("/proc/self/maps", "TessellaDuckwork.clap"), 0U) << "still mapped";
-    RecordProperty("heapGrowth", std::to_string(growth(before.heapBytes, after.heapBytes)));
-    RecordProperty("mapGrowth", std::to_string(growth(before.mappings, after.mappings)));
+    EXPECT_EQ(mappingsOf("TessellaDuckwork.clap"), 0) << "still mapped";
+    RecordProperty("heapGrowth", std::to_string(after.heapBytes - before.heapBytes));
 }
 
 TEST(Lifetime, DestructionNeverWaitsForTheHeartbeat) {
-    std::vector<std::unique_ptr<Track>> tracks;
-    for (int i = 0; i < 12; ++i)
-        tracks.push_back(std::make_unique<Track>());
-    std::minstd_rand random(6);
-    std::chrono::duration<double> longest{};
-    while (!tracks.empty()) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(random() % 300));
-        const auto start = std::chrono::steady_clock::now();
-        tracks.pop_back();
-        longest = std::max<std::chrono::duration<double>>(longest,
-                                                          std::chrono::steady_clock::now() - start);
+    // Each takes up to 0.1 s; a heartbeat has 3 s. The rest is for a machine under load.
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < 5; ++i) {
+        const Track track;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20 * i));
     }
-    // It takes up to 0.1 s; a heartbeat has 3 s. The rest is for a machine under load.
-    EXPECT_LT(longest.count(), 2.0);
-    RecordProperty("longestSeconds", std::to_string(longest.count()));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
 }
-
-struct Host {
-    const char* name;
-    void (*configure)(host::HostCallbacks&);
-};
-
-class PoorHost : public testing::TestWithParam<Host> {};
-
-TEST_P(PoorHost, GetsAWorkingInstance) {
-    const auto library = support::plugin();
-    host::HostCallbacks callbacks;
-    GetParam().configure(callbacks);
-    host::Instance instance(*library, callbacks);
-    ASSERT_TRUE(instance.init());
-    ASSERT_TRUE(instance.activate(kRate, 1, 256) && instance.startProcessing());
-    host::AudioBuffers audio(256);
-    audio.input().fill(0.25);
-    for (int block = 0; block < 16; ++block)
-        EXPECT_EQ(instance.process(audio, 256), CLAP_PROCESS_CONTINUE);
-    EXPECT_NEAR(audio.output().get(0, 255), 0.25, 1e-6);
-    instance.pumpMainThread();
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    hosts, PoorHost,
-    testing::Values(Host{"withoutExtensions", [](host::HostCallbacks& c) { c.withholdAll(); }},
-                    Host{"withEmptyExtensions",
-                         [](host::HostCallbacks& c) {
-                             for (const char* id :
-                                  {CLAP_EXT_LOG, CLAP_EXT_THREAD_CHECK, CLAP_EXT_PARAMS,
-                                   CLAP_EXT_STATE, CLAP_EXT_LATENCY, CLAP_EXT_TAIL})
-                                 c.offerPartial(id);
-                         }}),
-    [](const auto& row) { return std::string(row.param.name); });
 
 TEST(Lifetime, InstancesOutliveTheEntrysDeinitAndInitOfOthers) {
     const auto library = support::plugin();

@@ -67,13 +67,12 @@ TEST(Parameters, TextAndValueAgreeBothWays) {
 
 TEST(Parameters, ReadTextAsPeopleWriteIt) {
     Track track;
-    struct Case {
+    const struct {
         const char* why;
         clap_id id;
         const char* text;
         double plain;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"clamped above", ThreshLow, "12 dB", 0.0},
         {"clamped below", ThreshLow, "-1e300", -60.0},
         {"too large for a number", FreqLow, "1e999", 2000.0},
@@ -83,7 +82,7 @@ TEST(Parameters, ReadTextAsPeopleWriteIt) {
         {"stepped rounds", LinkSlot, "2.6", 3.0},
         {"empty", LP, "", 1000.0},
     };
-    for (const Case& c : cases)
+    for (const auto& c : cases)
         EXPECT_DOUBLE_EQ(track.params.fromText(c.id, c.text).value(), track.toHost(c.id, c.plain))
             << c.why;
     EXPECT_EQ(track.params.toText(Release, track.toHost(Release, 99.6)), "100 ms");
@@ -92,44 +91,40 @@ TEST(Parameters, ReadTextAsPeopleWriteIt) {
     EXPECT_FALSE(track.params.toText(FreqLow, std::nan(""))) << "no value has that text";
 }
 
-/// How the host hands events over.
-enum class Way { ProcessWhileActive, FlushWhileActive, FlushWhileInactive };
+/// How the host hands events over: in process or a flush, to an active or inactive plug-in.
+enum class Way { Process, FlushWhileActive, FlushWhileInactive };
 
 class ParameterEvents : public testing::TestWithParam<Way> {
 protected:
     void deliver() {
-        if (GetParam() == Way::ProcessWhileActive)
+        if (GetParam() == Way::Process)
             track.play(support::noise(16, 0.1, 1), 16);
         else
             track.params.flush(track.events, track.sent);
         track.events.clear();
     }
-    void SetUp() override {
-        if (GetParam() != Way::FlushWhileInactive)
-            track.start(48000.0);
-    }
     Track track;
 };
 
 INSTANTIATE_TEST_SUITE_P(ways, ParameterEvents,
-                         testing::Values(Way::ProcessWhileActive, Way::FlushWhileActive,
+                         testing::Values(Way::Process, Way::FlushWhileActive,
                                          Way::FlushWhileInactive));
 
 TEST_P(ParameterEvents, SetWhatTheySayAndNothingElse) {
     constexpr double kInf = std::numeric_limits<double>::infinity();
-    struct Case {
+    if (GetParam() != Way::FlushWhileInactive)
+        track.start(48000.0);
+    const struct {
         const char* why;
         clap_id id;
         double hostValue, expected;
+    } cases[] = {
+        {"normalised", FreqLow, 0.5, 0.5},      {"stepped rounds", LinkSlot, 2.4, 2.0},
+        {"stepped clamps", LinkSlot, 9.0, 4.0}, {"above the range", Attack, 7.0, 1.0},
+        {"below the range", Attack, -7.0, 0.0}, {"infinity clamps", Release, kInf, 1.0},
+        {"NaN is ignored", Release, NAN, 1.0},  {"minus infinity clamps", LP, -kInf, 0.0},
     };
-    const Case cases[] = {
-        {"normalised", FreqLow, 0.5, 0.5},         {"stepped rounds", LinkSlot, 2.4, 2.0},
-        {"stepped clamps", LinkSlot, 9.0, 4.0},    {"above the range", Attack, 7.0, 1.0},
-        {"below the range", Attack, -7.0, 0.0},    {"infinity clamps", Release, kInf, 1.0},
-        {"NaN is ignored", Release, NAN, 1.0},     {"HP", HP, 0.25, 0.25},
-        {"minus infinity clamps", LP, -kInf, 0.0},
-    };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         track.events.addParamValue(c.id, 0.125); // the last one of a block counts
         if (std::isnan(c.hostValue))
             track.events.addParamValue(c.id, c.expected);

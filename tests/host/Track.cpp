@@ -22,6 +22,13 @@ std::vector<shm::SlotSnapshot> activeSlots() {
     return slots;
 }
 
+std::optional<shm::SlotSnapshot> activeSlot(std::uint64_t id) {
+    for (const shm::SlotSnapshot& slot : activeSlots())
+        if (slot.id == id)
+            return slot;
+    return std::nullopt;
+}
+
 Track::Track() : instance(*library, callbacks), params(instance) {
     if (!instance.init())
         throw host::HostError("init refused");
@@ -71,13 +78,6 @@ Stereo Track::play(const Stereo& in, std::size_t frames) {
 
 double Track::toHost(clap_id id, double plain) const {
     return params.fromText(id, std::to_string(plain)).value();
-}
-
-std::optional<shm::SlotSnapshot> Track::slot() const {
-    for (const shm::SlotSnapshot& slot : activeSlots())
-        if (slot.id == slotId)
-            return slot;
-    return std::nullopt;
 }
 
 } // namespace support

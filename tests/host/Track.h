@@ -19,6 +19,8 @@ std::shared_ptr<const host::Library> plugin();
 
 /// The live slots of the registry, also when there is none.
 std::vector<shm::SlotSnapshot> activeSlots();
+/// The live slot of that id, or nothing.
+std::optional<shm::SlotSnapshot> activeSlot(std::uint64_t id);
 
 struct Setting {
     clap_id id;   ///< ParamIndex
@@ -52,7 +54,7 @@ public:
     [[nodiscard]] double toHost(clap_id id, double plain) const;
     [[nodiscard]] double hostValue(clap_id id) const { return params.value(id).value(); }
     /// The own slot, or nothing without one.
-    [[nodiscard]] std::optional<shm::SlotSnapshot> slot() const;
+    [[nodiscard]] std::optional<shm::SlotSnapshot> slot() const { return activeSlot(slotId); }
     /// The instance id in the registry; 0 without a slot.
     [[nodiscard]] std::uint64_t id() const { return slotId; }
 

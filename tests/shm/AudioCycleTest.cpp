@@ -58,18 +58,15 @@ TEST_F(AudioCycle, ReportsEachGroupOnceWithItsValues) {
     ASSERT_TRUE(own.ReadAudioCycle(0, 1, 0, cycle, nullptr, 0));
     EXPECT_TRUE(cycle.bandsChanged && !cycle.hpLpChanged && !cycle.controlsChanged);
     EXPECT_EQ(cycle.bandsSeq, 1U);
-    EXPECT_EQ(cycle.bandCount, 2);
-    EXPECT_EQ(cycle.bands[1].hiHz, 6);
+    EXPECT_TRUE(cycle.bandCount == 2 && cycle.bands[1].hiHz == 6);
     EXPECT_EQ(cycle.hpHz, 20) << "an unchanged group keeps what the caller put there";
 
     peer.WriteRemoteHpLp(50, 60);
     peer.WriteRemoteControls(7, 8, 9);
     ASSERT_TRUE(own.ReadAudioCycle(cycle.bandsSeq, 1, 0, cycle, nullptr, 0));
     EXPECT_TRUE(!cycle.bandsChanged && cycle.hpLpChanged && cycle.controlsChanged);
-    EXPECT_EQ(cycle.hpLpSeq, 2U);
-    EXPECT_EQ(cycle.lpHz, 60);
-    EXPECT_EQ(cycle.controlsSeq, 1U);
-    EXPECT_EQ(cycle.controls[2], 9);
+    EXPECT_TRUE(cycle.hpLpSeq == 2 && cycle.lpHz == 60);
+    EXPECT_TRUE(cycle.controlsSeq == 1 && cycle.controls[2] == 9);
     for (const auto& [stored, read] : {std::pair{7, 3}, {-5, 0}}) {
         segment->Put(Slot(0) + kBandCount, std::int32_t{stored});
         EXPECT_TRUE(Read(cycle));
@@ -97,12 +94,10 @@ TEST_F(AudioCycle, PassesMetersAndSpectrum) {
     Cycle cycle;
     ASSERT_TRUE(Read(cycle, got.data(), 2000));
     EXPECT_TRUE(cycle.audioValid);
-    EXPECT_EQ(got[1023], 0.5F);
-    EXPECT_EQ(got[1024], 0);
+    EXPECT_TRUE(got[1023] == 0.5F && got[1024] == 0.0F);
     Three seen{};
     EXPECT_TRUE(own.ReadRemoteGR(seen.data()));
     EXPECT_EQ(seen, gr);
-    EXPECT_EQ(segment->Get<Three>(Slot(1) + kGr), gr);
     EXPECT_TRUE(own.ReadRemoteAudioBins(seen.data(), 2));
     EXPECT_EQ(seen, (Three{0.5F, 0.5F, -6}));
 
@@ -144,7 +139,6 @@ TEST_F(AudioCycle, EditsOfTwoProcessesAreWholeAndAllCounted) {
         ownEdits += own.WriteHpLp(value, value) != 0;
         own.SyncRemoteId();
         own.Touch();
-        own.ReadMyBypass();
         std::this_thread::sleep_for(std::chrono::microseconds(200));
     }
     done = true;

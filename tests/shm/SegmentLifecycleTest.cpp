@@ -70,48 +70,41 @@ TEST_F(SegmentLifecycle, SixteenSlotsThenNoneThenTheFreedOne) {
               std::string(5376 - kName - 16, '\0'));
     EXPECT_EQ(segment.Get<std::uint64_t>(Slot(6) + kId), handles[6].MyId());
     EXPECT_EQ(segment.Get<std::int32_t>(kHighWater), 16);
-
     segment.Put(Slot(5) + kActive, std::uint8_t{1});
     ASSERT_TRUE(extra.Open()) << "an open handle first gives its own slot back";
     EXPECT_EQ(segment.Get<std::uint64_t>(Slot(5) + kId), extra.MyId());
 }
 
-struct Found {
-    const char* what;
-    std::size_t bytes;
-    std::uint32_t version;
-    const char* magic;
-    std::uint8_t active;
-    int age;
-    bool joined;
-    friend void PrintTo(const Found& found, std::ostream* out) { *out << found.what; }
-};
-class OpenFinds : public RegistryTest, public testing::WithParamInterface<Found> {};
-
-TEST_P(OpenFinds, JoinsOrReplaces) {
-    const Found& found = GetParam();
-    Make(found.bytes, found.version, found.magic, found.active, std::time(nullptr) - found.age);
-    const ino_t former = Stat().st_ino;
-    const int keepsInodeBusy = open(kPath, O_RDONLY | O_CLOEXEC);
-    TessellaDuckworkSHM handle;
-    ASSERT_TRUE(handle.Open()) << found.what;
-    EXPECT_EQ(Stat().st_ino == former, found.joined) << found.what;
-    Segment segment;
-    EXPECT_EQ(segment.Get<std::uint64_t>(Slot(found.joined ? 1 : 0) + kId), handle.MyId());
-    close(keepsInodeBusy);
+TEST_F(SegmentLifecycle, OpenJoinsWhatLivesAndReplacesWhatDoesNot) {
+    // Ages are a second off the limit where the clock may step during the test.
+    const struct {
+        const char* what;
+        std::size_t bytes;
+        std::uint32_t version;
+        const char* magic;
+        std::uint8_t active;
+        int age;
+        bool joined;
+    } cases[] = {{"a live one, 9 s old", kBytes, 10, "GRDT", 1, 9, true},
+                 {"only bit 0 of active counts", kBytes, 10, "GRDT", 0xFF, 0, true},
+                 {"dead for 11 s", kBytes, 10, "GRDT", 1, 11, false},
+                 {"released", kBytes, 10, "GRDT", 0xFE, 0, false},
+                 {"longer, with a live slot", kBytes + 1, 10, "GRDT", 1, 0, false},
+                 {"short", 100, 10, "GRDT", 1, 0, false},
+                 {"live but of another layout", kBytes, 11, "GRDT", 1, 0, false},
+                 {"never becoming ready", kBytes, 10, "GRD?", 1, 0, false}};
+    for (const auto& found : cases) {
+        SCOPED_TRACE(found.what);
+        Make(found.bytes, found.version, found.magic, found.active, std::time(nullptr) - found.age);
+        const ino_t former = Stat().st_ino;
+        const int keepsInodeBusy = open(kPath, O_RDONLY | O_CLOEXEC);
+        TessellaDuckworkSHM handle;
+        ASSERT_TRUE(handle.Open());
+        EXPECT_EQ(Stat().st_ino == former, found.joined);
+        EXPECT_EQ(Segment().Get<std::uint64_t>(Slot(found.joined ? 1 : 0) + kId), handle.MyId());
+        close(keepsInodeBusy);
+    }
 }
-
-// Ages are a second off the limit where the clock may step during the test.
-INSTANTIATE_TEST_SUITE_P(
-    segments, OpenFinds,
-    testing::Values(Found{"a live one, 9 s old", kBytes, 10, "GRDT", 1, 9, true},
-                    Found{"only bit 0 of active counts", kBytes, 10, "GRDT", 0xFF, 0, true},
-                    Found{"dead for 11 s", kBytes, 10, "GRDT", 1, 11, false},
-                    Found{"released", kBytes, 10, "GRDT", 0xFE, 0, false},
-                    Found{"longer, with a live slot", kBytes + 1, 10, "GRDT", 1, 0, false},
-                    Found{"short", 100, 10, "GRDT", 1, 0, false},
-                    Found{"live but of another layout", kBytes, 11, "GRDT", 1, 0, false},
-                    Found{"never becoming ready", kBytes, 10, "GRD?", 1, 0, false}));
 
 TEST_F(SegmentLifecycle, WaitsForASegmentThatIsBeingCreated) {
     Make(kBytes, 10, "\0\0\0\0", 0, 0);
@@ -148,8 +141,7 @@ TEST_F(SegmentLifecycle, SweepsTheDeadAndListsTheOthers) {
     std::vector<TDInstanceInfo> list(3);
     ASSERT_TRUE(handles[0].GetActiveInstances(list));
     ASSERT_EQ(list.size(), 4U) << "the dead are listed until swept, oneself never";
-    EXPECT_EQ(list[0].id, handles[1].MyId());
-    EXPECT_EQ(std::string(list[0].name), std::string(63, 'x'));
+    EXPECT_TRUE(list[0].id == handles[1].MyId() && list[0].name == std::string(63, 'x'));
 
     handles[0].CleanDead();
     for (std::size_t k = 0; k < 5; ++k)
@@ -165,8 +157,7 @@ TEST_F(SegmentLifecycle, SweepsTheDeadAndListsTheOthers) {
     handles[4].WriteAudioCycle(kZeros, kZeros, nullptr, 0, false);
     EXPECT_EQ(active(4), 1) << "a running audio thread revives its slot unasked";
     handles[0].Close();
-    EXPECT_FALSE(handles[0].GetActiveInstances(list));
-    EXPECT_TRUE(list.empty());
+    EXPECT_TRUE(!handles[0].GetActiveInstances(list) && list.empty());
 }
 
 TEST_F(SegmentLifecycle, AHolderThatDiedMakesPatientOperationsGiveUp) {
@@ -187,13 +178,11 @@ TEST_F(SegmentLifecycle, AHolderThatDiedMakesPatientOperationsGiveUp) {
     EXPECT_EQ(handle.WriteHpLp(100, 200), 0U);
     const auto waited = std::chrono::steady_clock::now() - patientStart;
     setitimer(ITIMER_REAL, &never, nullptr);
-    EXPECT_GE(waited, 500ms);
-    EXPECT_LT(waited, 2s);
+    EXPECT_TRUE(waited >= 500ms && waited < 2s);
 
     float hpHz = 1, lpHz = 1;
     EXPECT_EQ(handle.ReadOwnHpLp(hpHz, lpHz), 0U);
-    EXPECT_EQ(hpHz, 20.0F);
-    EXPECT_EQ(lpHz, 20000.0F);
+    EXPECT_TRUE(hpHz == 20.0F && lpHz == 20000.0F);
     handle.SetRemoteId(99);
     EXPECT_EQ(segment.Get<std::uint64_t>(Slot(0) + kRemote), 0U);
     EXPECT_FALSE(late.Open());
@@ -201,10 +190,8 @@ TEST_F(SegmentLifecycle, AHolderThatDiedMakesPatientOperationsGiveUp) {
     const auto triesStart = std::chrono::steady_clock::now();
     float bins[1024];
     segment.Put(Slot(0) + kHeartbeat, std::int64_t{5});
-    EXPECT_FALSE(handle.ReadRemoteGR(bins));
-    EXPECT_FALSE(handle.ReadRemoteAudioBins(bins, 1024));
-    EXPECT_FALSE(handle.ReadBypassOf(handle.MyId()));
-    EXPECT_TRUE(handle.ReadDuckSelfOf(handle.MyId()));
+    EXPECT_FALSE(handle.ReadRemoteGR(bins) || handle.ReadRemoteAudioBins(bins, 1024));
+    EXPECT_TRUE(!handle.ReadBypassOf(handle.MyId()) && handle.ReadDuckSelfOf(handle.MyId()));
     EXPECT_FALSE(handle.TryWriteControls(1, 2, 3).has_value());
     handle.SyncRemoteId();
     EXPECT_EQ(handle.RemoteId(), 99U) << "the wish is kept";

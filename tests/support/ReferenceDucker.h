@@ -33,8 +33,6 @@ public:
     [[nodiscard]] int size() const { return n; }
     /// The last frame's own spectrum: n/2 values, zeros before the first frame.
     [[nodiscard]] const std::vector<double>& magnitude() const { return ownMagnitude; }
-    /// Smoothed gains of the n/2 bins.
-    [[nodiscard]] const std::vector<double>& gains() const { return binGain; }
 
     using Spectrum = std::vector<std::complex<double>>;
     /// Plain forward transform; the length is a power of two.

@@ -15,11 +15,6 @@ void add(Stereo& signal, double left, double right) {
     signal.right.push_back(std::ldexp(std::round(std::ldexp(right, 24)), -24));
 }
 
-double formants(double hz) {
-    return 1.0 / (1.0 + std::pow((hz - 600.0) / 200.0, 2.0)) +
-           0.4 / (1.0 + std::pow((hz - 2200.0) / 400.0, 2.0));
-}
-
 } // namespace
 
 Stereo noise(std::size_t frames, double level, unsigned seed) {
@@ -43,24 +38,6 @@ Stereo tones(std::size_t frames, double rate, double level) {
         for (const double hz : kChordHz)
             sum += std::sin(kTwoPi * hz * seconds);
         add(signal, gate * sum, 0.7 * gate * sum);
-    }
-    return signal;
-}
-
-Stereo speech(std::size_t frames, double rate, double level) {
-    std::mt19937 random(7);
-    std::uniform_real_distribution<double> hiss(-0.2, 0.2);
-    Stereo signal;
-    double phase = 0.0;
-    for (std::size_t i = 0; i < frames; ++i) {
-        const double seconds = static_cast<double>(i) / rate;
-        const double pitch = 120.0 + 30.0 * std::sin(kTwoPi * 0.7 * seconds);
-        const double voiced = std::pow(std::max(0.0, std::sin(kTwoPi * 3.0 * seconds)), 2.0);
-        phase = std::fmod(phase + pitch / rate, 1.0);
-        double sum = (1.0 - voiced) * hiss(random);
-        for (int harmonic = 1; harmonic <= 25; ++harmonic)
-            sum += 0.3 * voiced * formants(harmonic * pitch) * std::sin(kTwoPi * harmonic * phase);
-        add(signal, level * std::clamp(sum, -1.0, 1.0), level * std::clamp(0.8 * sum, -1.0, 1.0));
     }
     return signal;
 }

@@ -16,8 +16,6 @@ struct Stereo {
 Stereo noise(std::size_t frames, double level, unsigned seed);
 /// A chord that reaches every default band, with pauses: the gains must fall and rise again.
 Stereo tones(std::size_t frames, double rate, double level);
-/// Voiced syllables: harmonics of a gliding pitch under two formants, hissing in between.
-Stereo speech(std::size_t frames, double rate, double level);
 
 /// Largest difference of `out` from gain × `in` as it was `delay` samples ago, from sample `from`
 /// (at least `delay`) on.

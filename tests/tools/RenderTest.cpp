@@ -1,3 +1,6 @@
+#include "tests/support/Chunks.h"
+#include "tests/support/Signals.h"
+#include "tools/common/StateFile.h"
 #include "tools/render/AudioFile.h"
 #include "tools/render/Failure.h"
 #include "tools/render/Options.h"
@@ -9,7 +12,6 @@
 #include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
-#include <random>
 #include <unistd.h>
 
 namespace {
@@ -17,13 +19,14 @@ namespace {
 namespace fs = std::filesystem;
 using Samples = std::vector<double>;
 
-std::string failureOf(const std::function<void()>& action) {
+void expectFailure(const std::string& says, const std::function<void()>& action) {
     try {
         action();
+        ADD_FAILURE() << "expected: " << says;
     } catch (const render::Failure& failure) {
-        return failure.what();
+        EXPECT_NE(std::string(failure.what()).find(says), std::string::npos)
+            << says << " <- " << failure.what();
     }
-    return "";
 }
 
 /// A folder that is gone after the test, with a way to put sounds into it.
@@ -35,42 +38,35 @@ protected:
     void TearDown() override { fs::remove_all(folder); }
 
     fs::path writeSound(const char* name, const Samples& left, const Samples& right,
-                        int subtype = SF_FORMAT_FLOAT, int rate = 48000) {
-        const int channels = right.empty() ? 1 : 2;
-        const render::AudioFormat format{rate, channels, SF_FORMAT_WAV | subtype, left.size()};
+                        int rate = 48000) {
+        const render::AudioFormat format{rate, right.empty() ? 1 : 2,
+                                         SF_FORMAT_WAV | SF_FORMAT_FLOAT, left.size()};
         render::AudioWriter writer(folder / name, format, folder / name, {0, left.size()});
         writer.write(left, right.empty() ? left : right);
         writer.finish();
         return folder / name;
     }
 
-    static std::pair<Samples, Samples> readSound(const fs::path& path) {
+    static support::Stereo readSound(const fs::path& path) {
         render::AudioReader reader(path);
-        Samples left(reader.format().frames);
-        Samples right(left.size());
-        reader.read(left, right);
-        return {left, right};
+        support::Stereo sound{Samples(reader.format().frames), Samples(reader.format().frames)};
+        reader.read(sound.left, sound.right);
+        return sound;
     }
 
     static render::Options optionsFor(const std::vector<fs::path>& inputs) {
         render::Options options;
         options.plugin = TD_PLUGIN_PATH;
         for (const fs::path& input : inputs) {
-            options.tracks.emplace_back();
-            options.tracks.back().input = input;
-            options.tracks.back().displayName = input.stem();
+            render::TrackOptions& track = options.tracks.emplace_back();
+            track.input = input;
+            track.displayName = input.stem();
         }
         return options;
     }
 };
 
-Samples noise(std::size_t frames, unsigned seed, double level = 0.25) {
-    std::mt19937 generator(seed);
-    std::uniform_real_distribution<double> values(-level, level);
-    Samples samples(frames);
-    std::generate(samples.begin(), samples.end(), [&] { return values(generator); });
-    return samples;
-}
+Samples noise(std::size_t frames, unsigned seed) { return support::noise(frames, 0.25, seed).left; }
 
 double largestDifference(const Samples& a, const Samples& b) {
     double largest = a.size() == b.size() ? 0.0 : 1e9;
@@ -79,7 +75,9 @@ double largestDifference(const Samples& a, const Samples& b) {
     return largest;
 }
 
-void ignoreProgress(double) {}
+render::RenderResult run(const render::Options& options) {
+    return render::renderSession(options, [](double) {});
+}
 
 } // namespace
 
@@ -103,9 +101,9 @@ TEST(RenderOptions, WrongCommandLinesAreNamed) {
     for (const auto& row : cases) {
         std::vector<const char*> line{"tessella-render"};
         line.insert(line.end(), row.arguments.begin(), row.arguments.end());
-        const std::string message = failureOf(
-            [&] { (void)render::parseOptions(static_cast<int>(line.size()), line.data()); });
-        EXPECT_NE(message.find(row.says), std::string::npos) << row.says << " <- " << message;
+        expectFailure(row.says, [&] {
+            (void)render::parseOptions(static_cast<int>(line.size()), line.data());
+        });
     }
 }
 
@@ -115,10 +113,10 @@ TEST(RenderOptions, TrackArgumentsReachTheirTrack) {
                        "1:Kick: hard"};
     const auto options = render::parseOptions(std::size(line), line);
     ASSERT_TRUE(options);
-    EXPECT_FALSE(options->tracks[0].duckSelf);
-    EXPECT_TRUE(options->tracks[1].duckSelf);
+    EXPECT_EQ(options->tracks[0].duckSelf, false);
+    EXPECT_EQ(options->tracks[1].duckSelf, std::nullopt);
     EXPECT_EQ(options->tracks[0].displayName, "Kick: hard");
-    EXPECT_EQ(options->tracks[1].displayName, "b");
+    EXPECT_EQ(options->tracks[1].displayName, std::nullopt);
     ASSERT_EQ(options->tracks[1].settings.size(), 2U);
     EXPECT_EQ(options->tracks[1].settings[0].text, "-30 dB");
     EXPECT_EQ(options->tracks[1].settings[1].name, "HP");
@@ -131,17 +129,14 @@ TEST_F(Render, NeverOverwritesAnInput) {
     fs::create_hard_link(b, folder / "hard.wav");
     fs::create_directory_symlink(folder, folder / "again");
     for (const char* output : {"a.wav", "b.wav", "symbolic.wav", "hard.wav", "again/b.wav"}) {
-        render::Options options = optionsFor({a, b});
-        options.tracks[0].output = folder / output;
-        const auto refusal = [&] { (void)render::resolveOutputs(options); };
-        EXPECT_NE(failureOf(refusal).find("would overwrite"), std::string::npos) << output;
-        options.tracks[0].output.reset();
-        options.picture = folder / output;
-        EXPECT_NE(failureOf(refusal).find("would overwrite"), std::string::npos) << output;
+        SCOPED_TRACE(output);
+        render::Options sound = optionsFor({a, b}), picture = sound;
+        sound.tracks[0].output = folder / output;
+        picture.picture = folder / output;
+        expectFailure("would overwrite", [&] { (void)render::resolveOutputs(sound); });
+        expectFailure("would overwrite", [&] { (void)render::resolveOutputs(picture); });
     }
-    render::Options twins = optionsFor({a, a});
-    EXPECT_NE(failureOf([&] { (void)render::resolveOutputs(twins); }).find("two outputs"),
-              std::string::npos);
+    expectFailure("two outputs", [&] { (void)render::resolveOutputs(optionsFor({a, a})); });
     EXPECT_EQ(render::resolveOutputs(optionsFor({a, b}))[1], folder / "b-ducked.wav");
 }
 
@@ -152,34 +147,26 @@ TEST_F(Render, OvershootIsCutOffAndCounted) {
     writer.write(loud, loud);
     writer.finish();
     EXPECT_EQ(writer.clippedSamples(), 2U);
-    EXPECT_LT(largestDifference(readSound(folder / "x.wav").first, {1.0, -1.0, 0.5}), 1e-3);
+    EXPECT_LT(largestDifference(readSound(folder / "x.wav").left, {1.0, -1.0, 0.5}), 1e-3);
 }
 
 /// Without a partner the plug-in only delays: what comes out lines up with what went in.
 TEST_F(Render, OutputsLineUpWithTheirInputs) {
-    const struct {
-        int rate;
-        std::uint64_t delay; ///< twice the transform size at this rate
-    } cases[]{{22050, 1024}, {48000, 2048}, {96000, 4096}};
-    for (const auto& row : cases) {
-        const auto left = noise(10007, 1);
-        const auto right = noise(10007, 2);
-        const fs::path input = writeSound("in.wav", left, right, SF_FORMAT_FLOAT, row.rate);
+    const auto [left, right] = support::noise(10007, 0.25, 1);
+    // The delay is twice the transform size at the rate.
+    for (const auto& [rate, delay] : {std::pair{22050, 1024}, {96000, 4096}}) {
+        render::Options options = optionsFor({writeSound("in.wav", left, right, rate)});
         for (const std::uint32_t block : {1U, 256U, 16384U}) {
-            render::Options options = optionsFor({input});
             options.blockSize = block;
-            (void)render::renderSession(options, ignoreProgress);
-            const auto [outLeft, outRight] = readSound(folder / "in-ducked.wav");
-            EXPECT_LT(largestDifference(left, outLeft), 1e-5) << row.rate << " Hz, " << block;
-            EXPECT_LT(largestDifference(right, outRight), 1e-5) << row.rate << " Hz, " << block;
+            (void)run(options);
+            const auto out = readSound(folder / "in-ducked.wav");
+            EXPECT_LT(largestDifference(left, out.left), 1e-5) << rate << " Hz, " << block;
+            EXPECT_LT(largestDifference(right, out.right), 1e-5) << rate << " Hz, " << block;
         }
-        render::Options options = optionsFor({input});
         options.rawDelay = true;
-        (void)render::renderSession(options, ignoreProgress);
-        const Samples raw = readSound(folder / "in-ducked.wav").first;
-        ASSERT_EQ(raw.size(), left.size() + row.delay);
-        const Samples late(raw.begin() + static_cast<std::ptrdiff_t>(row.delay), raw.end());
-        EXPECT_LT(largestDifference(left, late), 1e-5);
+        (void)run(options);
+        const Samples raw = readSound(folder / "in-ducked.wav").left;
+        EXPECT_LT(largestDifference(left, Samples(raw.begin() + delay, raw.end())), 1e-5);
     }
 }
 
@@ -192,21 +179,26 @@ TEST_F(Render, OnlyTheTrackWithoutPriorityDucks) {
     for (render::TrackOptions& track : options.tracks)
         track.settings = {{"ThreshMid", "-60"}, {"Release", "20"}};
     options.tracks[0].duckSelf = false;
-    const render::RenderResult result = render::renderSession(options, ignoreProgress);
+    const render::RenderResult result = run(options);
     constexpr std::size_t kMid = 1;
     EXPECT_EQ(render::reductionOf(result.tracks[0], kMid).mostDb, 0.0);
     EXPECT_LT(render::reductionOf(result.tracks[1], kMid).mostDb, -10.0);
     EXPECT_GT(result.tracks[1].blocks.back().gainReductionDb[kMid], -0.1F); // the kick has ended
     EXPECT_EQ(render::reductionOf(result.tracks[2], kMid).mostDb, 0.0);
-    EXPECT_LT(largestDifference(readSound(folder / "kick-ducked.wav").first, shortNoise), 1e-5);
+    EXPECT_LT(largestDifference(readSound(folder / "kick-ducked.wav").left, shortNoise), 1e-5);
 }
 
 TEST_F(Render, WrongSettingsAndFilesAreNamed) {
     const fs::path sound = writeSound("a.wav", noise(64, 1), {});
-    const fs::path other = writeSound("b.wav", noise(64, 1), {}, SF_FORMAT_FLOAT, 44100);
+    const fs::path other = writeSound("b.wav", noise(64, 1), {}, 44100);
     const auto withSetting = [&](const char* name, const char* text) {
         render::Options options = optionsFor({sound});
         options.tracks[0].settings = {{name, text}};
+        return options;
+    };
+    const auto withState = [&](const fs::path& state) {
+        render::Options options = optionsFor({sound});
+        options.tracks[0].loadState = state;
         return options;
     };
     const struct {
@@ -220,10 +212,32 @@ TEST_F(Render, WrongSettingsAndFilesAreNamed) {
         {withSetting("Attack", "nan"), "not a number"},
         {optionsFor({sound, other}), "48000 Hz"},
         {optionsFor({folder / "none.wav"}), "no such file"},
+        {withState(folder / "none"), "no such file"},
+        {withState(TD_TEST_DATA "/name-cut.chunk"), "refused"},
     };
-    for (const auto& row : cases) {
-        const std::string message =
-            failureOf([&] { (void)render::renderSession(row.options, ignoreProgress); });
-        EXPECT_NE(message.find(row.says), std::string::npos) << row.says << " <- " << message;
-    }
+    for (const auto& row : cases)
+        expectFailure(row.says, [&] { (void)run(row.options); });
+}
+
+/// What the command line does not name is the state's, to the byte, also after sound has passed.
+TEST_F(Render, StateComesThroughAndTheCommandLineGoesOnTop) {
+    const fs::path full = TD_TEST_DATA "/full.chunk";
+    render::Options options = optionsFor({writeSound("a.wav", noise(4800, 1), {})});
+    render::TrackOptions& track = options.tracks[0];
+    track.displayName.reset();
+    track.loadState = full;
+    track.saveState = folder / "kept";
+    EXPECT_EQ(run(options).tracks[0].name, "Kick – „1“");
+    support::Bytes expected = support::chunkFile("full");
+    EXPECT_EQ(statefile::read(folder / "kept"), expected);
+
+    track.settings = {{"HP", "80"}};
+    track.duckSelf = false;
+    (void)run(options);
+    support::put(expected, support::kParamsAt + 8 * 12, 80.0);
+    support::put(expected, support::kDuckAt, 0U);
+    EXPECT_EQ(statefile::read(folder / "kept"), expected);
+
+    track.saveState = full; // which is loaded
+    expectFailure("would overwrite", [&] { (void)render::resolveOutputs(options); });
 }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "shm/RegistryMonitor.h"
-#include "tools/registry/Text.h"
+#include "tools/common/Text.h"
 
 #include <charconv>
 #include <string>
@@ -56,11 +56,11 @@ inline Resolved resolve(const std::vector<shm::SlotSnapshot>& slots, const std::
     if (count == 1)
         return {named, ""};
     if (count > 1)
-        return {nullptr, "several instances are named \"" + printable(text) +
+        return {nullptr, "several instances are named \"" + terminal::printable(text) +
                              "\", choose a slot:" + candidates};
     if (const int number = detail::slotNumber(text); number >= 0)
         return detail::slotAt(slots, number);
-    return {nullptr, "no instance is named \"" + printable(text) + "\""};
+    return {nullptr, "no instance is named \"" + terminal::printable(text) + "\""};
 }
 
 } // namespace registry

@@ -1,8 +1,8 @@
 #include "tools/registry/View.h"
 
 #include "shm/SlotOwner.h"
+#include "tools/common/Text.h"
 #include "tools/registry/SignalsHeld.h"
-#include "tools/registry/Text.h"
 
 #include <algorithm>
 #include <array>
@@ -18,6 +18,8 @@ namespace {
 using Json = nlohmann::basic_json<nlohmann::ordered_map, std::vector, std::string, bool,
                                   std::int64_t, std::uint64_t, float>;
 using shm::SlotSnapshot;
+using terminal::number;
+using terminal::printable;
 
 struct Process {
     pid_t pid = 0; ///< 0: unknown.
@@ -87,21 +89,6 @@ void addRows(const View& view, const SlotSnapshot& slot, std::vector<Row>& rows)
                     flagsText(slot)});
     for (int i = 1; i < slot.bandCount; ++i)
         rows.emplace_back()[5] = bandText(slot.bands[i]);
-}
-
-std::string aligned(const std::vector<Row>& rows) {
-    std::array<std::size_t, kColumns> widths{};
-    for (const Row& row : rows)
-        for (std::size_t i = 0; i < kColumns; ++i)
-            widths[i] = std::max(widths[i], width(row[i]));
-    std::string text;
-    for (const Row& row : rows) {
-        std::string line;
-        for (std::size_t i = 0; i < kColumns; ++i)
-            line += row[i] + std::string(widths[i] + 2 - width(row[i]), ' ');
-        text += line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
-    }
-    return text;
 }
 
 std::string hex(std::uint64_t id) {
@@ -174,7 +161,8 @@ std::string table(const View& view) {
     for (const SlotSnapshot& slot : view.slots)
         if (slot.active)
             addRows(view, slot, rows);
-    const std::string text = rows.size() > 1 ? aligned(rows) : "no instance in the registry\n";
+    const std::string text =
+        rows.size() > 1 ? terminal::aligned(rows) : "no instance in the registry\n";
     return text + (view.locked ? "" : "registry lock not free: rows may mix old and new values\n");
 }
 

@@ -26,13 +26,17 @@ constexpr const char* kFooter =
     "  Two terminals as two hosts, paired through the machine's registry:\n"
     "    one:   tessella-render voice.flac --pair-with pad -o out\n"
     "    other: tessella-render pad.flac --pair-with voice -o out\n\n"
+    "  Carry settings over to another sound:\n"
+    "    tessella-render bass.wav --set 1:HP=60 --save-state 1:bass.state\n"
+    "    tessella-render synth.wav --load-state 1:bass.state\n"
+    "  tessella-state shows what such a file holds.\n\n"
     "--list-params shows the names, ranges and defaults that --set knows.\n\n"
     "Exit codes: 0 done; 1 something on the command line is wrong; 2 a file, the plug-in or\n"
     "the registry failed.";
 
 /// The options that name a track, as they come from the command line.
 struct RawTrackArguments {
-    std::vector<std::string> inputs, sets, ducks, names, outputs;
+    std::vector<std::string> inputs, sets, ducks, names, outputs, loads, saves;
 };
 
 struct RawFlags {
@@ -50,8 +54,21 @@ void declareTrackOptions(CLI::App& app, RawTrackArguments& raw) {
         ->type_name("N=on|off")
         ->expected(1)
         ->take_all();
-    app.add_option("--name", raw.names, "Name of track N in the registry (else the file's name)")
+    app.add_option("--name", raw.names,
+                   "Name of track N in the registry (else its state's or its file's)")
         ->type_name("N:NAME")
+        ->expected(1)
+        ->take_all();
+    app.add_option("--load-state", raw.loads,
+                   "Give track N a saved state first; --set, --duck and --name go on top")
+        ->type_name("N:FILE")
+        ->expected(1)
+        ->take_all();
+    app.add_option(
+           "--save-state", raw.saves,
+           "Save the state of track N after rendering; the name in it is the plug-in's own, not "
+           "--name")
+        ->type_name("N:FILE")
         ->expected(1)
         ->take_all();
     app.add_option("--out", raw.outputs, "Output file of track N; its ending picks the format")
@@ -109,7 +126,6 @@ void applyTrackArguments(Options& options, const RawTrackArguments& raw) {
     for (const std::string& input : raw.inputs) {
         TrackOptions track;
         track.input = input;
-        track.displayName = track.input.stem().string();
         options.tracks.push_back(std::move(track));
     }
     const std::size_t count = options.tracks.size();
@@ -128,6 +144,14 @@ void applyTrackArguments(Options& options, const RawTrackArguments& raw) {
     for (const std::string& argument : raw.outputs) {
         const auto [track, file] = splitTrackArgument("--out", argument, ':', count);
         options.tracks[track].output = file;
+    }
+    for (const std::string& argument : raw.loads) {
+        const auto [track, file] = splitTrackArgument("--load-state", argument, ':', count);
+        options.tracks[track].loadState = file;
+    }
+    for (const std::string& argument : raw.saves) {
+        const auto [track, file] = splitTrackArgument("--save-state", argument, ':', count);
+        options.tracks[track].saveState = file;
     }
 }
 

@@ -22,10 +22,12 @@ struct ParamSetting {
 
 struct TrackOptions {
     std::filesystem::path input;
-    std::optional<std::filesystem::path> output; ///< none: named after the input
-    std::string displayName;                     ///< in the registry
+    std::optional<std::filesystem::path> output;    ///< none: named after the input
+    std::optional<std::filesystem::path> loadState; ///< taken before names, switches and settings
+    std::optional<std::filesystem::path> saveState; ///< written after rendering
+    std::optional<std::string> displayName; ///< in the registry; none: the state's, or the file's
     std::vector<ParamSetting> settings;
-    bool duckSelf = true;
+    std::optional<bool> duckSelf; ///< none: the state's, or on
 };
 
 struct Options {
@@ -41,6 +43,11 @@ struct Options {
     bool privateRegistry = false;
     bool listParams = false;
 };
+
+/// The name of a track when neither command line nor state has one.
+[[nodiscard]] inline std::string fileName(const TrackOptions& track) {
+    return track.input.stem().string();
+}
 
 /// Splits "N:rest" and returns N − 1 with the rest. Throws Failure (Usage) that names `option`
 /// when there is no number, no colon or no such track.

@@ -13,18 +13,25 @@ fs::path outputOf(const Options& options, const TrackOptions& track) {
     return folder / (track.input.stem().string() + "-ducked" + track.input.extension().string());
 }
 
+void refuseInput(const fs::path& input, const fs::path& output) {
+    if (isSameFile(input, output))
+        failUsage(output.string() + ": would overwrite the input " + input.string());
+}
+
 void refuseInputs(const Options& options, const fs::path& output) {
-    for (const TrackOptions& track : options.tracks)
-        if (isSameFile(track.input, output))
-            failUsage(output.string() + ": would overwrite the input " + track.input.string());
+    for (const TrackOptions& track : options.tracks) {
+        refuseInput(track.input, output);
+        if (track.loadState)
+            refuseInput(*track.loadState, output);
+    }
 }
 
 void refuseTwins(const std::vector<fs::path>& outputs) {
     for (std::size_t a = 0; a < outputs.size(); ++a)
         for (std::size_t b = a + 1; b < outputs.size(); ++b)
             if (isSameFile(outputs[a], outputs[b]))
-                failUsage(outputs[a].string() + ": two outputs would be this file; name one of "
-                                                "them with --out");
+                failUsage(outputs[a].string() + ": two outputs would be this file; give one of "
+                                                "them another name");
 }
 
 void createFolder(const fs::path& folder) {
@@ -50,6 +57,9 @@ std::vector<fs::path> resolveOutputs(const Options& options) {
     std::vector<fs::path> written;
     for (const TrackOptions& track : options.tracks)
         written.push_back(outputOf(options, track));
+    for (const TrackOptions& track : options.tracks)
+        if (track.saveState)
+            written.push_back(*track.saveState);
     if (options.picture)
         written.push_back(*options.picture);
     for (const fs::path& path : written)

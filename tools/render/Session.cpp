@@ -6,6 +6,7 @@
 #include "tools/render/ParamSettings.h"
 #include "tools/render/PluginPath.h"
 #include "tools/render/Registry.h"
+#include "tools/render/StateFiles.h"
 #include "tools/render/Track.h"
 
 #include <algorithm>
@@ -31,12 +32,15 @@ public:
         pairTracks();
         openOutputs();
         processAll(progress);
+        saveStates();
         return collect();
     }
 
 private:
     void createTracks();
     void identify(std::size_t index);
+    void setUp(std::size_t index);
+    void traceSetup(std::size_t index);
     void checkSampleRates() const;
     void prepareTracks();
     void pairTracks();
@@ -44,6 +48,8 @@ private:
     void openOutputs();
     void processAll(const ProgressSink& progress);
     void processBlock(std::uint32_t frames);
+    void saveStates() const;
+    [[nodiscard]] const shm::SlotSnapshot& slotOf(std::size_t index) const;
     [[nodiscard]] std::uint64_t latencyOf(std::size_t index) const;
     [[nodiscard]] std::uint64_t totalFrames() const;
     [[nodiscard]] double sampleRate() const { return mTracks.front()->format().sampleRate; }
@@ -63,10 +69,8 @@ void Session::createTracks() {
     for (const TrackOptions& track : mOptions.tracks) {
         mTracks.push_back(std::make_unique<Track>(mLibrary, track));
         identify(mTracks.size() - 1);
-        const host::Params params(mTracks.back()->instance());
-        applySettings(params, track.settings, mTracks.size());
-        mTracks.back()->trace().splitHz = {plainValue(params, "FreqLow"),
-                                           plainValue(params, "FreqHigh")};
+        setUp(mTracks.size() - 1);
+        traceSetup(mTracks.size() - 1);
     }
 }
 
@@ -76,8 +80,29 @@ void Session::identify(std::size_t index) {
         fail("the registry has no free slot for track " + std::to_string(index + 1) +
              ": close other instances, or use --private");
     mIds.push_back(id);
-    mRegistry.rename(id, mOptions.tracks[index].displayName);
-    mRegistry.setDuckSelf(id, mOptions.tracks[index].duckSelf);
+}
+
+/// The state first, so that what the command line says goes on top of it.
+void Session::setUp(std::size_t index) {
+    const TrackOptions& options = mOptions.tracks[index];
+    host::Instance& instance = mTracks[index]->instance();
+    if (options.loadState)
+        loadStateFile(instance, *options.loadState, index + 1);
+    if (options.displayName || !options.loadState)
+        mRegistry.rename(mIds[index], options.displayName.value_or(fileName(options)));
+    if (options.duckSelf)
+        mRegistry.setDuckSelf(mIds[index], *options.duckSelf);
+    applySettings(host::Params(instance), options.settings, index + 1);
+}
+
+void Session::traceSetup(std::size_t index) {
+    TrackTrace& trace = mTracks[index]->trace();
+    const host::Params params(mTracks[index]->instance());
+    trace.splitHz = {plainValue(params, "FreqLow"), plainValue(params, "FreqHigh")};
+    mRegistry.refresh();
+    const shm::SlotSnapshot& slot = slotOf(index);
+    trace.name = slot.name;
+    trace.duckSelf = slot.duckSelf;
 }
 
 void Session::checkSampleRates() const {
@@ -109,16 +134,23 @@ void Session::pairTracks() {
 
 void Session::pairTwo(std::size_t a, std::size_t b) {
     mRegistry.pair(mIds[a], mIds[b]);
-    mTracks[a]->trace().peerName = mOptions.tracks[b].displayName;
-    mTracks[b]->trace().peerName = mOptions.tracks[a].displayName;
+    mTracks[a]->trace().peerName = mTracks[b]->trace().name;
+    mTracks[b]->trace().peerName = mTracks[a]->trace().name;
+}
+
+const shm::SlotSnapshot& Session::slotOf(std::size_t index) const {
+    const shm::SlotSnapshot* slot = mRegistry.slot(mIds[index]);
+    if (slot == nullptr)
+        fail("track " + std::to_string(index + 1) + " has lost its slot in the registry");
+    return *slot;
 }
 
 /// The transform size that the instance has published; the real delay is twice as long.
 std::uint64_t Session::latencyOf(std::size_t index) const {
-    const shm::SlotSnapshot* slot = mRegistry.slot(mIds[index]);
-    if (slot == nullptr || slot->latencySamples <= 0)
-        fail("track " + std::to_string(index + 1) + " has lost its slot in the registry");
-    return static_cast<std::uint64_t>(slot->latencySamples);
+    const std::int32_t latency = slotOf(index).latencySamples;
+    if (latency <= 0)
+        fail("track " + std::to_string(index + 1) + " has published no latency");
+    return static_cast<std::uint64_t>(latency);
 }
 
 void Session::openOutputs() {
@@ -162,6 +194,12 @@ void Session::processBlock(std::uint32_t frames) {
     for (std::size_t i = 0; i < mTracks.size(); ++i)
         if (const shm::SlotSnapshot* slot = mRegistry.slot(mIds[i]))
             mTracks[i]->addReduction(slot->gainReduction);
+}
+
+void Session::saveStates() const {
+    for (std::size_t i = 0; i < mTracks.size(); ++i)
+        if (const auto& path = mOptions.tracks[i].saveState)
+            saveStateFile(mTracks[i]->instance(), *path, i + 1);
 }
 
 RenderResult Session::collect() {

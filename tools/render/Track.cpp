@@ -24,8 +24,6 @@ Track::Track(const host::Library& library, const TrackOptions& options)
     : mReader(options.input), mInstance(library, mCallbacks) {
     if (!mInstance.init())
         fail("the plug-in refused to initialise");
-    mTrace.name = options.displayName;
-    mTrace.duckSelf = options.duckSelf;
     mTrace.inputPath = options.input;
     mTrace.frames = format().frames;
 }

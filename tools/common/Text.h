@@ -2,12 +2,14 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <string>
 #include <string_view>
+#include <vector>
 
-namespace registry {
+namespace terminal {
 
 /// Length in bytes of the well-formed UTF-8 character that text begins with; 0 when it begins
 /// with anything else. text is not empty.
@@ -61,4 +63,21 @@ inline std::string number(double value) {
     return text;
 }
 
-} // namespace registry
+/// The rows with their columns aligned to the left and two spaces apart, a line each.
+template <std::size_t n>
+std::string aligned(const std::vector<std::array<std::string, n>>& rows) {
+    std::array<std::size_t, n> widths{};
+    for (const auto& row : rows)
+        for (std::size_t i = 0; i < n; ++i)
+            widths[i] = std::max(widths[i], width(row[i]));
+    std::string text;
+    for (const auto& row : rows) {
+        std::string line;
+        for (std::size_t i = 0; i < n; ++i)
+            line += row[i] + std::string(widths[i] + 2 - width(row[i]), ' ');
+        text += line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
+    }
+    return text;
+}
+
+} // namespace terminal

@@ -1,0 +1,250 @@
+#include "tests/host/Track.h"
+
+#include "host/AudioBuffers.h"
+#include "host/Extensions.h"
+#include "tests/support/Chunks.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using host::Callback;
+using support::Bytes;
+using support::chunkFile;
+using support::get;
+using support::Track;
+
+constexpr double kRate = 48000.0;
+
+Bytes saved(const Track& track) { return host::saveState(track.instance).value_or(Bytes{}); }
+
+std::vector<double> edgesOf(const shm::SlotSnapshot& slot) {
+    std::vector<double> edges;
+    for (int band = 0; band < slot.bandCount; ++band)
+        edges.insert(edges.end(), {slot.bands[band].loHz, slot.bands[band].hiHz});
+    return edges;
+}
+
+/// The host sees the chunk's parameters.
+void expectParameters(const Track& track, const Bytes& chunk, const std::string& when) {
+    for (clap_id id = 0; id < kNumParams; ++id)
+        EXPECT_NEAR(track.hostValue(id), track.toHost(id, support::paramIn(chunk, id)), 1e-6)
+            << when << ": parameter " << id;
+}
+
+/// The slot has the chunk's settings; the edges are those of the case.
+void expectPublished(const shm::SlotSnapshot& slot, const Bytes& chunk,
+                     const std::vector<double>& edges) {
+    EXPECT_EQ(edgesOf(slot), edges);
+    for (int band = 0; band < slot.bandCount; ++band) {
+        const auto at = static_cast<std::size_t>(band);
+        EXPECT_EQ(slot.bands[band].threshDb, float(support::paramIn(chunk, ThreshLow + at)));
+        EXPECT_EQ(slot.bands[band].ratio, float(support::paramIn(chunk, RatioLow + at)));
+        EXPECT_EQ(slot.bands[band].enabled, chunk[support::kFlagsAt + at] == 1) << band;
+    }
+    EXPECT_EQ(
+        (std::array{slot.hpHz, slot.lpHz, slot.attackMs, slot.releaseMs, slot.makeupDb}),
+        (std::array{float(support::paramIn(chunk, HP)), float(support::paramIn(chunk, LP)),
+                    float(support::paramIn(chunk, Attack)), float(support::paramIn(chunk, Release)),
+                    float(support::paramIn(chunk, Makeup))}));
+    EXPECT_EQ(slot.duckSelf, get<std::uint32_t>(chunk, support::kDuckAt) == 1);
+}
+
+struct Golden {
+    const char* chunk; ///< NAME.chunk is loaded, NAME.saved.chunk comes back
+    bool loads;
+    std::vector<double> edges; ///< published then
+};
+
+const std::vector<double> kBefore = {25, 600, 600, 17000};
+const std::vector<double> kFull = {20, 250, 250, 4000, 4000, 18000};
+
+class GoldenChunk : public testing::TestWithParam<Golden> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    table, GoldenChunk,
+    testing::Values(Golden{"before", true, kBefore}, Golden{"full", true, kFull},
+                    Golden{"twelve-params", true, kFull}, Golden{"three-params", true, kFull},
+                    Golden{"no-params", false, kBefore}, Golden{"no-trailer", true, kFull},
+                    Golden{"size-without-trailer", true, kFull},
+                    Golden{"trailer-version-0", true, kFull},
+                    Golden{"trailer-version-2", true, kFull}, Golden{"no-tail", true, kFull},
+                    Golden{"no-duck-flag", true, kFull}, Golden{"head-only", false, kBefore},
+                    Golden{"name-cut", false, kBefore}, Golden{"shadow-count-7", true, kFull},
+                    Golden{"shadow-count-negative", true, kFull},
+                    Golden{"size-out-of-range", true, kFull}, Golden{"duck-flag-5", true, kFull},
+                    Golden{"odd-flags", true, kFull}, Golden{"endless-names", true, kFull},
+                    Golden{"no-names", true, kFull},
+                    Golden{"odd-count", true, {20, 250, 250, 4000}},
+                    // Edges that make no bands give way to the splits among the parameters.
+                    Golden{"useless-edges", true, {20, 250.5, 250.5, 4000.25, 4000.25, 20000}},
+                    Golden{"not-finite", true, {20, 600, 600, 20000, 20000, 20000}}),
+    [](const auto& test) {
+        std::string name = test.param.chunk;
+        std::ranges::replace(name, '-', '_');
+        return name;
+    });
+
+TEST_P(GoldenChunk, IsTakenAsDocumented) {
+    const Golden& golden = GetParam();
+    const std::string name = golden.chunk;
+    const Bytes before = chunkFile("before");
+    const Bytes expected = chunkFile(name + ".saved");
+    Track track;
+    ASSERT_TRUE(host::loadState(track.instance, before));
+    auto& calls = track.instance.callbacks().calls();
+    calls.clear();
+
+    EXPECT_EQ(host::loadState(track.instance, chunkFile(name)), golden.loads);
+    expectParameters(track, expected, "loaded");
+    const auto slot = track.slot().value();
+    EXPECT_STREQ(slot.name, reinterpret_cast<const char*>(expected.data()));
+    expectPublished(slot, golden.loads ? expected : before, golden.edges);
+    const auto rescans = calls.records(Callback::ParamsRescan);
+    ASSERT_EQ(rescans.size(), golden.loads ? 1U : 0U);
+    for (const auto& rescan : rescans)
+        EXPECT_TRUE(rescan.fromMain && rescan.value == CLAP_PARAM_RESCAN_VALUES);
+    EXPECT_EQ(saved(track), expected);
+}
+
+TEST(State, ComesThroughStreamsOfAnyKind) {
+    struct Case {
+        const char* why;
+        host::StreamLimits limits;
+        bool works;
+    };
+    const Case cases[] = {{"a byte at a time", {.pieceSize = 1}, true},
+                          {"17 bytes at a time", {.pieceSize = 17}, true},
+                          {"23 bytes at a time", {.pieceSize = 23}, true},
+                          {"an error at once", {.errorAfter = 0}, false},
+                          {"an error near the end", {.pieceSize = 100, .errorAfter = 365}, false},
+                          {"a large error code", {.errorAfter = 10, .error = INT64_MIN}, false}};
+    const Bytes before = chunkFile("before");
+    const Bytes full = chunkFile("full");
+    Track track;
+    for (const Case& c : cases) {
+        ASSERT_TRUE(host::loadState(track.instance, before));
+        EXPECT_EQ(host::loadState(track.instance, full, c.limits), c.works) << c.why;
+        const Bytes& expected = c.works ? full : before;
+        EXPECT_EQ(saved(track), expected) << "nothing is taken from half a stream: " << c.why;
+        const auto written = host::saveState(track.instance, c.limits);
+        EXPECT_EQ(written.has_value(), c.works) << c.why;
+        EXPECT_EQ(written.value_or(expected), expected) << c.why;
+    }
+    EXPECT_FALSE(host::saveState(track.instance, {.errorAfter = 200, .error = 0}).has_value());
+    EXPECT_FALSE(host::loadState(track.instance, {}));
+    const auto* state = track.instance.extension<clap_plugin_state_t>(CLAP_EXT_STATE);
+    EXPECT_FALSE(state->load(track.instance.plugin(), nullptr));
+    EXPECT_FALSE(state->save(track.instance.plugin(), nullptr));
+}
+
+TEST(State, LoadsForAHostThatOffersNoParameters) {
+    for (const bool partial : {false, true}) {
+        host::HostCallbacks callbacks;
+        partial ? callbacks.offerPartial(CLAP_EXT_PARAMS) : callbacks.withhold(CLAP_EXT_PARAMS);
+        const auto library = support::plugin();
+        host::Instance instance(*library, callbacks);
+        ASSERT_TRUE(instance.init());
+        EXPECT_TRUE(host::loadState(instance, chunkFile("full")));
+        EXPECT_EQ(callbacks.calls().count(Callback::ParamsRescan), 0U);
+        EXPECT_EQ(host::saveState(instance), chunkFile("full"));
+    }
+}
+
+/// What another process leaves behind: two paired tracks, edited in the registry, saved.
+struct SavedPair {
+    std::array<std::array<std::uint8_t, support::kChunkBytes>, 2> chunks{};
+    std::array<shm::SlotSnapshot, 2> slots{};
+};
+
+SavedPair playEditAndSave() {
+    const TDBand bands[] = {{30.0F, 333.0F, -33.0F, 6.0F, true},
+                            {333.0F, 17000.0F, -22.0F, 9.0F, false}};
+    Track tracks[2];
+    SavedPair pair;
+    shm::RegistryMonitor monitor;
+    if (!monitor.Attach() || !monitor.Pair(tracks[0].id(), tracks[1].id()))
+        throw std::runtime_error("no pair");
+    const char* const chunks[] = {"before", "full"};
+    for (std::size_t i = 0; i < 2; ++i) {
+        Track& track = tracks[i];
+        if (!host::loadState(track.instance, chunkFile(chunks[i])))
+            throw std::runtime_error("not loaded");
+        monitor.WriteBandsOf(track.id(), bands, 2 - static_cast<int>(i));
+        monitor.WriteHpLpOf(track.id(), 77.0F, 7777.0F);
+        monitor.WriteControlsOf(track.id(), 7.0F, 77.0F, 0.5F);
+        monitor.SetDuckSelfOf(track.id(), i == 0);
+        track.start(kRate);
+        track.play(support::noise(512, 0.5, 21), 512);
+        const Bytes bytes = saved(track);
+        std::copy_n(bytes.begin(), support::kChunkBytes, pair.chunks[i].begin());
+        pair.slots[i] = track.slot().value();
+    }
+    return pair;
+}
+
+TEST(State, OfAPairComesBackInAnotherProcess) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(60);
+        try {
+            const SavedPair pair = playEditAndSave();
+            _exit(write(ends[1], &pair, sizeof pair) == sizeof pair ? 0 : 1);
+        } catch (...) {
+            _exit(1);
+        }
+    }
+    close(ends[1]);
+    SavedPair pair;
+    const bool complete = read(ends[0], &pair, sizeof pair) == sizeof pair;
+    close(ends[0]);
+    waitpid(child, nullptr, 0);
+    ASSERT_TRUE(complete);
+
+    Track tracks[2];
+    for (std::size_t i = 0; i < 2; ++i) {
+        const Bytes chunk(pair.chunks[i].begin(), pair.chunks[i].end());
+        ASSERT_TRUE(host::loadState(tracks[i].instance, chunk));
+        const shm::SlotSnapshot slot = tracks[i].slot().value();
+        EXPECT_STREQ(slot.name, pair.slots[i].name);
+        EXPECT_EQ(slot.duckSelf, i == 0);
+        EXPECT_EQ(edgesOf(slot), edgesOf(pair.slots[i]));
+        expectPublished(slot, chunk, edgesOf(slot));
+        EXPECT_EQ(slot.makeupDb, 0.5F) << "the peer's edits were saved";
+        EXPECT_EQ(slot.lpHz, 7777.0F);
+        EXPECT_EQ(saved(tracks[i]), chunk) << "peer and its settings are remembered, too";
+    }
+}
+
+TEST(State, LoadedWhileBlocksRunLosesNoParameter) {
+    // Blocks of one frame, so that loads and blocks meet where it hurts. One band implies FreqLow
+    // 20 and ThreshMid = ThreshLow; the saved parameters differ.
+    Bytes chunks[] = {chunkFile("before"), chunkFile("full")};
+    for (Bytes& chunk : chunks)
+        support::put(chunk, support::kCountAt, std::int32_t{1});
+    Track track;
+    track.start(kRate);
+    std::atomic<int> blocks = 0;
+    std::jthread audio([&](const std::stop_token& stop) {
+        host::AudioBuffers buffers(1);
+        for (; !stop.stop_requested(); ++blocks)
+            track.instance.process(buffers, 1);
+    });
+    for (int load = 0; load < 600 && !HasFailure(); ++load) {
+        const Bytes& chunk = chunks[load % 2];
+        ASSERT_TRUE(host::loadState(track.instance, chunk));
+        expectParameters(track, chunk, "after load " + std::to_string(load));
+        for (const int from = blocks; blocks < from + 3;)
+            std::this_thread::yield();
+        expectParameters(track, chunk, "blocks after load " + std::to_string(load));
+        ASSERT_EQ(saved(track), chunk) << load;
+    }
+}
+
+} // namespace

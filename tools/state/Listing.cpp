@@ -1,0 +1,25 @@
+#include "tools/state/Listing.h"
+
+#include <algorithm>
+
+namespace listing {
+
+Listing list(const iplug::IByteChunk& chunk) {
+    Listing listing;
+    listing.bytes = chunk.Size();
+    listing.reading = state::read(chunk, 0);
+    addHead(listing);
+    if (!listing.reading.broken) {
+        addParams(listing);
+        addTail(listing, chunk);
+    }
+    return listing;
+}
+
+bool isWhole(const Listing& listing) {
+    return loads(listing) && listing.remarks.empty() &&
+           std::ranges::all_of(listing.fields,
+                               [](const Field& field) { return field.remark.empty(); });
+}
+
+} // namespace listing
