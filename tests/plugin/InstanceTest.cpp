@@ -1,8 +1,5 @@
-#include "host/Instance.h"
-#include "host/AudioBuffers.h"
 #include "plugin/ParamQueue.h"
-#include "plugin/TessellaDuckwork.h"
-#include "shm/RegistryMonitor.h"
+#include "tests/plugin/Plugged.h"
 #include "tests/shm/RawSegment.h"
 
 #include <climits>
@@ -15,56 +12,10 @@
 namespace {
 
 using host::Callback;
-
-/// An instance with direct access to its operations, in a host of ours.
-struct Plugged {
-    static constexpr std::uint32_t kFrames = 64;
-
-    clap_plugin_descriptor_t descriptor{};
-    host::HostCallbacks callbacks;
-    TessellaDuckwork& plug = *MakePlug({.descriptor = &descriptor, .host = callbacks.record()});
-    host::Instance instance{callbacks, plug.clapPlugin()};
-    host::AudioBuffers audio{kFrames};
-    host::EventList in, sent;
-    shm::RegistryMonitor monitor;
-    std::uint64_t id = 0;
-
-    explicit Plugged(bool active) {
-        EXPECT_TRUE(instance.init() && monitor.Attach());
-        EXPECT_TRUE(!active ||
-                    (instance.activate(48000.0, 1, kFrames) && instance.startProcessing()));
-        id = slot().id;
-    }
-
-    [[nodiscard]] shm::SlotSnapshot slot() const {
-        std::vector<shm::SlotSnapshot> slots;
-        monitor.ReadSlots(slots);
-        return slots.at(0);
-    }
-
-    void block() {
-        sent.clear();
-        instance.process(audio, kFrames, in, sent);
-        in.clear();
-    }
-
-    /// "index=plain value" of every value event of the last block.
-    [[nodiscard]] std::string told() const {
-        std::string text;
-        for (std::uint32_t i = 0; i < sent.size(); ++i)
-            if (const auto* event = sent.paramValueAt(i)) {
-                const auto& param = plug.GetParam(static_cast<int>(event->param_id));
-                text += std::to_string(event->param_id) + "=" +
-                        param.ValueToString(param.FromHost(event->value)) + " ";
-            }
-        return text;
-    }
-
-    [[nodiscard]] double value(int index) const { return plug.GetParam(index).Value(); }
-};
+using support::Plugged;
 
 TEST(Instance, PublishesItsDefaultsWhenBuilt) {
-    const Plugged p(false);
+    const Plugged p;
     const auto slot = p.slot();
     EXPECT_TRUE(std::string(slot.name).starts_with("TessellaDuckwork #"));
     ASSERT_EQ(slot.bandCount, 1);
@@ -81,7 +32,7 @@ TEST(Instance, PublishesItsDefaultsWhenBuilt) {
 TEST(Instance, CutsItsNameAndNeverReusesItsNumber) {
     int last = 0;
     for (int i = 0; i < 3; ++i) {
-        Plugged p(false);
+        Plugged p;
         const std::string name = p.slot().name;
         const int number = std::stoi(name.substr(18));
         EXPECT_TRUE(i == 0 || number == last + 1) << name;
@@ -98,7 +49,8 @@ TEST(Instance, TakesEachRegistryEditOnceAndTellsTheHost) {
                              {150, 30000, -300, 3, true, {}},
                              {4000, 20000, -10, 5, false, {}}};
     const TDBand strange{20, std::numeric_limits<float>::quiet_NaN(), NAN, INFINITY, true, {}};
-    Plugged p(true);
+    Plugged p;
+    p.start();
     const auto bands = [&p](const TDBand* list, int count) {
         return [&p, list, count] { p.monitor.WriteBandsOf(p.id, list, count); };
     };
@@ -137,7 +89,8 @@ TEST(Instance, TakesEachRegistryEditOnceAndTellsTheHost) {
 }
 
 TEST(Instance, KeepsTheHostsValueWhenTheRegistryIsBusy) {
-    Plugged p(true);
+    Plugged p;
+    p.start();
     p.monitor.WriteControlsOf(p.id, 50, 500, 5); // lands in the block that is busy
     {
         const raw::HeldLock busy;
@@ -157,7 +110,8 @@ TEST(Instance, KeepsTheHostsValueWhenTheRegistryIsBusy) {
 }
 
 TEST(Instance, DeliberatelyStandsAtDefaultsForOneBusyBlock) {
-    Plugged p(true);
+    Plugged p;
+    p.start();
     p.monitor.WriteHpLpOf(p.id, 100, 10000);
     p.block();
     p.monitor.WriteHpLpOf(p.id, 200, 10000);
@@ -173,7 +127,8 @@ TEST(Instance, DeliberatelyStandsAtDefaultsForOneBusyBlock) {
 }
 
 TEST(Instance, FollowsTheFlagsOfItsSlot) {
-    Plugged p(true);
+    Plugged p;
+    p.start();
     p.monitor.SetBypassOf(p.id, true);
     p.audio.input().fill(0.5);
     p.audio.input().set(0, 7, NAN);
@@ -186,7 +141,7 @@ TEST(Instance, FollowsTheFlagsOfItsSlot) {
 }
 
 TEST(Instance, ReportsTheEditorsGesturesInOrderAsFastAsTheHostTakesThem) {
-    Plugged p(false);
+    Plugged p;
     p.plug.BeginInformHostOfParamChange(HP);
     p.plug.InformHostOfParamChange(HP, 0.25);
     p.plug.InformHostOfParamChange(LinkSlot, 0.7);
@@ -218,7 +173,7 @@ TEST(ParamQueue, DropsWhatDoesNotFitAndKeepsOrder) {
 
 TEST(Editor, KeepsItsAspectAndBounds) {
     using Size = std::pair<int, int>;
-    Plugged p(false);
+    Plugged p;
     for (const auto& [asked, given] :
          std::vector<std::pair<Size, Size>>{{{479, 100}, {480, 300}},
                                             {{1920, 1200}, {1920, 1200}},

@@ -81,32 +81,6 @@ render::RenderResult run(const render::Options& options) {
 
 } // namespace
 
-TEST(RenderOptions, WrongCommandLinesAreNamed) {
-    const struct {
-        std::vector<const char*> arguments;
-        const char* says;
-    } cases[]{
-        {{}, "no audio file"},
-        {{"a.wav", "--set", "ThreshLow=-30"}, "track number"},
-        {{"a.wav", "--set", "0:ThreshLow=-30"}, "no track 0"},
-        {{"a.wav", "--set", "2:ThreshLow=-30"}, "no track 2"},
-        {{"a.wav", "--set", "1:ThreshLow"}, "N:NAME=VALUE"},
-        {{"a.wav", "--set", "1:ThreshLow="}, "N:NAME=VALUE"},
-        {{"a.wav", "--duck", "1=maybe"}, "on or off"},
-        {{"a.wav", "--block", "0"}, "--block"},
-        {{"a.wav", "b.wav", "--pair-with", "x"}, "exactly one"},
-        {{"a.wav", "--pair-with", "x", "--private"}, "--private"},
-        {std::vector<const char*>(17, "a.wav"), "at most 16"},
-    };
-    for (const auto& row : cases) {
-        std::vector<const char*> line{"tessella-render"};
-        line.insert(line.end(), row.arguments.begin(), row.arguments.end());
-        expectFailure(row.says, [&] {
-            (void)render::parseOptions(static_cast<int>(line.size()), line.data());
-        });
-    }
-}
-
 TEST(RenderOptions, TrackArgumentsReachTheirTrack) {
     const char* line[]{"tessella-render", "a.wav", "dir/b.flac", "--set",   "2:ThreshLow=-30 dB",
                        "--duck",          "1=off", "--set",      "2:HP=40", "--name",
@@ -168,55 +142,6 @@ TEST_F(Render, OutputsLineUpWithTheirInputs) {
         const Samples raw = readSound(folder / "in-ducked.wav").left;
         EXPECT_LT(largestDifference(left, Samples(raw.begin() + delay, raw.end())), 1e-5);
     }
-}
-
-TEST_F(Render, OnlyTheTrackWithoutPriorityDucks) {
-    const Samples shortNoise = noise(24000, 3);
-    const fs::path kick = writeSound("kick.wav", shortNoise, {});
-    const fs::path bass = writeSound("bass.wav", noise(48000, 4), {});
-    const fs::path alone = writeSound("alone.wav", noise(48000, 5), {});
-    render::Options options = optionsFor({kick, bass, alone});
-    for (render::TrackOptions& track : options.tracks)
-        track.settings = {{"ThreshMid", "-60"}, {"Release", "20"}};
-    options.tracks[0].duckSelf = false;
-    const render::RenderResult result = run(options);
-    constexpr std::size_t kMid = 1;
-    EXPECT_EQ(render::reductionOf(result.tracks[0], kMid).mostDb, 0.0);
-    EXPECT_LT(render::reductionOf(result.tracks[1], kMid).mostDb, -10.0);
-    EXPECT_GT(result.tracks[1].blocks.back().gainReductionDb[kMid], -0.1F); // the kick has ended
-    EXPECT_EQ(render::reductionOf(result.tracks[2], kMid).mostDb, 0.0);
-    EXPECT_LT(largestDifference(readSound(folder / "kick-ducked.wav").left, shortNoise), 1e-5);
-}
-
-TEST_F(Render, WrongSettingsAndFilesAreNamed) {
-    const fs::path sound = writeSound("a.wav", noise(64, 1), {});
-    const fs::path other = writeSound("b.wav", noise(64, 1), {}, 44100);
-    const auto withSetting = [&](const char* name, const char* text) {
-        render::Options options = optionsFor({sound});
-        options.tracks[0].settings = {{name, text}};
-        return options;
-    };
-    const auto withState = [&](const fs::path& state) {
-        render::Options options = optionsFor({sound});
-        options.tracks[0].loadState = state;
-        return options;
-    };
-    const struct {
-        render::Options options;
-        const char* says;
-    } cases[]{
-        {withSetting("Threshold", "-30"), "ThreshLow, ThreshMid, ThreshHigh"},
-        {withSetting("ThreshLow", "0.1"), "-60.0 dB to 0.0 dB"},
-        {withSetting("HP", "19.9"), "20 Hz to 1000 Hz"},
-        {withSetting("Attack", "quick"), "not a number"},
-        {withSetting("Attack", "nan"), "not a number"},
-        {optionsFor({sound, other}), "48000 Hz"},
-        {optionsFor({folder / "none.wav"}), "no such file"},
-        {withState(folder / "none"), "no such file"},
-        {withState(TD_TEST_DATA "/name-cut.chunk"), "refused"},
-    };
-    for (const auto& row : cases)
-        expectFailure(row.says, [&] { (void)run(row.options); });
 }
 
 /// What the command line does not name is the state's, to the byte, also after sound has passed.

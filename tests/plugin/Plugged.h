@@ -1,0 +1,65 @@
+/// An instance with direct access to its operations, in a host of ours.
+#pragma once
+
+#include "host/AudioBuffers.h"
+#include "host/Instance.h"
+#include "plugin/TessellaDuckwork.h"
+#include "shm/RegistryMonitor.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace support {
+
+/// One of several instances, in the registry slot of its index.
+struct Plugged {
+    static constexpr std::uint32_t kFrames = 64;
+
+    std::size_t index;
+    clap_plugin_descriptor_t descriptor{};
+    host::HostCallbacks callbacks;
+    TessellaDuckwork& plug = *MakePlug({.descriptor = &descriptor, .host = callbacks.record()});
+    host::Instance instance{callbacks, plug.clapPlugin()};
+    host::AudioBuffers audio{kFrames};
+    host::EventList in, sent;
+    shm::RegistryMonitor monitor;
+    std::uint64_t id = 0;
+
+    explicit Plugged(std::size_t slotIndex = 0) : index(slotIndex) {
+        EXPECT_TRUE(instance.init() && monitor.Attach());
+        id = slot().id;
+    }
+
+    void start() {
+        EXPECT_TRUE(instance.activate(48000.0, 1, kFrames) && instance.startProcessing());
+    }
+
+    [[nodiscard]] shm::SlotSnapshot slot() const {
+        std::vector<shm::SlotSnapshot> slots;
+        monitor.ReadSlots(slots);
+        return slots.at(index);
+    }
+
+    void block() {
+        sent.clear();
+        instance.process(audio, kFrames, in, sent);
+        in.clear();
+    }
+
+    /// "index=plain value" of every value event of the last block.
+    [[nodiscard]] std::string told() const {
+        std::string text;
+        for (std::uint32_t i = 0; i < sent.size(); ++i)
+            if (const auto* event = sent.paramValueAt(i)) {
+                const auto& param = plug.GetParam(static_cast<int>(event->param_id));
+                text += std::to_string(event->param_id) + "=" +
+                        param.ValueToString(param.FromHost(event->value)) + " ";
+            }
+        return text;
+    }
+
+    [[nodiscard]] double value(int param) const { return plug.GetParam(param).Value(); }
+};
+
+} // namespace support
