@@ -30,7 +30,6 @@ void TessellaDuckwork::ProcessBlock(const double* const* inputs, double* const* 
         return;
     }
     GlideWorkingValues(nFrames);
-    duckSelf = input.cycle.duckSelf;
     const bool stereo = NOutChansConnected() >= 2;
     double* const right = stereo ? outputs[1] : nullptr;
     dsp::streamBlock(processor, Settings(input.PeerValid()), inputs[0],
@@ -66,6 +65,8 @@ TessellaDuckwork::BlockInput TessellaDuckwork::ReadRegistry() {
 /// group stands at its defaults, with counter 0, until the next block reads it again.
 void TessellaDuckwork::ApplyRegistryChanges(const BlockInput& input) {
     const auto& cycle = input.cycle;
+    if (!cycle.bypass)
+        duckSelf = cycle.duckSelf;
     if (cycle.bandsChanged && cycle.bandCount > 0)
         ApplyBands(cycle);
     if (cycle.hpLpChanged) {

@@ -78,8 +78,8 @@ int TessellaDuckwork::UnserializeState(const iplug::IByteChunk& chunk, int start
         OnParentWindowResize(static_cast<int>(reading.size->editorWidthPx),
                              static_cast<int>(reading.size->editorHeightPx));
     if (reading.duckSelf) {
+        WithRegistry([&] { shm.PublishDuckSelf(*reading.duckSelf); });
         duckSelf = *reading.duckSelf;
-        WithRegistry([this] { shm.PublishDuckSelf(duckSelf); });
     }
     return reading.result;
 }
