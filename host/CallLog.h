@@ -27,12 +27,23 @@ enum class Callback : std::uint8_t {
     TailChanged,
     AudioPortsIsRescanFlagSupported, ///< value: flag
     AudioPortsRescan,                ///< value: flags
+    GuiResizeHintsChanged,
+    GuiRequestResize, ///< value: width, value2: height
+    GuiRequestShow,
+    GuiRequestHide,
+    GuiClosed,       ///< value: whether the GUI was destroyed
+    TimerRegister,   ///< value: period, ms
+    TimerUnregister, ///< value: timer id
+    FdRegister,      ///< value: file descriptor, value2: flags
+    FdModify,        ///< likewise
+    FdUnregister,    ///< value: file descriptor
     Count
 };
 
 struct CallRecord {
     Callback callback{};
     std::uint32_t value = 0;
+    std::uint32_t value2 = 0;
     std::thread::id thread;
     bool fromMain = false;  ///< as the thread check would have answered
     bool fromAudio = false; ///< likewise

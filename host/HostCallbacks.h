@@ -2,11 +2,13 @@
 #pragma once
 
 #include "host/CallLog.h"
+#include "host/EventSources.h"
 
 #include <clap/host.h>
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -14,10 +16,23 @@
 
 namespace host {
 
-/// One per plug-in instance; outlives it. Offers log, thread-check, params, state, latency, tail
-/// and audio-ports unless told otherwise. The thread that constructs it is the
-/// main thread of the thread check. Configure before the instance is created: the plug-in may keep
-/// what it got. Callbacks only record; nothing is carried out until the owner asks. [main]
+/// Who acts on what the plug-in's GUI asks for: each is called on the thread that asks, and its
+/// result is the host's answer. Without one the request is only recorded, and granted. They must
+/// not throw.
+struct GuiHandlers {
+    std::function<bool(std::uint32_t width, std::uint32_t height)> requestResize;
+    std::function<bool()> requestShow;
+    std::function<bool()> requestHide;
+    std::function<void()> resizeHintsChanged;
+    std::function<void(bool wasDestroyed)> closed;
+};
+
+/// One per plug-in instance; outlives it. Offers log, thread-check, params, state, latency, tail,
+/// audio-ports, gui, timer-support and posix-fd-support unless told otherwise. The thread that
+/// constructs it is the main thread of the thread check. Configure before the instance is created:
+/// the plug-in may keep what it got. Callbacks record; timers and descriptors wait in
+/// eventSources() for a RunLoop, GUI requests go to gui(), nothing else is carried out until the
+/// owner asks. [main]
 class HostCallbacks {
 public:
     HostCallbacks();
@@ -41,19 +56,29 @@ public:
     /// Whether the plug-in has asked for its main-thread call since the last take. [any]
     [[nodiscard]] bool takeCallbackRequest() { return mCallbackRequested.exchange(false); }
 
+    /// Set while the plug-in has no GUI: read without a lock whenever its GUI asks.
+    [[nodiscard]] GuiHandlers& gui() { return mGui; }
+    /// What the plug-in has registered; registering off the main thread is refused. [main]
+    [[nodiscard]] EventSources& eventSources() { return mEventSources; }
+
     /// As the thread check answers on the calling thread. [any]
     [[nodiscard]] bool isMainThread() const;
     [[nodiscard]] static bool isAudioThread();
 
     /// Records a call from the current thread; used by the callbacks. [any]
     void note(Callback callback, std::uint32_t value = 0, const char* text = nullptr) noexcept;
+    void note(Callback callback, std::uint32_t value, std::uint32_t value2) noexcept;
     /// The table for an id as configured, or null; used by get_extension. [any]
     [[nodiscard]] const void* extension(const char* id) const noexcept;
     void requestCallback() noexcept { mCallbackRequested = true; }
 
 private:
+    [[nodiscard]] CallRecord recordOf(Callback callback, std::uint32_t value) const noexcept;
+
     clap_host_t mRecord{};
     CallLog mCalls;
+    GuiHandlers mGui;
+    EventSources mEventSources;
     std::thread::id mMainThread = std::this_thread::get_id();
     std::set<std::string, std::less<>> mWithheld;
     std::set<std::string, std::less<>> mPartial;

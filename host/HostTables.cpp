@@ -47,6 +47,59 @@ bool isRescanFlagSupported(const clap_host_t* host, std::uint32_t flag) {
     return true;
 }
 
+bool requestResize(const clap_host_t* host, std::uint32_t width, std::uint32_t height) {
+    self(host).note(Callback::GuiRequestResize, width, height);
+    const auto& handler = self(host).gui().requestResize;
+    return !handler || handler(width, height);
+}
+
+template <Callback kCallback, std::function<bool()> GuiHandlers::*kHandler>
+bool requestVisibility(const clap_host_t* host) {
+    self(host).note(kCallback);
+    const auto& handler = self(host).gui().*kHandler;
+    return !handler || handler();
+}
+
+void resizeHintsChanged(const clap_host_t* host) {
+    self(host).note(Callback::GuiResizeHintsChanged);
+    if (const auto& handler = self(host).gui().resizeHintsChanged)
+        handler();
+}
+
+void guiClosed(const clap_host_t* host, bool wasDestroyed) {
+    self(host).note(Callback::GuiClosed, wasDestroyed ? 1 : 0);
+    if (const auto& handler = self(host).gui().closed)
+        handler(wasDestroyed);
+}
+
+bool registerTimer(const clap_host_t* host, std::uint32_t periodMs, clap_id* id) {
+    self(host).note(Callback::TimerRegister, periodMs);
+    if (id == nullptr || !self(host).isMainThread())
+        return false;
+    *id = self(host).eventSources().addTimer(periodMs);
+    return true;
+}
+
+bool unregisterTimer(const clap_host_t* host, clap_id id) {
+    self(host).note(Callback::TimerUnregister, id);
+    return self(host).isMainThread() && self(host).eventSources().removeTimer(id);
+}
+
+bool registerFd(const clap_host_t* host, int fd, clap_posix_fd_flags_t flags) {
+    self(host).note(Callback::FdRegister, static_cast<std::uint32_t>(fd), flags);
+    return self(host).isMainThread() && self(host).eventSources().addFd(fd, flags);
+}
+
+bool modifyFd(const clap_host_t* host, int fd, clap_posix_fd_flags_t flags) {
+    self(host).note(Callback::FdModify, static_cast<std::uint32_t>(fd), flags);
+    return self(host).isMainThread() && self(host).eventSources().modifyFd(fd, flags);
+}
+
+bool unregisterFd(const clap_host_t* host, int fd) {
+    self(host).note(Callback::FdUnregister, static_cast<std::uint32_t>(fd));
+    return self(host).isMainThread() && self(host).eventSources().removeFd(fd);
+}
+
 constexpr clap_host_log_t kLog{log};
 constexpr clap_host_thread_check_t kThreadCheck{isMainThread, isAudioThread};
 constexpr clap_host_params_t kParams{noteValue<Callback::ParamsRescan>, paramsClear,
@@ -56,6 +109,12 @@ constexpr clap_host_latency_t kLatency{noteOnly<Callback::LatencyChanged>};
 constexpr clap_host_tail_t kTail{noteOnly<Callback::TailChanged>};
 constexpr clap_host_audio_ports_t kAudioPorts{isRescanFlagSupported,
                                               noteValue<Callback::AudioPortsRescan>};
+constexpr clap_host_gui_t kGui{
+    resizeHintsChanged, requestResize,
+    requestVisibility<Callback::GuiRequestShow, &GuiHandlers::requestShow>,
+    requestVisibility<Callback::GuiRequestHide, &GuiHandlers::requestHide>, guiClosed};
+constexpr clap_host_timer_support_t kTimerSupport{registerTimer, unregisterTimer};
+constexpr clap_host_posix_fd_support_t kPosixFdSupport{registerFd, modifyFd, unregisterFd};
 
 /// Stands in for any table whose functions are all null.
 constexpr void* kEmptyTable[8]{};
@@ -73,6 +132,9 @@ constexpr Extension kExtensions[]{
     {CLAP_EXT_LATENCY, &kLatency},
     {CLAP_EXT_TAIL, &kTail},
     {CLAP_EXT_AUDIO_PORTS, &kAudioPorts},
+    {CLAP_EXT_GUI, &kGui},
+    {CLAP_EXT_TIMER_SUPPORT, &kTimerSupport},
+    {CLAP_EXT_POSIX_FD_SUPPORT, &kPosixFdSupport},
 };
 
 const void* getExtension(const clap_host_t* host, const char* id) {

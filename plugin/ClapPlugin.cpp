@@ -15,6 +15,7 @@ struct ClapPlugin::Routes {
         return of(p).init();
     }
     static void destroy(const clap_plugin_t* p) noexcept {
+        guiDestroy(p);
         if (of(p).isActive())
             deactivate(p);
         of(p).runQueuedCallbacks();
@@ -108,6 +109,51 @@ struct ClapPlugin::Routes {
         of(p).paramsFlush(in, out);
     }
 
+    static bool guiIsApiSupported(const clap_plugin_t* p, const char* api, bool floating) noexcept {
+        return of(p).guiIsApiSupported(api, floating);
+    }
+    static bool guiGetPreferredApi(const clap_plugin_t* p, const char** api,
+                                   bool* floating) noexcept {
+        return of(p).guiGetPreferredApi(api, floating);
+    }
+    static bool guiCreate(const clap_plugin_t* p, const char* api, bool floating) noexcept {
+        of(p).guiCreated = of(p).guiCreate(api, floating);
+        return of(p).guiCreated;
+    }
+    static void guiDestroy(const clap_plugin_t* p) noexcept {
+        if (std::exchange(of(p).guiCreated, false))
+            of(p).guiDestroy();
+    }
+    static bool guiSetScale(const clap_plugin_t* p, double scale) noexcept {
+        return of(p).guiSetScale(scale);
+    }
+    static bool guiGetSize(const clap_plugin_t* p, std::uint32_t* width,
+                           std::uint32_t* height) noexcept {
+        return of(p).guiGetSize(width, height);
+    }
+    static bool guiCanResize(const clap_plugin_t* p) noexcept { return of(p).guiCanResize(); }
+    static bool guiGetResizeHints(const clap_plugin_t* p, clap_gui_resize_hints_t* hints) noexcept {
+        return of(p).guiGetResizeHints(hints);
+    }
+    static bool guiAdjustSize(const clap_plugin_t* p, std::uint32_t* width,
+                              std::uint32_t* height) noexcept {
+        return of(p).guiAdjustSize(width, height);
+    }
+    static bool guiSetSize(const clap_plugin_t* p, std::uint32_t width,
+                           std::uint32_t height) noexcept {
+        return of(p).guiSetSize(width, height);
+    }
+    static bool guiSetParent(const clap_plugin_t* p, const clap_window_t* window) noexcept {
+        return of(p).guiSetParent(window);
+    }
+    // Only windows of their own have a main window above them or a title.
+    static bool guiSetTransient(const clap_plugin_t*, const clap_window_t*) noexcept {
+        return false;
+    }
+    static void guiSuggestTitle(const clap_plugin_t*, const char*) noexcept {}
+    static bool guiShow(const clap_plugin_t* p) noexcept { return of(p).guiShow(); }
+    static bool guiHide(const clap_plugin_t* p) noexcept { return of(p).guiHide(); }
+
     static const void* getExtension(const clap_plugin_t* p, const char* id) noexcept;
 };
 
@@ -122,12 +168,16 @@ const void* ClapPlugin::Routes::getExtension(const clap_plugin_t* /*p*/, const c
     static constexpr clap_plugin_state_t state = {stateSave, stateLoad};
     static constexpr clap_plugin_params_t params = {
         paramsCount, paramsInfo, paramsValue, paramsValueToText, paramsTextToValue, paramsFlush};
+    static constexpr clap_plugin_gui_t gui = {
+        guiIsApiSupported, guiGetPreferredApi, guiCreate,         guiDestroy,    guiSetScale,
+        guiGetSize,        guiCanResize,       guiGetResizeHints, guiAdjustSize, guiSetSize,
+        guiSetParent,      guiSetTransient,    guiSuggestTitle,   guiShow,       guiHide};
 
     static constexpr std::pair<const char*, const void*> tables[] = {
         {CLAP_EXT_AUDIO_PORTS, &audioPorts}, {CLAP_EXT_AUDIO_PORTS_CONFIG, &audioPortsConfig},
         {CLAP_EXT_LATENCY, &latency},        {CLAP_EXT_TAIL, &tail},
         {CLAP_EXT_RENDER, &render},          {CLAP_EXT_STATE, &state},
-        {CLAP_EXT_PARAMS, &params},
+        {CLAP_EXT_PARAMS, &params},          {CLAP_EXT_GUI, &gui},
     };
     if (id == nullptr)
         return nullptr;
@@ -163,6 +213,7 @@ void ClapPlugin::queryHostExtensions() noexcept {
     query(threadCheck, CLAP_EXT_THREAD_CHECK);
     query(tail, CLAP_EXT_TAIL);
     query(params, CLAP_EXT_PARAMS);
+    query(gui, CLAP_EXT_GUI);
 }
 
 bool ClapPlugin::canUseThreadCheck() const noexcept {
@@ -186,6 +237,17 @@ bool ClapPlugin::canUseParams() const noexcept {
         params->rescan != nullptr && params->clear != nullptr && params->request_flush != nullptr;
     if (!complete)
         log(CLAP_LOG_HOST_MISBEHAVING, "clap_host_params is partially implemented");
+    return complete;
+}
+
+bool ClapPlugin::canUseGui() const noexcept {
+    if (gui == nullptr)
+        return false;
+    const bool complete = gui->resize_hints_changed != nullptr && gui->request_resize != nullptr &&
+                          gui->request_show != nullptr && gui->request_hide != nullptr &&
+                          gui->closed != nullptr;
+    if (!complete)
+        log(CLAP_LOG_HOST_MISBEHAVING, "clap_host_gui is partially implemented");
     return complete;
 }
 

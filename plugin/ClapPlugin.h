@@ -83,6 +83,32 @@ protected:
     virtual void paramsFlush(const clap_input_events_t* /*in*/,
                              const clap_output_events_t* /*out*/) noexcept {}
 
+    // GUI, [main]; destroy comes once for every successful create, inside the plug-in's own
+    // destruction at the latest
+    virtual bool guiIsApiSupported(const char* /*api*/, bool /*floating*/) noexcept {
+        return false;
+    }
+    virtual bool guiGetPreferredApi(const char** /*api*/, bool* /*floating*/) noexcept {
+        return false;
+    }
+    virtual bool guiCreate(const char* /*api*/, bool /*floating*/) noexcept { return false; }
+    virtual void guiDestroy() noexcept {}
+    virtual bool guiSetScale(double /*scale*/) noexcept { return false; }
+    virtual bool guiGetSize(std::uint32_t* /*width*/, std::uint32_t* /*height*/) noexcept {
+        return false;
+    }
+    virtual bool guiCanResize() const noexcept { return false; }
+    virtual bool guiGetResizeHints(clap_gui_resize_hints_t* /*hints*/) noexcept { return false; }
+    virtual bool guiAdjustSize(std::uint32_t* /*width*/, std::uint32_t* /*height*/) noexcept {
+        return false;
+    }
+    virtual bool guiSetSize(std::uint32_t /*width*/, std::uint32_t /*height*/) noexcept {
+        return false;
+    }
+    virtual bool guiSetParent(const clap_window_t* /*window*/) noexcept { return false; }
+    virtual bool guiShow() noexcept { return false; }
+    virtual bool guiHide() noexcept { return false; }
+
     /// True from the end of a successful activate to the start of deactivate. [any]
     [[nodiscard]] bool isActive() const noexcept { return active.load(std::memory_order_relaxed); }
     /// True between start and stop processing. [any]
@@ -95,6 +121,7 @@ protected:
     [[nodiscard]] bool canUseThreadCheck() const noexcept; // [any]
     [[nodiscard]] bool canUseTail() const noexcept;        // [any but audio]
     [[nodiscard]] bool canUseParams() const noexcept;      // [any but audio]
+    [[nodiscard]] bool canUseGui() const noexcept;         // [any but audio]
 
     // Calls into the host, allowed once the test above was true.
     void hostTailChanged() const noexcept { tail->changed(host); } // [audio]
@@ -102,6 +129,9 @@ protected:
         params->rescan(host, CLAP_PARAM_RESCAN_VALUES);
     }                                                                       // [main]
     void hostRequestFlush() const noexcept { params->request_flush(host); } // [main]
+    bool hostRequestResize(std::uint32_t width, std::uint32_t height) const noexcept {
+        return gui->request_resize(host, width, height);
+    } // [any but audio]
 
     /// To the host's log, or to the standard error stream when it has none. [any but audio]
     void log(clap_log_severity severity, const char* message) const noexcept;
@@ -124,6 +154,8 @@ private:
     const clap_host_thread_check_t* threadCheck = nullptr;
     const clap_host_tail_t* tail = nullptr;
     const clap_host_params_t* params = nullptr;
+    const clap_host_gui_t* gui = nullptr;
+    bool guiCreated = false; ///< [main]
     std::atomic<bool> active = false;
     std::atomic<bool> processing = false;
 

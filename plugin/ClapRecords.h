@@ -5,10 +5,12 @@
 #include <clap/entry.h>
 #include <clap/events.h>
 #include <clap/ext/audio-ports.h>
+#include <clap/ext/gui.h>
 #include <clap/ext/latency.h>
 #include <clap/ext/params.h>
 #include <clap/ext/state.h>
 #include <clap/ext/thread-check.h>
+#include <clap/ext/timer-support.h>
 #include <clap/host.h>
 #include <clap/plugin-features.h>
 #include <clap/plugin.h>
@@ -99,6 +101,29 @@ using clap_log_severity = std::int32_t;
 
 struct clap_host_log_t {
     void (*log)(const clap_host_t* host, clap_log_severity severity, const char* msg);
+};
+#endif
+
+#if __has_include(<clap/ext/posix-fd-support.h>)
+#include <clap/ext/posix-fd-support.h>
+#else
+inline constexpr char CLAP_EXT_POSIX_FD_SUPPORT[] = "clap.posix-fd-support";
+
+enum : std::uint32_t {
+    CLAP_POSIX_FD_READ = 1 << 0,
+    CLAP_POSIX_FD_WRITE = 1 << 1,
+    CLAP_POSIX_FD_ERROR = 1 << 2
+};
+using clap_posix_fd_flags_t = std::uint32_t;
+
+struct clap_plugin_posix_fd_support_t {
+    void (*on_fd)(const clap_plugin_t* plugin, int fd, clap_posix_fd_flags_t flags);
+};
+
+struct clap_host_posix_fd_support_t {
+    bool (*register_fd)(const clap_host_t* host, int fd, clap_posix_fd_flags_t flags);
+    bool (*modify_fd)(const clap_host_t* host, int fd, clap_posix_fd_flags_t flags);
+    bool (*unregister_fd)(const clap_host_t* host, int fd);
 };
 #endif
 // NOLINTEND(modernize-use-using,readability-identifier-naming)

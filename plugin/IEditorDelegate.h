@@ -25,19 +25,38 @@ public:
     /// Turns a wished size into an allowed one; true when it already was. [main]
     virtual bool ConstrainEditorResize(int& widthPx, int& heightPx) const = 0;
 
+    /// Makes this the editor's current size and, when it is not what the host last knew, asks the
+    /// host for a window of that size. The host may answer by calling back before this returns: no
+    /// lock may be held. [main, ui]
+    virtual bool EditorResize(int widthPx, int heightPx) = 0;
+    /// The editor has changed its size by itself; the platform's window still has to follow when
+    /// the flag says so. [ui]
+    void EditorResizeFromUI(int widthPx, int heightPx, bool needsPlatformResize) {
+        if (needsPlatformResize)
+            EditorResize(widthPx, heightPx);
+        else
+            SetEditorSize(widthPx, heightPx);
+    }
+    /// The host's window has this size now, whatever was asked for. [ui]
+    virtual void NoteHostWindowSize(int widthPx, int heightPx) = 0;
+
     /// The editor's current size, pixels. [any]
     [[nodiscard]] int GetEditorWidth() const noexcept { return currentWidth; }
     [[nodiscard]] int GetEditorHeight() const noexcept { return currentHeight; }
 
-protected:
+    /// Makes this the current size without telling anybody. [main, ui]
     void SetEditorSize(int widthPx, int heightPx) noexcept {
         currentWidth = widthPx;
         currentHeight = heightPx;
     }
+    /// The host's scale factor; the editor scales with its window instead and does not read it.
+    /// [main]
+    void SetScreenScale(float scale) noexcept { screenScale = scale; }
 
 private:
     dsp::Relaxed<int> currentWidth;
     dsp::Relaxed<int> currentHeight;
+    dsp::Relaxed<float> screenScale = 1.0F;
 };
 
 } // namespace iplug

@@ -11,7 +11,7 @@ public:
     using IPluginBase::IPluginBase;
 
     // A user's gesture on a control, told to the host by the editor, in this order. The value is
-    // normalised. When too much is queued a record is dropped. [ui]
+    // normalised. When too much is queued, only the last value of a parameter is told. [ui]
     virtual void BeginInformHostOfParamChange(int index) = 0;
     virtual void InformHostOfParamChange(int index, double normalizedValue) = 0;
     virtual void EndInformHostOfParamChange(int index) = 0;

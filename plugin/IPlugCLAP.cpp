@@ -20,7 +20,8 @@ const char* portType(int channels) { return channels == 1 ? CLAP_PORT_MONO : CLA
 } // namespace
 
 IPlugCLAP::IPlugCLAP(const InstanceInfo& info, const Config& config)
-    : IPlugAPIBase(config), IPlugProcessor(config), ClapPlugin(*info.descriptor, info.host) {}
+    : IPlugAPIBase(config), IPlugProcessor(config), ClapPlugin(*info.descriptor, info.host),
+      staticConfig(config) {}
 
 bool IPlugCLAP::init() noexcept { return SelectIOConfig(0); }
 

@@ -23,6 +23,10 @@ class IPlugCLAP : public IPlugAPIBase, public IPlugProcessor, public ClapPlugin 
 public:
     IPlugCLAP(const InstanceInfo& info, const Config& config);
 
+    // To the host, see IEditorDelegate (IPlugCLAPGui.cpp).
+    bool EditorResize(int widthPx, int heightPx) override;
+    void NoteHostWindowSize(int widthPx, int heightPx) override;
+
     // To the host, see IPlugAPIBase.
     void BeginInformHostOfParamChange(int index) override;
     void InformHostOfParamChange(int index, double normalizedValue) override;
@@ -57,6 +61,21 @@ protected:
     bool stateSave(const clap_ostream_t* stream) noexcept override;
     bool stateLoad(const clap_istream_t* stream) noexcept override;
 
+    // GUI (IPlugCLAPGui.cpp)
+    bool guiIsApiSupported(const char* api, bool floating) noexcept override;
+    bool guiGetPreferredApi(const char** api, bool* floating) noexcept override;
+    bool guiCreate(const char* api, bool floating) noexcept override;
+    void guiDestroy() noexcept override;
+    bool guiSetScale(double scale) noexcept override;
+    bool guiGetSize(std::uint32_t* width, std::uint32_t* height) noexcept override;
+    bool guiCanResize() const noexcept override;
+    bool guiGetResizeHints(clap_gui_resize_hints_t* hints) noexcept override;
+    bool guiAdjustSize(std::uint32_t* width, std::uint32_t* height) noexcept override;
+    bool guiSetSize(std::uint32_t width, std::uint32_t height) noexcept override;
+    bool guiSetParent(const clap_window_t* window) noexcept override;
+    bool guiShow() noexcept override;
+    bool guiHide() noexcept override;
+
     // Parameters
     std::uint32_t paramsCount() const noexcept override;
     bool paramsInfo(std::uint32_t index, clap_param_info_t* info) const noexcept override;
@@ -82,11 +101,23 @@ private:
     void FlushParamsIfNeeded();
     void OnRestoreState() const noexcept;
 
+    bool OpenInParent() noexcept;
+    void CloseEditor() noexcept;
+
+    const Config staticConfig;
     BlockBuffers buffers;
-    ParamQueue outgoing;              ///< writer: the editor; reader: process or flush
+    ParamQueue outgoing;                       ///< writer: the editor; reader: process or flush
+    std::atomic<std::uint32_t> overflowed = 0; ///< a bit per parameter whose record found no room
     std::uint32_t changedInBlock = 0; ///< a bit per parameter, see InformHostWithinBlock. [audio]
     bool tailChangedPending = false;  ///< set by activate, told by the next process
     std::atomic<pthread_t> audioThread = pthread_t{}; ///< inside an audio call, else zero
+    std::atomic<bool> flushRequested = false;         ///< and not yet passed on to the host
+
+    void* parentWindow = nullptr; ///< the host's X11 window id, kept while hidden. [main]
+    bool windowOpen = false;      ///< [main]
+    /// The size that the host last knew, pixels; 0 before it knows any. [main, ui]
+    dsp::Relaxed<int> toldWidth = 0, toldHeight = 0;
+    std::atomic<pthread_t> resizeAsker = pthread_t{}; ///< inside the host's resize request, or zero
 };
 
 } // namespace iplug

@@ -143,6 +143,7 @@ void IPlugCLAP::ProcessOutputParams(const clap_output_events_t* events) noexcept
     for (; const ParamRecord* record = outgoing.Peek(); outgoing.Pop())
         if (!pushRecord(*events, *record))
             return; // the host is full: the rest goes with the next call
+    changedInBlock |= overflowed.exchange(0, std::memory_order_relaxed);
     for (int index = 0; index < NParams() && changedInBlock != 0; ++index) {
         const std::uint32_t bit = 1U << index;
         const IParam& param = GetParam(index);
@@ -172,14 +173,22 @@ void IPlugCLAP::EndInformHostOfParamChange(int index) {
 }
 
 void IPlugCLAP::QueueParamRecord(const ParamRecord& record) {
-    outgoing.Push(record);
+    // A stopped host may not collect for minutes: what no longer fits goes as the last value alone.
+    if (!outgoing.Push(record) && record.kind == ParamRecord::Kind::Value)
+        overflowed.fetch_or(1U << record.index, std::memory_order_relaxed);
     FlushParamsIfNeeded();
 }
 
 void IPlugCLAP::FlushParamsIfNeeded() {
     if (isProcessing() || !canUseParams())
         return;
-    runOnMainThread([this] { hostRequestFlush(); });
+    // One request at a time, or a host that serves callbacks late would have to queue thousands.
+    if (flushRequested.exchange(true))
+        return;
+    runOnMainThread([this] {
+        flushRequested = false;
+        hostRequestFlush();
+    });
 }
 
 } // namespace iplug

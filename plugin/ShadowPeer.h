@@ -20,6 +20,19 @@ struct ShadowPeer {
     bool applied = false; ///< written to the peer since it was recorded
     unsigned edition = 0; ///< differs after every change; not saved
 
+    /// The first 1 to 3 of the bands; those beyond the count keep their settings without edges.
+    void TakeBands(const std::array<TDBand, shm::kBandCount>& bands, int count) {
+        bandCount = count;
+        bandEdgesHz.fill(0.0F);
+        for (std::size_t band = 0; band < std::size_t(count); ++band) {
+            bandEdgesHz[2 * band] = bands[band].loHz;
+            bandEdgesHz[2 * band + 1] = bands[band].hiHz;
+            thresholdDb[band] = bands[band].threshDb;
+            ratio[band] = bands[band].ratio;
+            enabled[band] = bands[band].enabled;
+        }
+    }
+
     /// The record has changed and is to be applied again.
     void Touch() {
         applied = false;

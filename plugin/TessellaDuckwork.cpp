@@ -1,5 +1,7 @@
 #include "plugin/TessellaDuckwork.h"
 
+#include "plugin/EditorSize.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -43,8 +45,8 @@ TessellaDuckwork::TessellaDuckwork(const iplug::InstanceInfo& info)
 TessellaDuckwork::~TessellaDuckwork() {
     stopWorker.store(true, std::memory_order_relaxed); // join orders the rest
     worker.join();
+    CloseWindow(); // before the registry: the editor's thread uses it
     shm.Close();
-    CloseWindow();
 }
 
 void TessellaDuckwork::PublishStartingSettings() {
@@ -94,4 +96,20 @@ void TessellaDuckwork::SetInstanceName(const char* name) {
         instanceName = cut;
     }
     WithRegistry([&] { shm.SetDisplayName(cut.data()); });
+}
+
+void TessellaDuckwork::OnParentWindowResize(int widthPx, int heightPx) {
+    if (widthPx < 1 || heightPx < 1)
+        return;
+    RememberEditorSize(widthPx, heightPx);
+    SetEditorSize(widthPx, heightPx);
+}
+
+// Deliberate: these bounds are tighter than those of the static configuration.
+bool TessellaDuckwork::ConstrainEditorResize(int& widthPx, int& heightPx) const {
+    const editor::SizePx asked{widthPx, heightPx};
+    const editor::SizePx allowed = editor::constrained(asked);
+    widthPx = allowed.width;
+    heightPx = allowed.height;
+    return allowed == asked;
 }

@@ -5,7 +5,7 @@
 #include "dsp/SampleStream.h"
 #include "dsp/SpectralAnalyzer.h"
 #include "dsp/SpectralProcessor.h"
-#include "plugin/ApplyGate.h"
+#include "plugin/AudioGate.h"
 #include "plugin/IPlugCLAP.h"
 #include "plugin/Parameters.h"
 #include "plugin/ShadowPeer.h"
@@ -17,7 +17,10 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <initializer_list>
 #include <mutex>
+#include <optional>
+#include <span>
 #include <thread>
 
 class TessellaDuckwork;
@@ -44,10 +47,66 @@ public:
     void SetInstanceName(const char* name);
 
     // Editor (TessellaDuckworkEditor.cpp)
+
+    /// Opens the editor in the X11 window with this id, cast to a pointer; an open one is closed
+    /// first. Returns the parent. The window appears, or fails to, on the editor's own thread.
     void* OpenWindow(void* parent) override;
     void CloseWindow() override;
     void OnParentWindowResize(int widthPx, int heightPx) override;
     bool ConstrainEditorResize(int& widthPx, int& heightPx) const override;
+
+    // What the editor sees and changes (TessellaDuckworkAccess.cpp), [ui] where not noted
+
+    /// Runs operations on the registry. Its lock can be broken, by a foreign or dying process: that
+    /// counts as a busy one, here and in the host. False then. [any]
+    template <class Operations>
+    static bool WithRegistry(Operations&& operations) noexcept try {
+        operations();
+        return true;
+    } catch (const boost::interprocess::interprocess_exception&) {
+        return false;
+    }
+
+    [[nodiscard]] TessellaDuckworkSHM& Registry() { return shm; }
+    [[nodiscard]] std::array<char, shm::kNameBytes> InstanceName() const;
+    [[nodiscard]] std::array<char, shm::kNameBytes> PersistedPeerName() const;
+    /// The bands as a state would save them.
+    struct SavedBands {
+        int count;
+        std::array<float, 6> edgesHz;
+        std::array<bool, dsp::kBandCount> enabled;
+    };
+    [[nodiscard]] SavedBands Bands() const;
+    /// Keeps blocks from applying registry edits while several settings are written. May wait for
+    /// the block in progress.
+    [[nodiscard]] AudioGate::Closed BeginOwnWrite() { return AudioGate::Closed(applyGate); }
+    /// Publishes 1 to 3 bands and remembers their count and exact edges for the state. Returns
+    /// their counter, 0 when the registry was closed or busy.
+    std::uint64_t PublishBands(const std::array<TDBand, dsp::kBandCount>& bands, int count);
+    void PublishHpLp();
+    /// Once a frame: what others have set in the own slot, and no block has taken yet, goes into
+    /// the parameters; filters that the host has changed go into the slot.
+    void SyncOwnSettings();
+    [[nodiscard]] bool DuckSelf() const { return duckSelf; }
+    void SetDuckSelf(bool on);
+
+    /// The spectrum of the last frame, see SpectralProcessor::readMagnitude, and its scale.
+    struct SpectrumScale {
+        float sampleRate; ///< Hz
+        int fftSize;      ///< 0 before the first activation
+    };
+    [[nodiscard]] SpectrumScale Scale() const { return {processor.sampleRate, processor.fftSize}; }
+    int ReadSpectrum(std::span<float> destination) const {
+        return processor.readMagnitude(destination);
+    }
+
+    /// The editor's size to return to, pixels.
+    [[nodiscard]] int RememberedEditorWidth() const { return editorWidth; }
+    [[nodiscard]] int RememberedEditorHeight() const { return editorHeight; }
+    void RememberEditorSize(int widthPx, int heightPx) {
+        editorWidth = widthPx;
+        editorHeight = heightPx;
+    }
 
     // Parameters (TessellaDuckworkSync.cpp)
     using IPluginBase::OnParamChange;
@@ -69,6 +128,25 @@ public:
     void RecordShadowPeerHpLp(float hpHz, float lpHz);
     void RecordShadowPeerControls(float attackMs, float releaseMs, float makeupDb);
     void ClearShadowPeer();
+    /// All that an edit of the peer leaves to be remembered. Groups without a value stay as
+    /// recorded; `written` says that the peer has all of it, so that nothing is to be applied.
+    struct PeerEdit {
+        struct Bands {
+            std::array<TDBand, dsp::kBandCount> bands;
+            int count;
+        };
+        struct HpLp {
+            float hpHz, lpHz;
+        };
+        struct Controls {
+            float attackMs, releaseMs, makeupDb;
+        };
+        std::optional<Bands> bands;
+        std::optional<HpLp> hpLp;
+        std::optional<Controls> controls;
+        bool written = false;
+    };
+    void RecordShadowPeer(const PeerEdit& edit);
     /// Writes the record to the linked peer, once. False when there is nothing to write, no peer
     /// is linked, or the registry is out of order.
     bool ApplyShadowPeerToSHM();
@@ -93,22 +171,21 @@ private:
         double makeupDb = 0.0;
     };
 
-    /// Runs operations on the registry. Its lock can be broken, by a foreign or dying process: that
-    /// counts as a busy one, here and in the host. False then. [any]
-    template <class Operations>
-    static bool WithRegistry(Operations&& operations) noexcept try {
-        operations();
-        return true;
-    } catch (const boost::interprocess::interprocess_exception&) {
-        return false;
-    }
-
     /// Remembers the counter of an own write, so that it is not taken for a foreign edit. A write
     /// that failed has none: then the registry's old values must not look like news.
     static void RecordOwnWrite(dsp::Relaxed<std::uint64_t>& last, dsp::Relaxed<std::uint64_t>& seen,
                                std::uint64_t seq) {
         if (seq != 0)
             last = seen = seq;
+    }
+
+    /// The counter of a group that a block has applied. With real values the parameters have it
+    /// too: a later flush must not put them back over what the host has set since.
+    static void TakeCounter(dsp::Relaxed<std::uint64_t>& last, dsp::Relaxed<std::uint64_t>& seen,
+                            std::uint64_t seq, bool real) {
+        last = seq;
+        if (real)
+            seen = seq;
     }
 
     // Construction and heartbeat
@@ -122,8 +199,9 @@ private:
     void TryPublishControls();
     void OnActivate(bool becomesActive) override;
     void FlushBands();
-    void FlushHpLp();
+    bool FlushHpLp();
     bool FlushControls();
+    void TellHost(std::initializer_list<int> params);
 
     bool WriteToPeer(const ShadowPeer& shadow);
 
@@ -147,6 +225,7 @@ private:
     [[nodiscard]] dsp::FrameSettings Settings(bool peerValid) const;
     void MeasureLevels(bool peerValid);
     void Publish();
+    void HandMetersToEditor(); // TessellaDuckworkEditor.cpp
     void WriteAudioCycle(const float* bins, int count, bool writeBins);
     [[nodiscard]] int PublishedBins() const;
 
@@ -167,7 +246,8 @@ private:
 
     dsp::SpectralAnalyzer analyzer;
     TessellaDuckworkSHM shm;
-    std::atomic<TessellaDuckworkUI*> editor = nullptr; ///< null while closed. [main]
+    std::atomic<TessellaDuckworkUI*> editor = nullptr; ///< null while closed. Set by [main]
+    AudioGate editorGate; ///< closed while the editor goes away: the audio thread hands it meters
 
     std::array<float, dsp::kExchangedBins>
         peerBins{};            ///< the peer's spectrum of this block. [audio]
@@ -184,7 +264,11 @@ private:
     /// their group had changed. The host is not told of those. [audio]
     std::uint32_t standIns = 0;
 
-    ApplyGate applyGate; ///< closed while another thread writes settings of this instance
+    /// Closed while another thread writes settings of this instance. Such a write has three parts:
+    /// parameters, registry, counter recorded. The audio thread, which takes over any group whose
+    /// counter is not the recorded one, must not see the middle of it: a state load of one band
+    /// would come back as the splits that one band implies.
+    AudioGate applyGate;
 
     dsp::Relaxed<int> activeBandCount = 1; ///< 1 to 3. [main, audio, ui]
 

@@ -1,40 +1,45 @@
+// Opens and closes the editor and hands it meters; the only part of the plug-in that knows it.
+#include "plugin/EditorSize.h"
 #include "plugin/TessellaDuckwork.h"
+#include "ui/TessellaDuckworkUI.h"
+
+#include <memory>
 
 namespace {
 
-constexpr int kDesignWidthPx = 960; ///< with the height it gives the aspect ratio
-constexpr int kDesignHeightPx = 600;
-constexpr int kLeastWidthPx = 480;
-constexpr int kMostWidthPx = 3840;
-
-constexpr int heightFor(int widthPx) {
-    return (widthPx * kDesignHeightPx + kDesignWidthPx / 2) / kDesignWidthPx;
+/// The first size that is one; the design's when none is.
+editor::SizePx firstUsable(std::initializer_list<editor::SizePx> sizes) {
+    for (const editor::SizePx size : sizes)
+        if (size.width >= 1 && size.height >= 1)
+            return size;
+    return editor::kDesignSize;
 }
 
 } // namespace
 
-/// There is no window yet, and so the host is not offered one.
-void* TessellaDuckwork::OpenWindow(void* /*parent*/) { return nullptr; }
+void* TessellaDuckwork::OpenWindow(void* parent) {
+    CloseWindow();
+    FlushSHMToParams();
+    const editor::SizePx size =
+        firstUsable({{editorWidth, editorHeight}, {GetEditorWidth(), GetEditorHeight()}});
+    auto opened = std::make_unique<TessellaDuckworkUI>();
+    opened->Open(reinterpret_cast<std::uintptr_t>(parent), size.width, size.height, this);
+    editor.store(opened.release());
+    return parent;
+}
 
 void TessellaDuckwork::CloseWindow() {
     SetEditorSize(editorWidth, editorHeight);
-    editor.exchange(nullptr);
-}
-
-void TessellaDuckwork::OnParentWindowResize(int widthPx, int heightPx) {
-    if (widthPx < 1 || heightPx < 1)
+    const std::unique_ptr<TessellaDuckworkUI> closing(editor.exchange(nullptr));
+    if (!closing)
         return;
-    editorWidth = widthPx;
-    editorHeight = heightPx;
-    SetEditorSize(widthPx, heightPx);
+    const AudioGate::Closed closed(editorGate); // the audio thread has let go of it
+    closing->Close();
 }
 
-// Deliberate: these bounds are tighter than those of the static configuration.
-bool TessellaDuckwork::ConstrainEditorResize(int& widthPx, int& heightPx) const {
-    const int width = std::clamp(widthPx, kLeastWidthPx, kMostWidthPx);
-    const int height = heightFor(width);
-    const bool unchanged = width == widthPx && height == heightPx;
-    widthPx = width;
-    heightPx = height;
-    return unchanged;
+void TessellaDuckwork::HandMetersToEditor() {
+    const AudioGate::Pass pass(editorGate);
+    TessellaDuckworkUI* const open = pass ? editor.load() : nullptr;
+    if (open != nullptr)
+        open->SetMeters(ownLevel.data(), peerLevel.data(), grMeter.data());
 }

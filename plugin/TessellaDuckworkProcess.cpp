@@ -36,13 +36,14 @@ void TessellaDuckwork::ProcessBlock(const double* const* inputs, double* const* 
                      stereo ? inputs[1] : nullptr, outputs[0], right, nFrames);
     MeasureLevels(input.PeerValid());
     Publish();
+    HandMetersToEditor();
     analyzer.push(outputs[0], right, nFrames);
 }
 
 /// Reads the registry and applies what has changed there, unless an own write is under way: then
 /// the changes wait for a later block.
 TessellaDuckwork::BlockInput TessellaDuckwork::TakeRegistryChanges() {
-    const ApplyGate::Pass pass(applyGate);
+    const AudioGate::Pass pass(applyGate);
     const BlockInput input = ReadRegistry();
     if (pass)
         ApplyRegistryChanges(input);
@@ -70,12 +71,12 @@ void TessellaDuckwork::ApplyRegistryChanges(const BlockInput& input) {
     if (cycle.bandsChanged && cycle.bandCount > 0)
         ApplyBands(cycle);
     if (cycle.hpLpChanged) {
-        lastHpLpSeq = cycle.hpLpSeq;
+        TakeCounter(lastHpLpSeq, seenHpLpSeq, cycle.hpLpSeq, input.complete);
         SetFromRegistry(HP, cycle.hpHz, input.complete);
         SetFromRegistry(LP, cycle.lpHz, input.complete);
     }
     if (cycle.controlsChanged && !controlsUnpublished) {
-        lastControlsSeq = cycle.controlsSeq;
+        TakeCounter(lastControlsSeq, seenControlsSeq, cycle.controlsSeq, input.complete);
         SetFromRegistry(Attack, cycle.controls[0], input.complete);
         SetFromRegistry(Release, cycle.controls[1], input.complete);
         SetFromRegistry(Makeup, cycle.controls[2], input.complete);
@@ -130,6 +131,7 @@ void TessellaDuckwork::PassThrough(const double* const* inputs, double* const* o
     grMeter.fill(0.0F);
     std::fill(grSnapshot.begin(), grSnapshot.end(), 0.0F);
     WriteAudioCycle(kSilence.data(), static_cast<int>(kSilence.size()), true);
+    HandMetersToEditor();
 }
 
 TessellaDuckwork::WorkingValues TessellaDuckwork::Targets() const {

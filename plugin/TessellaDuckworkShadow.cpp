@@ -47,36 +47,43 @@ void TessellaDuckwork::RecordShadowPeerBands(const TDBand* bands, int count) {
         ClearShadowPeer();
         return;
     }
-    const std::scoped_lock lock(persistedMutex);
-    shadowPeer.bandCount = std::min(count, dsp::kBandCount);
-    shadowPeer.bandEdgesHz.fill(0.0F);
-    for (std::size_t band = 0; band < std::size_t(shadowPeer.bandCount); ++band) {
-        shadowPeer.bandEdgesHz[2 * band] = bands[band].loHz;
-        shadowPeer.bandEdgesHz[2 * band + 1] = bands[band].hiHz;
-        shadowPeer.thresholdDb[band] = bands[band].threshDb;
-        shadowPeer.ratio[band] = bands[band].ratio;
-        shadowPeer.enabled[band] = bands[band].enabled;
-    }
-    shadowPeer.Touch();
+    PeerEdit edit;
+    auto& [copies, taken] = edit.bands.emplace();
+    taken = std::min(count, dsp::kBandCount);
+    std::copy_n(bands, taken, copies.begin());
+    RecordShadowPeer(edit);
+}
+
+void TessellaDuckwork::RecordShadowPeerHpLp(float hpHz, float lpHz) {
+    PeerEdit edit;
+    edit.hpLp = {hpHz, lpHz};
+    RecordShadowPeer(edit);
+}
+
+void TessellaDuckwork::RecordShadowPeerControls(float attackMs, float releaseMs, float makeupDb) {
+    PeerEdit edit;
+    edit.controls = {attackMs, releaseMs, makeupDb};
+    RecordShadowPeer(edit);
 }
 
 // A record without bands counts as present all the same: with one band from 0 to 0 Hz, which is
 // never written.
-void TessellaDuckwork::RecordShadowPeerHpLp(float hpHz, float lpHz) {
+void TessellaDuckwork::RecordShadowPeer(const PeerEdit& edit) {
     const std::scoped_lock lock(persistedMutex);
-    shadowPeer.hpHz = hpHz;
-    shadowPeer.lpHz = lpHz;
+    if (edit.bands)
+        shadowPeer.TakeBands(edit.bands->bands, edit.bands->count);
+    if (edit.hpLp) {
+        shadowPeer.hpHz = edit.hpLp->hpHz;
+        shadowPeer.lpHz = edit.hpLp->lpHz;
+    }
+    if (edit.controls) {
+        shadowPeer.attackMs = edit.controls->attackMs;
+        shadowPeer.releaseMs = edit.controls->releaseMs;
+        shadowPeer.makeupDb = edit.controls->makeupDb;
+    }
     shadowPeer.bandCount = std::max(shadowPeer.bandCount, 1);
     shadowPeer.Touch();
-}
-
-void TessellaDuckwork::RecordShadowPeerControls(float attackMs, float releaseMs, float makeupDb) {
-    const std::scoped_lock lock(persistedMutex);
-    shadowPeer.attackMs = attackMs;
-    shadowPeer.releaseMs = releaseMs;
-    shadowPeer.makeupDb = makeupDb;
-    shadowPeer.bandCount = std::max(shadowPeer.bandCount, 1);
-    shadowPeer.Touch();
+    shadowPeer.applied = edit.written;
 }
 
 void TessellaDuckwork::ClearShadowPeer() {

@@ -64,7 +64,7 @@ state::Head TessellaDuckwork::HeadForState() const {
 
 int TessellaDuckwork::UnserializeState(const iplug::IByteChunk& chunk, int start) {
     // The state is taken whole: no block's registry edit comes in between.
-    const ApplyGate::Closed closed(applyGate);
+    const AudioGate::Closed closed(applyGate);
     const state::Reading reading = state::read(chunk, start);
     TakeHead(reading);
     for (int index = 0; index < reading.paramCount; ++index)

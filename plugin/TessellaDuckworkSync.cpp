@@ -26,7 +26,7 @@ void TessellaDuckwork::PublishControls() {
         TryPublishControls();
         return;
     }
-    const ApplyGate::Closed closed(applyGate);
+    const AudioGate::Closed closed(applyGate);
     const auto seq =
         shm.WriteControls(static_cast<float>(Mirror(Attack)), static_cast<float>(Mirror(Release)),
                           static_cast<float>(Mirror(Makeup)));
@@ -56,7 +56,7 @@ void TessellaDuckwork::TryPublishControls() {
 void TessellaDuckwork::OnActivate(bool becomesActive) {
     if (!becomesActive || !shm.Opened())
         return;
-    const ApplyGate::Closed closed(applyGate);
+    const AudioGate::Closed closed(applyGate);
     WithRegistry([this] {
         if (FlushControls())
             for (const int index : {Attack, Release, Makeup})
@@ -67,7 +67,7 @@ void TessellaDuckwork::OnActivate(bool becomesActive) {
 void TessellaDuckwork::FlushSHMToParams() {
     if (!shm.Opened())
         return;
-    const ApplyGate::Closed closed(applyGate);
+    const AudioGate::Closed closed(applyGate);
     WithRegistry([this] {
         FlushBands();
         FlushHpLp();
@@ -99,15 +99,17 @@ void TessellaDuckwork::FlushBands() {
     std::copy(persistedBandEnabled.begin(), persistedBandEnabled.end(), bandEnabled.begin());
 }
 
-void TessellaDuckwork::FlushHpLp() {
+/// True when the filters have changed.
+bool TessellaDuckwork::FlushHpLp() {
     float hpHz = 0.0F;
     float lpHz = 0.0F;
     const std::uint64_t seq = shm.ReadOwnHpLp(hpHz, lpHz);
     if (seq == 0 || seq == seenHpLpSeq)
-        return;
+        return false;
     seenHpLpSeq = seq;
     GetParam(HP).Set(hpHz);
     GetParam(LP).Set(lpHz);
+    return true;
 }
 
 /// True when the controls have changed. What this instance has still to publish comes first.

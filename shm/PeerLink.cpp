@@ -20,6 +20,14 @@ void TessellaDuckworkSHM::SyncRemoteId() {
                        std::memory_order_relaxed); // as in SetRemoteId
 }
 
+bool TessellaDuckworkSHM::IsFree(std::uint64_t id) const {
+    const LockedSlot<TryLock> slot(OpenSegment(), id);
+    if (!slot)
+        return false;
+    const std::uint64_t partner = slot->remoteId.load(std::memory_order_relaxed);
+    return partner == 0 || partner == myId || FindSlot(*header, partner) == nullptr;
+}
+
 std::uint64_t TessellaDuckworkSHM::ReadRemoteBands(TDBand* out, int& count, int max) const {
     count = 0;
     const LockedSlot<PatientLock> peer(OpenSegment(), RemoteId());

@@ -4,11 +4,10 @@
 /// mutex. The holder may have died: nobody waits without end.
 #pragma once
 
+#include "shm/Patience.h"
 #include "shm/SegmentLayout.h"
 
 #include <boost/interprocess/sync/scoped_lock.hpp>
-#include <chrono>
-#include <thread>
 
 namespace shm {
 
@@ -27,22 +26,17 @@ protected:
     ScopedLock lock;
 };
 
-/// Waits up to 50 × 10 ms. Never on the audio thread. [main, heartbeat, ui]
+/// Waits up to 50 × 10 ms, less where a Patience says so. Never on the audio thread. [main,
+/// heartbeat, ui]
 class PatientLock : private TryLock {
 public:
     explicit PatientLock(RegistrySegment* segment) : TryLock(segment) {
-        for (int retry = 0; segment && !lock.owns() && retry < kRetries; ++retry) {
-            // Goes on with the remaining time when a signal interrupts it.
-            std::this_thread::sleep_for(kPause);
+        for (int retry = 0; segment && !lock.owns() && retry < kLockRetries && PauseForLock();
+             ++retry)
             lock.try_lock();
-        }
     }
 
     using TryLock::operator bool;
-
-private:
-    static constexpr int kRetries = 50;
-    static constexpr std::chrono::milliseconds kPause{10};
 };
 
 } // namespace shm

@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <boost/interprocess/shared_memory_object.hpp>
+#include <chrono>
 #include <exception>
+#include <thread>
 #include <utility>
 
 namespace bip = boost::interprocess;

@@ -3,11 +3,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <exception>
 #include <fcntl.h>
 #include <mutex>
 #include <pthread.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace shm;

@@ -123,6 +123,9 @@ public:
     void SetRemoteId(std::uint64_t id);
     /// Takes over a pairing or unpairing that the other side has made. [ui; try]
     void SyncRemoteId();
+    /// Whether an instance can be paired with without taking it from a third one. Else, also when
+    /// it is not there, false. [ui; try]
+    bool IsFree(std::uint64_t id) const;
     /// As ReadOwnBands, of the peer. [ui; patient]
     std::uint64_t ReadRemoteBands(TDBand* out, int& count, int max) const;
     /// As ReadOwnHpLp, of the peer. [ui; patient]

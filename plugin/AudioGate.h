@@ -1,20 +1,19 @@
-/// Keeps registry edits off the parameters while this instance is writing settings of its own.
+/// Keeps the audio thread out of something for a while, without its ever waiting.
 #pragma once
 
 #include <atomic>
 #include <chrono>
 #include <thread>
 
-/// An own write of a settings group has three parts: parameters, registry, counter recorded. The
-/// audio thread, which takes over any group whose counter is not the recorded one, must not see
-/// the middle of it: a state load of one band would come back as the splits that one band implies.
-class ApplyGate {
+/// The audio thread passes when the gate is open and goes without when it is closed; whoever closes
+/// it knows from then on that the audio thread is not inside.
+class AudioGate {
 public:
-    /// The audio thread's way through, never waiting. While it lives and is true, no own write is
-    /// under way. [audio]
+    /// The audio thread's way through, never waiting. While it lives and is true, nobody has the
+    /// gate closed. [audio]
     class Pass {
     public:
-        explicit Pass(ApplyGate& passed) noexcept : gate(passed) {
+        explicit Pass(AudioGate& passed) noexcept : gate(passed) {
             // Sequentially consistent with Closed: one of the two always sees the other.
             gate.passing.store(true);
             open = gate.closers.load() == 0;
@@ -26,7 +25,7 @@ public:
         explicit operator bool() const noexcept { return open; }
 
     private:
-        ApplyGate& gate;
+        AudioGate& gate;
         bool open = false;
     };
 
@@ -34,7 +33,7 @@ public:
     /// microseconds. Nests, also across threads. [any but audio]
     class Closed {
     public:
-        explicit Closed(ApplyGate& closed) : gate(closed) {
+        explicit Closed(AudioGate& closed) : gate(closed) {
             gate.closers.fetch_add(1);
             while (gate.passing.load())
                 std::this_thread::sleep_for(std::chrono::microseconds(50));
@@ -44,7 +43,7 @@ public:
         Closed& operator=(const Closed&) = delete;
 
     private:
-        ApplyGate& gate;
+        AudioGate& gate;
     };
 
 private:

@@ -1,0 +1,138 @@
+#include "plugin/EditorSize.h"
+#include "plugin/IPlugCLAP.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace iplug {
+namespace {
+
+bool isX11(const char* api) { return api != nullptr && std::strcmp(api, CLAP_WINDOW_API_X11) == 0; }
+
+} // namespace
+
+bool IPlugCLAP::guiIsApiSupported(const char* api, bool floating) noexcept {
+    return !floating && isX11(api);
+}
+
+bool IPlugCLAP::guiGetPreferredApi(const char** api, bool* floating) noexcept {
+    *api = CLAP_WINDOW_API_X11;
+    *floating = false;
+    return true;
+}
+
+/// The window itself is made when the parent is known.
+bool IPlugCLAP::guiCreate(const char* api, bool floating) noexcept {
+    return staticConfig.hasEditor && guiIsApiSupported(api, floating);
+}
+
+void IPlugCLAP::guiDestroy() noexcept {
+    CloseEditor();
+    parentWindow = nullptr;
+}
+
+bool IPlugCLAP::guiSetScale(double scale) noexcept {
+    if (staticConfig.hasEditor)
+        SetScreenScale(static_cast<float>(scale));
+    return staticConfig.hasEditor;
+}
+
+bool IPlugCLAP::guiGetSize(std::uint32_t* width, std::uint32_t* height) noexcept {
+    toldWidth = GetEditorWidth();
+    toldHeight = GetEditorHeight();
+    *width = static_cast<std::uint32_t>(toldWidth);
+    *height = static_cast<std::uint32_t>(toldHeight);
+    return true;
+}
+
+bool IPlugCLAP::guiCanResize() const noexcept {
+    return staticConfig.hasEditor && staticConfig.hostMayResize;
+}
+
+/// Without these hints common hosts fix the window's size.
+bool IPlugCLAP::guiGetResizeHints(clap_gui_resize_hints_t* hints) noexcept {
+    *hints = {.can_resize_horizontally = true,
+              .can_resize_vertically = true,
+              .preserve_aspect_ratio = true,
+              .aspect_ratio_width = editor::kAspectWidth,
+              .aspect_ratio_height = editor::kAspectHeight};
+    return guiCanResize();
+}
+
+bool IPlugCLAP::guiAdjustSize(std::uint32_t* width, std::uint32_t* height) noexcept {
+    int adjustedWidth = static_cast<int>(std::min(*width, editor::kMostPx));
+    int adjustedHeight = static_cast<int>(std::min(*height, editor::kMostPx));
+    ConstrainEditorResize(adjustedWidth, adjustedHeight);
+    *width = static_cast<std::uint32_t>(adjustedWidth);
+    *height = static_cast<std::uint32_t>(adjustedHeight);
+    return true;
+}
+
+bool IPlugCLAP::guiSetSize(std::uint32_t width, std::uint32_t height) noexcept {
+    const int widthPx = static_cast<int>(std::min(width, editor::kMostPx));
+    const int heightPx = static_cast<int>(std::min(height, editor::kMostPx));
+    NoteHostWindowSize(widthPx, heightPx);
+    // A host may answer a resize request by first calling back with the size it still has: that
+    // is no wish of the user, and must not replace the size just asked for.
+    const bool answersRequest =
+        pthread_equal(resizeAsker.load(std::memory_order_relaxed), pthread_self()) != 0;
+    const bool asAsked = widthPx == GetEditorWidth() && heightPx == GetEditorHeight();
+    if (!answersRequest || asAsked)
+        OnParentWindowResize(widthPx, heightPx);
+    return true;
+}
+
+bool IPlugCLAP::guiSetParent(const clap_window_t* window) noexcept {
+    if (!staticConfig.hasEditor || window == nullptr || !isX11(window->api))
+        return false;
+    CloseEditor(); // a host may move the editor into another window
+    parentWindow = std::bit_cast<void*>(window->x11);
+    return OpenInParent();
+}
+
+bool IPlugCLAP::guiShow() noexcept { return windowOpen || OpenInParent(); }
+
+bool IPlugCLAP::guiHide() noexcept {
+    CloseEditor();
+    return true;
+}
+
+bool IPlugCLAP::OpenInParent() noexcept try {
+    if (!staticConfig.hasEditor || parentWindow == nullptr)
+        return false;
+    windowOpen = OpenWindow(parentWindow) != nullptr;
+    return windowOpen;
+} catch (...) {
+    log(CLAP_LOG_ERROR, "the editor could not be opened");
+    return false;
+}
+
+void IPlugCLAP::CloseEditor() noexcept {
+    CloseWindow();
+    windowOpen = false;
+}
+
+void IPlugCLAP::NoteHostWindowSize(int widthPx, int heightPx) {
+    toldWidth = widthPx;
+    toldHeight = heightPx;
+}
+
+bool IPlugCLAP::EditorResize(int widthPx, int heightPx) {
+    SetEditorSize(widthPx, heightPx); // before asking: the host may answer with guiGetSize
+    const bool hostKnows = toldWidth == widthPx && toldHeight == heightPx;
+    if (!staticConfig.hasEditor || hostKnows || !canUseGui())
+        return true;
+    const int oldWidth = toldWidth;
+    const int oldHeight = toldHeight;
+    NoteHostWindowSize(widthPx, heightPx);
+    resizeAsker.store(pthread_self(), std::memory_order_relaxed);
+    const bool taken = hostRequestResize(static_cast<std::uint32_t>(widthPx),
+                                         static_cast<std::uint32_t>(heightPx));
+    resizeAsker.store(pthread_t{}, std::memory_order_relaxed);
+    if (!taken)
+        NoteHostWindowSize(oldWidth, oldHeight);
+    return true;
+}
+
+} // namespace iplug

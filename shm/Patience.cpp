@@ -1,0 +1,32 @@
+#include "shm/Patience.h"
+
+#include <chrono>
+#include <thread>
+
+namespace shm {
+namespace {
+
+thread_local Patience* tPatience = nullptr;
+
+} // namespace
+
+Patience::Patience(const std::atomic<bool>& goingOn) noexcept
+    : going(goingOn), pausesLeft(kLockRetries) {
+    tPatience = this;
+}
+
+Patience::~Patience() { tPatience = nullptr; }
+
+bool PauseForLock() {
+    if (Patience* const own = tPatience) {
+        // Relaxed: only ends a wait earlier.
+        if (own->pausesLeft <= 0 || !own->going.load(std::memory_order_relaxed))
+            return false;
+        --own->pausesLeft;
+    }
+    // Goes on with the remaining time when a signal interrupts it.
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    return true;
+}
+
+} // namespace shm

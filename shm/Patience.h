@@ -1,0 +1,31 @@
+/// How long a thread waits for the registry when that never becomes free.
+#pragma once
+
+#include <atomic>
+
+namespace shm {
+
+/// While it lives, all patient locks of the calling thread together wait no longer than one of them
+/// would, and stop waiting once `going` is false. Without one each waits its full half second: too
+/// long where one after the other is taken, as in a frame of the editor. Does not nest. [ui]
+class Patience {
+public:
+    explicit Patience(const std::atomic<bool>& goingOn) noexcept;
+    ~Patience();
+    Patience(const Patience&) = delete;
+    Patience& operator=(const Patience&) = delete;
+
+private:
+    friend bool PauseForLock();
+
+    const std::atomic<bool>& going;
+    int pausesLeft;
+};
+
+/// How often a patient lock tries again.
+inline constexpr int kLockRetries = 50;
+
+/// Waits 10 ms; false, at once, when the calling thread's patience is at its end.
+bool PauseForLock();
+
+} // namespace shm

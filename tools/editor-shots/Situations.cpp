@@ -1,0 +1,265 @@
+#include "tools/editor-shots/Situations.h"
+
+#include "tools/editor-shots/Spectra.h"
+
+#include <algorithm>
+#include <initializer_list>
+#include <string_view>
+
+namespace shots {
+namespace {
+
+using ui::Point;
+using ui::Target;
+
+void setName(std::span<char> field, std::string_view name) {
+    name = name.substr(0, field.size() - 1);
+    *std::ranges::copy(name, field.begin()).out = '\0';
+}
+
+void addInstances(Scene& scene, std::initializer_list<const char*> names) {
+    for (const char* name : names) {
+        ui::RemoteInstanceInfo entry;
+        entry.id = 100 + scene.panel.instances.size();
+        setName(entry.name, name);
+        scene.panel.instances.push_back(entry);
+    }
+}
+
+void hover(Scene& scene, Target target, Point pointer) {
+    scene.panel.hover = target;
+    scene.panel.pointer = pointer;
+}
+
+ui::BandList oneBand() { return {{}, 1}; }
+
+ui::BandList threeBands() {
+    return {{{{20.0F, 250.0F, true, 2.0F, -30.0F},
+              {250.0F, 2500.0F, true, 6.0F, -24.0F},
+              {2500.0F, 20000.0F, true, 4.0F, -36.0F}}},
+            3};
+}
+
+/// Open registry, nobody else there.
+void alone(Scene& scene) {
+    scene.state.registryOpen = true;
+    scene.panel.localBands = oneBand();
+    scene.panel.localLevels = padLevels();
+    setName(scene.panel.instanceName, "Pad");
+}
+
+void closedRegistry(Scene& scene) {
+    alone(scene);
+    scene.state.registryOpen = false;
+}
+
+void unpaired(Scene& scene) {
+    alone(scene);
+    addInstances(scene, {"Lead vocal", "Drum bus", "TessellaDuckwork #4"});
+}
+
+void paired(Scene& scene) {
+    unpaired(scene);
+    scene.state.paired = true;
+    scene.panel.selectedPeer = scene.panel.instances.front().id;
+    scene.panel.remoteBands = oneBand();
+    scene.panel.remoteLevels = voiceLevels();
+    scene.state.peerDuck = false;
+    scene.state.reductionDb = {6.3F, 6.3F, 6.3F};
+}
+
+void threeAndThree(Scene& scene) {
+    paired(scene);
+    scene.state.filters = {45.0F, 16000.0F};
+    scene.panel.localBands = threeBands();
+    scene.panel.localBands[0].lo = 45.0F;
+    scene.panel.localBands[2].hi = 16000.0F;
+    scene.panel.remoteBands = threeBands();
+    scene.panel.remoteBands[1].enabled = false;
+    scene.panel.remoteFilters = {20.0F, 20000.0F};
+    scene.state.reductionDb = {2.1F, 11.4F, 4.8F};
+    scene.panel.remoteReductionDb = {0.4F, 9.0F, 1.2F};
+    scene.state.controls = {4.5F, 240.0F, 2.5F};
+    scene.state.peerControls = {0.1F, 2000.0F, -12.0F};
+}
+
+void disabledBand(Scene& scene) {
+    threeAndThree(scene);
+    scene.panel.localBands[1].enabled = false;
+}
+
+void bypassed(Scene& scene) {
+    threeAndThree(scene);
+    scene.state.ownBypass = scene.state.peerBypass = true;
+    scene.state.reductionDb = {};
+}
+
+void renaming(Scene& scene) {
+    paired(scene);
+    scene.panel.nameEdit.begin("Warm pad");
+}
+
+void renamingLong(Scene& scene) {
+    paired(scene);
+    scene.panel.nameEdit.begin("A name of sixty letters, which is all that this field takes");
+}
+
+void longNames(Scene& scene) {
+    alone(scene);
+    constexpr const char* kLong =
+        "A wonderfully long name, wider than any field that shows it, äöü";
+    addInstances(scene, {kLong, "Ümlaut — ▲ • «guillemets»"});
+    scene.panel.selectedPeer = 100;
+    scene.state.paired = true;
+    scene.panel.remoteBands = oneBand();
+    setName(scene.panel.instanceName, kLong);
+    scene.panel.dropdownOpen = true;
+}
+
+void dropdownEmpty(Scene& scene) {
+    alone(scene);
+    scene.panel.dropdownOpen = true;
+}
+
+void dropdownThree(Scene& scene) {
+    threeAndThree(scene);
+    scene.panel.dropdownOpen = true;
+    hover(scene, Target::Entry + 1, {150.0F, 311.0F});
+}
+
+void dropdownFull(Scene& scene) {
+    threeAndThree(scene);
+    addInstances(scene, {"Kick", "Snare", "Overheads", "Bass", "Guitar left", "Guitar right",
+                         "Keys", "Strings", "Choir", "Brass", "Noise", "Reverb return"});
+    scene.panel.dropdownOpen = true;
+    hover(scene, Target::Entry + 5, {150.0F, 399.0F});
+}
+
+void dragThreshold(Scene& scene) {
+    threeAndThree(scene);
+    scene.panel.dragging = Target::LocalThreshold + 1;
+}
+
+void dragRatio(Scene& scene) {
+    threeAndThree(scene);
+    scene.panel.localBands[2].ratio = 20.0F;
+    scene.panel.dragging = Target::LocalRatio + 2;
+}
+
+void dragEdge(Scene& scene) {
+    threeAndThree(scene);
+    scene.panel.dragging = Target::LocalEdge + 1;
+}
+
+void hotFilters(Scene& scene) {
+    threeAndThree(scene);
+    scene.panel.dragging = Target::LocalLowPass;
+    scene.panel.remoteFilters = {120.0F, 9500.0F};
+}
+
+/// Narrow bands, filters close together, thresholds at both ends.
+void crowded(Scene& scene) {
+    threeAndThree(scene);
+    scene.state.filters = {1000.0F, 20000.0F};
+    scene.panel.localBands = {{{{1000.0F, 1230.0F, true, 20.0F, 0.0F},
+                                {1230.0F, 1600.0F, true, 20.0F, -60.0F},
+                                {1600.0F, 20000.0F, true, 1.0F, -60.0F}}},
+                              3};
+    scene.state.reductionDb = {24.0F, 18.8F, 40.0F};
+    scene.panel.remoteFilters = {900.0F, 1100.0F};
+    scene.panel.remoteBands = {{{{900.0F, 910.0F, true, 20.0F, 0.0F},
+                                 {910.0F, 920.0F, true, 20.0F, 0.0F},
+                                 {920.0F, 1100.0F, true, 20.0F, 0.0F}}},
+                               3};
+    scene.panel.remoteReductionDb = {24.0F, 24.0F, 3.0F};
+}
+
+void loud(Scene& scene) {
+    threeAndThree(scene);
+    scene.panel.localLevels = flatLevels(0.0F);
+    scene.panel.remoteLevels = flatLevels(-40.0F);
+    scene.state.reductionDb = {24.0F, 24.0F, 24.0F};
+}
+
+struct Hover {
+    Target target;
+    Point pointer;
+};
+template <int index>
+void hovered(Scene& scene) {
+    constexpr Hover kHovers[] = {{Target::LocalAttack, {68.0F, 540.0F}},
+                                 {Target::LocalRelease, {158.0F, 540.0F}},
+                                 {Target::LocalMakeup, {248.0F, 540.0F}},
+                                 {Target::PeerAttack, {712.0F, 540.0F}},
+                                 {Target::PeerRelease, {802.0F, 540.0F}},
+                                 {Target::PeerMakeup, {892.0F, 540.0F}},
+                                 {Target::Name, {150.0F, 20.0F}},
+                                 {Target::Dropdown, {150.0F, 264.0F}},
+                                 {Target::LocalHighPass, {113.0F, 42.0F}},
+                                 {Target::LocalLowPass, {921.0F, 42.0F}},
+                                 {Target::RemoteHighPass, {12.0F, 286.0F}},
+                                 {Target::RemoteLowPass, {948.0F, 286.0F}},
+                                 {Target::LocalBand + 1, {520.0F, 180.0F}},
+                                 {Target::LocalEdge, {353.0F, 150.0F}},
+                                 {Target::LocalThreshold, {230.0F, 139.0F}},
+                                 {Target::LocalRatio + 1, {658.0F, 118.0F}},
+                                 {Target::RemoteBand + 2, {850.0F, 470.0F}},
+                                 {Target::RemoteEdge, {353.0F, 400.0F}},
+                                 {Target::RemoteThreshold, {230.0F, 383.0F}},
+                                 {Target::RemoteRatio + 1, {658.0F, 362.0F}},
+                                 {Target::OwnBypass, {556.0F, 21.0F}},
+                                 {Target::PeerBypass, {566.0F, 265.0F}},
+                                 {Target::OwnDuck, {603.0F, 21.0F}},
+                                 {Target::PeerDuck, {613.0F, 265.0F}},
+                                 {Target::ResizeCorner, {950.0F, 590.0F}}};
+    threeAndThree(scene);
+    hover(scene, kHovers[index].target, kHovers[index].pointer);
+}
+
+// clang-format off
+constexpr Situation kSituations[] = {
+    {"alone", alone},
+    {"closed", closedRegistry},
+    {"unpaired", unpaired},
+    {"paired", paired},
+    {"bands", threeAndThree},
+    {"disabled", disabledBand},
+    {"bypassed", bypassed},
+    {"renaming", renaming},
+    {"renaming-long", renamingLong},
+    {"long-names", longNames},
+    {"dropdown-empty", dropdownEmpty},
+    {"dropdown", dropdownThree},
+    {"dropdown-full", dropdownFull},
+    {"drag-threshold", dragThreshold},
+    {"drag-ratio", dragRatio},
+    {"drag-edge", dragEdge},
+    {"drag-filter", hotFilters},
+    {"crowded", crowded},
+    {"loud", loud},
+    {"tip-attack", hovered<0>}, {"tip-release", hovered<1>}, {"tip-makeup", hovered<2>},
+    {"tip-peer-attack", hovered<3>}, {"tip-peer-release", hovered<4>}, {"tip-peer-makeup", hovered<5>},
+    {"tip-name", hovered<6>}, {"tip-dropdown", hovered<7>},
+    {"tip-hp", hovered<8>}, {"tip-lp", hovered<9>},
+    {"tip-peer-hp", hovered<10>}, {"tip-peer-lp", hovered<11>},
+    {"tip-band", hovered<12>}, {"tip-edge", hovered<13>},
+    {"tip-threshold", hovered<14>}, {"tip-ratio", hovered<15>},
+    {"tip-peer-band", hovered<16>}, {"tip-peer-edge", hovered<17>},
+    {"tip-peer-threshold", hovered<18>}, {"tip-peer-ratio", hovered<19>},
+    {"tip-bypass", hovered<20>}, {"tip-peer-bypass", hovered<21>},
+    {"tip-duck", hovered<22>}, {"tip-peer-duck", hovered<23>},
+    {"tip-resize", hovered<24>},
+};
+// clang-format on
+
+} // namespace
+
+std::span<const Situation> allSituations() { return kSituations; }
+
+Scene sceneOf(const Situation& situation) {
+    Scene scene;
+    situation.arrange(scene);
+    return scene;
+}
+
+} // namespace shots

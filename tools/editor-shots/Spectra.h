@@ -1,0 +1,13 @@
+/// Made-up spectra that look like music's.
+#pragma once
+
+#include "dsp/DisplayLevels.h"
+
+namespace shots {
+
+[[nodiscard]] dsp::DisplayLevels voiceLevels();
+[[nodiscard]] dsp::DisplayLevels padLevels();
+/// All at one level, dB.
+[[nodiscard]] dsp::DisplayLevels flatLevels(float levelDb);
+
+} // namespace shots

@@ -1,0 +1,47 @@
+/// The program: tracks, sound and windows, from start to end.
+#pragma once
+
+#include "host/Library.h"
+#include "host/RunLoop.h"
+#include "tools/editor/EditorWindow.h"
+#include "tools/editor/Options.h"
+#include "tools/editor/SoundOut.h"
+#include "tools/editor/Track.h"
+
+#include <chrono>
+#include <csignal>
+#include <memory>
+#include <vector>
+
+namespace editor {
+
+/// Everything throws render::Failure or host::HostError. What is declared later ends first:
+/// windows, then sound, then instances. [main]
+class App {
+public:
+    /// Starts all of it. `interrupted` becomes other than 0 to end run().
+    App(const Options& options, const volatile std::sig_atomic_t& interrupted);
+
+    /// Until the last window is closed, the time is up or the user interrupts; then saves.
+    void run();
+
+private:
+    void createTracks();
+    void startSound();
+    void openWindows();
+    [[nodiscard]] bool isOver() const;
+    void saveStates() const;
+
+    const Options& mOptions;
+    const volatile std::sig_atomic_t& mInterrupted;
+    std::chrono::steady_clock::time_point mStart = std::chrono::steady_clock::now();
+    XServer mServer;
+    host::Library mLibrary;
+    std::vector<std::unique_ptr<Track>> mTracks;
+    host::RunLoop mLoop;
+    Mixer mMixer{mTracks};
+    std::unique_ptr<SoundOut> mSound;
+    std::vector<std::unique_ptr<EditorWindow>> mWindows;
+};
+
+} // namespace editor

@@ -1,0 +1,37 @@
+/// What a track plays, over and over.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace editor {
+
+/// A stereo loop in memory. [main to make, then audio]
+class AudioFeed {
+public:
+    /// The channels are of one length, which is not 0.
+    AudioFeed(std::string name, int sampleRate, std::vector<float> left, std::vector<float> right);
+
+    /// Reads a mono or stereo file, of a longer one the first ten minutes. Throws render::Failure.
+    [[nodiscard]] static AudioFeed fromFile(const std::filesystem::path& path);
+    [[nodiscard]] static AudioFeed kick();
+    [[nodiscard]] static AudioFeed bass();
+
+    [[nodiscard]] const std::string& name() const { return mName; }
+    [[nodiscard]] int sampleRate() const { return mSampleRate; } ///< Hz
+
+    /// The next samples of the loop; the spans are of one length.
+    void read(std::span<float> left, std::span<float> right);
+
+private:
+    std::string mName;
+    int mSampleRate;
+    std::vector<float> mLeft;
+    std::vector<float> mRight;
+    std::size_t mPosition = 0;
+};
+
+} // namespace editor

@@ -1,0 +1,66 @@
+/// Drawing: snapshot in, NanoVG calls out, nothing else. [ui, between begin and end of a frame]
+#pragma once
+
+#include "ui/DrawState.h"
+#include "ui/Knobs.h"
+
+struct NVGcontext;
+
+namespace ui {
+
+inline constexpr const char* kFontName = "sans";
+
+/// What the drawing needs besides the state.
+struct DrawTools {
+    NVGcontext* vg = nullptr;
+    int logoImage = -1;      ///< -1: none
+    float lineHeight = 1.0F; ///< font size as NanoVG takes it, per unit of em size
+    float capHeight = 0.73F; ///< height of capitals and digits, per unit of em size
+    float zoom = 1.0F;       ///< pixels per unit
+};
+
+/// The whole canvas, in canvas units, but for the background (DrawUI.cpp).
+void drawUI(const DrawTools& tools, const DrawState& state, const Panel& panel);
+
+// Its parts. `hot` is what is being dragged or, with nothing dragged, what the pointer is over.
+
+[[nodiscard]] constexpr Target hotTarget(const Panel& panel) {
+    return panel.dragging != Target::None ? panel.dragging : panel.hover;
+}
+
+// DrawHeader.cpp
+
+/// Logo, name field, own title and toggles, registry indicator.
+void drawTopRow(const DrawTools& tools, const DrawState& state, const Panel& panel);
+/// The dropdown's header and, while it is open, its list, over all that is drawn before.
+void drawDropdown(const DrawTools& tools, const Panel& panel);
+/// The peer's title and toggles.
+void drawPeerTitle(const DrawTools& tools, const DrawState& state, Target hot);
+
+/// Panel, grid and spectrum of one side (DrawSpectrum.cpp).
+void drawSpectralBand(const DrawTools& tools, Side side, const dsp::DisplayLevels& levels);
+
+/// Bands with edges, thresholds and ratios, and the frequency grid over them (DrawBands.cpp).
+void drawDynBands(const DrawTools& tools, Side side, const BandList& bands, Target hot);
+
+// DrawOverlays.cpp
+
+/// Gain reduction of each enabled band: hangs from the top, as deep as a threshold of the same
+/// number of dB. Shown up to 24 dB.
+void drawGROverlay(const DrawTools& tools, Side side, const BandList& bands,
+                   const ThreeFloats& reductionDb);
+/// Both filter handles, and shade over what lies beyond them.
+void drawHpLp(const DrawTools& tools, Side side, FilterPair filters, Target hot);
+
+// DrawControls.cpp
+
+void drawKnob(const DrawTools& tools, const KnobDef& knob, float value, bool hot);
+void drawBypassToggle(const DrawTools& tools, Side side, bool on, bool hot);
+void drawDuckToggle(const DrawTools& tools, Side side, bool on, bool hot);
+void drawResizeGrip(const DrawTools& tools, bool hot);
+
+/// Box with the text of a target, beside the pointer and inside the canvas; nothing for targets
+/// without a text (DrawTooltip.cpp).
+void drawTooltip(const DrawTools& tools, Target target, Point pointer);
+
+} // namespace ui

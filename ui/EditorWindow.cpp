@@ -1,0 +1,246 @@
+#include "ui/EditorWindow.h"
+
+#include "ui/Draw.h"
+
+#include <exception>
+
+namespace ui {
+namespace {
+
+/// Buttons as pugl numbers them.
+EditorSession::Button buttonOf(std::uint32_t number) {
+    if (number == 0)
+        return EditorSession::Button::Primary;
+    return number == 1 ? EditorSession::Button::Secondary : EditorSession::Button::Other;
+}
+
+PuglCursor cursorOf(PointerShape shape) {
+    switch (shape) {
+    case PointerShape::Across:
+        return PUGL_CURSOR_LEFT_RIGHT;
+    case PointerShape::Up:
+        return PUGL_CURSOR_UP_DOWN;
+    case PointerShape::Hand:
+        return PUGL_CURSOR_HAND;
+    case PointerShape::Text:
+        return PUGL_CURSOR_CARET;
+    case PointerShape::Arrow:
+        break;
+    }
+    return PUGL_CURSOR_ARROW;
+}
+
+bool empty(SizePx size) { return size.width < 1 || size.height < 1; }
+
+} // namespace
+
+EditorWindow::EditorWindow(TessellaDuckwork& instance, X11Window::Id parent, SizePx initialSize)
+    : plugin(instance), session(instance, *this) {
+    if (!createView(parent, initialSize)) {
+        destroyView();
+        return;
+    }
+    session.initBands();
+}
+
+EditorWindow::~EditorWindow() {
+    if (opened())
+        releaseKeyboard(); // a dying window must not take the host's keys with it
+    destroyView();
+}
+
+bool EditorWindow::createView(X11Window::Id parent, SizePx initialSize) {
+    const KeepLocaleModifiers keep; // pugl's input method sets them
+    world = puglNewWorld(PUGL_MODULE, PUGL_WORLD_THREADS);
+    if (world == nullptr)
+        return false;
+    x11.emplace(puglGetNativeWorld(world), parent);
+    puglSetWorldString(world, PUGL_CLASS_NAME, "TessellaDuckwork");
+    view = puglNewView(world);
+    if (view == nullptr)
+        return false;
+    puglSetHandle(view, this);
+    puglSetEventFunc(view, onEvent);
+    puglSetBackend(view, puglGlBackend());
+    puglSetViewHint(view, PUGL_CONTEXT_VERSION_MAJOR, 2);
+    puglSetViewHint(view, PUGL_CONTEXT_VERSION_MINOR, 1);
+    puglSetViewHint(view, PUGL_CONTEXT_PROFILE, PUGL_OPENGL_COMPATIBILITY_PROFILE);
+    puglSetViewHint(view, PUGL_DOUBLE_BUFFER, PUGL_TRUE);
+    puglSetViewHint(view, PUGL_STENCIL_BITS, 8);
+    puglSetParent(view, parent);
+    puglSetSizeHint(view, PUGL_DEFAULT_SIZE, static_cast<PuglSpan>(initialSize.width),
+                    static_cast<PuglSpan>(initialSize.height));
+    windowSize = initialSize;
+    return puglRealize(view) == PUGL_SUCCESS && puglShow(view, PUGL_SHOW_PASSIVE) == PUGL_SUCCESS;
+}
+
+void EditorWindow::destroyView() {
+    if (view != nullptr)
+        puglFreeView(view);
+    if (world != nullptr)
+        puglFreeWorld(world);
+    view = nullptr;
+    world = nullptr;
+}
+
+bool EditorWindow::frame(const Meters& newMeters) {
+    meters = newMeters;
+    session.pollAndSyncSHM();
+    puglUpdate(world, 0.0);
+    if (lost())
+        return false;
+    const X11Window::ParentState parent = x11->parent();
+    const bool visible = parent.visible && !empty(windowSize);
+    if (visible)
+        puglObscureView(view);
+    if (!session.cornerIsDragged() && !empty(parent.size))
+        followParent(parent.size);
+    return visible;
+}
+
+/// The host resizes only its own window; the view follows by itself.
+void EditorWindow::followParent(SizePx parent) {
+    if (parent != lastParent && x11->sizeOf(puglGetNativeView(view)) != parent) {
+        windowSize = parent;
+        x11->resize(puglGetNativeView(view), parent);
+    }
+    lastParent = parent;
+    followHost(parent);
+}
+
+/// Asks the host for a size with the right aspect once it has come to rest.
+void EditorWindow::followHost(SizePx parent) {
+    const auto request = follower.externalSizeTick(
+        parent, {plugin.RememberedEditorWidth(), plugin.RememberedEditorHeight()});
+    if (!request)
+        return;
+    if (request->remember)
+        plugin.RememberEditorSize(request->wanted.width, request->wanted.height);
+    plugin.NoteHostWindowSize(request->reported.width, request->reported.height);
+    plugin.EditorResizeFromUI(request->wanted.width, request->wanted.height, true);
+}
+
+void EditorWindow::grabKeyboard() {
+    puglGrabFocus(view);
+    x11->grabKeyboard(puglGetNativeView(view));
+    keyboardGrabbed = true;
+}
+
+void EditorWindow::releaseKeyboard() {
+    if (keyboardGrabbed)
+        x11->releaseKeyboard();
+    keyboardGrabbed = false;
+}
+
+void EditorWindow::resize(SizePx size) {
+    puglSetSizeHint(view, PUGL_CURRENT_SIZE, static_cast<PuglSpan>(size.width),
+                    static_cast<PuglSpan>(size.height));
+}
+
+/// The C side. An event that fails is dropped: the next frame shows what there is.
+PuglStatus EditorWindow::onEvent(PuglView* view, const PuglEvent* event) noexcept {
+    auto* const window = static_cast<EditorWindow*>(puglGetHandle(view));
+    if (window == nullptr)
+        return PUGL_SUCCESS;
+    try {
+        window->dispatch(*event);
+    } catch (const std::exception&) {
+    }
+    return PUGL_SUCCESS;
+}
+
+void EditorWindow::dispatch(const PuglEvent& event) {
+    switch (event.type) {
+    case PUGL_REALIZE:
+        graphics.create();
+        break;
+    case PUGL_UNREALIZE:
+        graphics.destroy();
+        break;
+    case PUGL_CONFIGURE:
+        onConfigure({event.configure.width, event.configure.height});
+        break;
+    case PUGL_EXPOSE:
+        draw();
+        break;
+    case PUGL_BUTTON_PRESS:
+        onButton(event.button);
+        break;
+    case PUGL_BUTTON_RELEASE:
+        session.release();
+        break;
+    case PUGL_MOTION:
+        session.move(fit.toCanvas(event.motion.x, event.motion.y), event.motion.xRoot,
+                     (event.motion.state & PUGL_MOD_SHIFT) != 0);
+        showPointer();
+        break;
+    case PUGL_POINTER_OUT:
+        session.leave();
+        break;
+    case PUGL_SCROLL:
+        session.scroll(fit.toCanvas(event.scroll.x, event.scroll.y), event.scroll.dy);
+        break;
+    case PUGL_KEY_PRESS:
+        onKey(event.key);
+        break;
+    case PUGL_TEXT:
+        session.text(event.text.string);
+        break;
+    default:
+        break;
+    }
+}
+
+void EditorWindow::onConfigure(SizePx size) {
+    if (empty(size))
+        return;
+    windowSize = size;
+    fit = CanvasFit::of(static_cast<float>(size.width), static_cast<float>(size.height));
+    if (!session.cornerIsDragged())
+        plugin.SetEditorSize(size.width, size.height);
+}
+
+void EditorWindow::onButton(const PuglButtonEvent& event) {
+    session.press({.at = fit.toCanvas(event.x, event.y),
+                   .xRootPx = event.xRoot,
+                   .button = buttonOf(event.button),
+                   .time = event.time});
+}
+
+void EditorWindow::onKey(const PuglKeyEvent& event) {
+    if (event.key == PUGL_KEY_BACKSPACE)
+        session.eraseCharacter();
+    if (event.key == PUGL_KEY_ENTER || event.key == PUGL_KEY_PAD_ENTER)
+        session.commitName();
+    if (event.key == PUGL_KEY_ESCAPE)
+        session.cancelName();
+}
+
+void EditorWindow::showPointer() {
+    const PointerShape wanted = pointerShapeOver(hotTarget(session.panel()));
+    if (wanted != pointerShape)
+        puglSetCursor(view, cursorOf(wanted));
+    pointerShape = wanted;
+}
+
+SizePx EditorWindow::drawnSize() const {
+    const PuglArea area = puglGetSizeHint(view, PUGL_CURRENT_SIZE);
+    const double scale = puglGetScaleFactor(view);
+    const auto orDesign = [scale](int px, int design) {
+        return px != 0 ? px : static_cast<int>(scale * design);
+    };
+    return {orDesign(area.width, editor::kDesignSize.width),
+            orDesign(area.height, editor::kDesignSize.height)};
+}
+
+void EditorWindow::draw() {
+    if (!graphics.ready())
+        return;
+    fillDrawState(state, &plugin, meters.ownLevelDb, meters.peerLevelDb, meters.reductionDb);
+    const SizePx size = drawnSize();
+    fit = graphics.beginFrame(size.width, size.height);
+    drawUI(graphics.tools(), state, session.panel());
+    graphics.endFrame();
+}
+
+} // namespace ui

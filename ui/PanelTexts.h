@@ -1,0 +1,57 @@
+/// Every text of the editor that depends on state, and the formats of its numbers; pure.
+#pragma once
+
+#include "shm/TDRecords.h"
+#include "ui/HitTest.h"
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+namespace ui {
+
+/// One instance that can be paired with.
+using RemoteInstanceInfo = TDInstanceInfo;
+
+/// A short text by value, so that a frame allocates nothing.
+using ShortText = std::array<char, 32>;
+
+/// What the tooltip of a target says; null for targets without one.
+[[nodiscard]] const char* tooltipOf(Target target);
+
+/// How a knob shows its value.
+enum class ValueFormat { Whole, OneDecimal };
+[[nodiscard]] ShortText valueText(float value, ValueFormat format);
+[[nodiscard]] ShortText ratioText(float ratio);           ///< "4:1"
+[[nodiscard]] ShortText edgeText(float hz);               ///< "250", from 1000 on "2k"
+[[nodiscard]] ShortText filterText(float hz);             ///< "120", from 1000 on "1.5k"
+[[nodiscard]] ShortText reductionText(float reductionDb); ///< "-6.3 dB" for 6.3 dB of reduction
+
+/// The dropdown's header: the selected peer's name, or what to do.
+[[nodiscard]] const char* dropdownText(std::span<const RemoteInstanceInfo> list,
+                                       std::uint64_t selected);
+inline constexpr const char* kEmptyListText = "Drop TessellaDuckwork on another track first";
+
+/// The two lines in the empty remote analyzer.
+struct Hints {
+    const char* first;
+    const char* second;
+};
+[[nodiscard]] Hints hintsFor(bool listIsEmpty);
+
+/// A name being typed: printable ASCII is taken while it has fewer than 60 bytes.
+class NameEdit {
+public:
+    void begin(const char* current); ///< starts with the current name, at most 63 bytes
+    void append(const char* utf8);   ///< one text event; refused when not printable ASCII or full
+    void backspace();
+    void end() { active = false; }
+    [[nodiscard]] bool editing() const { return active; }
+    [[nodiscard]] const char* text() const { return buffer.data(); }
+
+private:
+    std::array<char, shm::kNameBytes> buffer{};
+    bool active = false;
+};
+
+} // namespace ui

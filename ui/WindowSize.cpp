@@ -1,0 +1,85 @@
+#include "ui/WindowSize.h"
+
+#include "ui/InRange.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+namespace ui {
+namespace {
+
+constexpr int kLeastParentPx = 2; ///< smaller windows are not yet laid out
+constexpr int kSettledTicks = 30; ///< half a second of frames
+constexpr int kTolerancePx = 16;  ///< what a host may round without being asked again
+constexpr int kSendPx = 6;        ///< a host is not told of every pixel
+
+/// Whether two sizes differ by this much or more in either direction.
+bool differBy(int px, SizePx a, SizePx b) {
+    return std::abs(a.width - b.width) >= px || std::abs(a.height - b.height) >= px;
+}
+
+bool isSize(SizePx size) { return size.width > 0 && size.height > 0; }
+
+int pixels(double value, int least, int most) {
+    return static_cast<int>(inRange(value, static_cast<double>(least), static_cast<double>(most)));
+}
+
+} // namespace
+
+bool HostSizeFollower::hasSettled(SizePx parent) {
+    if (parent != candidate) {
+        candidate = parent;
+        stableTicks = 0;
+        return false;
+    }
+    stableTicks = std::min(stableTicks + 1, kSettledTicks + 1);
+    return stableTicks == kSettledTicks;
+}
+
+std::optional<HostSizeFollower::Request> HostSizeFollower::externalSizeTick(SizePx parent,
+                                                                            SizePx remembered) {
+    if (parent.width < kLeastParentPx || parent.height < kLeastParentPx || !hasSettled(parent))
+        return {};
+    if (phase == Phase::Following) {
+        // Against the last size that counted, so that many small steps add up.
+        if (!differBy(kTolerancePx + 1, parent, applied))
+            return {};
+        applied = parent;
+        return Request{parent, editor::constrained(parent), true};
+    }
+    applied = parent;
+    const bool restore = phase == Phase::Opening && isSize(remembered) &&
+                         differBy(kTolerancePx + 1, parent, remembered);
+    phase = restore ? Phase::Restoring : Phase::Following;
+    if (!restore)
+        return {};
+    stableTicks = 0;
+    return Request{parent, remembered, false};
+}
+
+void CornerDrag::press(double xRootPx, SizePx window) {
+    baseX = xRootPx;
+    base = lastSent = window;
+    pending = {};
+}
+
+CornerDrag::Move CornerDrag::move(double xRootPx) {
+    const double dx = xRootPx - baseX;
+    const double dy = base.height * dx / base.width;
+    pending = {pixels(base.width + dx, editor::kLeastSize.width, editor::kMostCornerSize.width),
+               pixels(base.height + dy, editor::kLeastSize.height, editor::kMostCornerSize.height)};
+    const bool send = differBy(kSendPx, pending, lastSent);
+    if (send) {
+        baseX = xRootPx;
+        base = lastSent = pending;
+    }
+    return {pending, send};
+}
+
+SizePx CornerDrag::release(SizePx window) {
+    const SizePx dragged = std::exchange(pending, {});
+    return isSize(dragged) ? dragged : window;
+}
+
+} // namespace ui

@@ -1,0 +1,122 @@
+#include "ui/X11Window.h"
+
+#include <cstdio>
+#include <mutex>
+
+#include <X11/Xlibint.h> // last: its macros min and max break other headers
+
+namespace ui {
+namespace {
+
+using Unlock = void (*)(Display*);
+
+std::atomic<Unlock> sXlibUnlock = nullptr; ///< one for all connections
+std::mutex sBreaking;                      ///< held while the host's handler is exchanged
+std::atomic<XIOErrorHandler> sHostHandler = nullptr;
+
+/// False: the error is dropped and the host's handler never sees it.
+Bool dropError(Display*, XErrorEvent*, xError*) { return False; }
+
+} // namespace
+
+X11Window::X11Window(void* xDisplay, Id parentWindow)
+    : display(static_cast<Display*>(xDisplay)), parentId(parentWindow),
+      requestsEnd(display->bufmax) {
+    constexpr int kMostErrorCodes = 255;
+    for (int code = 1; code <= kMostErrorCodes; ++code)
+        XESetWireToError(display, code, dropError);
+    XSetIOErrorExitHandler(display, afterBroken, this);
+    if (display->lock_fns != nullptr) { // null: an Xlib without threads
+        sXlibUnlock = display->lock_fns->unlock_display;
+        display->lock_fns->unlock_display = onUnlock;
+    }
+}
+
+// When a connection breaks, Xlib calls the one I/O error handler of the process, and only then what
+// the connection has of its own. That handler is the host's, and by default it exits. But directly
+// before, Xlib sets a flag and unlocks the display, which is a function of the connection: from
+// there until afterBroken the host's handler is exchanged.
+void X11Window::onUnlock(Display* broken) {
+    const bool breaking = (broken->flags & XlibDisplayIOError) != 0;
+    if (breaking)
+        static_cast<X11Window*>(broken->exit_handler_data)->makeHarmless();
+    sXlibUnlock.load()(broken);
+    if (!breaking)
+        return;
+    sBreaking.lock();
+    sHostHandler = XSetIOErrorHandler(onBroken);
+}
+
+int X11Window::onBroken(Display* broken) {
+    const bool own = broken->lock_fns != nullptr && broken->lock_fns->unlock_display == onUnlock;
+    return own ? 0 : sHostHandler.load()(broken);
+}
+
+void X11Window::afterBroken(Display* broken, void*) {
+    const XIOErrorHandler last = XSetIOErrorHandler(sHostHandler);
+    if (last != onBroken)
+        XSetIOErrorHandler(last); // the host has set another meanwhile
+    sBreaking.unlock();
+    XUnlockDisplay(broken); // as Xlib has locked it for what it expects to be the last time
+}
+
+/// What is still called on the connection, by GL in the middle of a frame, has to fail in peace.
+/// With the flag standing it would not: Xlib then has no room for requests, and writes to null.
+void X11Window::makeHarmless() {
+    connectionLost.store(true, std::memory_order_relaxed);
+    display->flags = display->flags & ~static_cast<unsigned long>(XlibDisplayIOError);
+    display->bufptr = display->buffer;
+    display->bufmax = requestsEnd;
+}
+
+X11Window::ParentState X11Window::parent() const {
+    XWindowAttributes attributes;
+    if (XGetWindowAttributes(display, parentId, &attributes) == 0)
+        return {.size = {}, .visible = false};
+    return {.size = {attributes.width, attributes.height},
+            .visible = attributes.map_state == IsViewable};
+}
+
+SizePx X11Window::sizeOf(Id window) const {
+    Window root = 0;
+    int x = 0;
+    int y = 0;
+    unsigned width = 0;
+    unsigned height = 0;
+    unsigned border = 0;
+    unsigned depth = 0;
+    if (XGetGeometry(display, window, &root, &x, &y, &width, &height, &border, &depth) == 0)
+        return {};
+    return {static_cast<int>(width), static_cast<int>(height)};
+}
+
+void X11Window::resize(Id window, SizePx size) {
+    XResizeWindow(display, window, static_cast<unsigned>(size.width),
+                  static_cast<unsigned>(size.height));
+    XFlush(display);
+}
+
+void X11Window::grabKeyboard(Id window) {
+    XGrabKeyboard(display, window, True, GrabModeAsync, GrabModeAsync, CurrentTime);
+    XFlush(display);
+}
+
+// Without the last call the focus would be nowhere once the editor's window is gone.
+void X11Window::releaseKeyboard() {
+    XUngrabKeyboard(display, CurrentTime);
+    XSetInputFocus(display, parentId, RevertToParent, CurrentTime);
+    XFlush(display);
+}
+
+KeepLocaleModifiers::KeepLocaleModifiers() {
+    const char* const modifiers = XSetLocaleModifiers(nullptr);
+    known = modifiers != nullptr &&
+            std::snprintf(saved, sizeof saved, "%s", modifiers) < static_cast<int>(sizeof saved);
+}
+
+KeepLocaleModifiers::~KeepLocaleModifiers() {
+    if (known)
+        XSetLocaleModifiers(saved);
+}
+
+} // namespace ui

@@ -1,0 +1,69 @@
+/// What the editor does to X windows beside pugl; the only user of Xlib but pugl itself.
+#pragma once
+
+#include "ui/WindowSize.h"
+
+#include <atomic>
+#include <cstdint>
+
+struct _XDisplay; // NOLINT(bugprone-reserved-identifier): Xlib's own name for its connection
+
+namespace ui {
+
+/// Keeps the editor's own X connection from ending the host's process. [ui]
+///
+/// Xlib's handlers are process-wide and end the process, and they belong to the host; so errors are
+/// stopped before they reach them. A host that destroys the parent window first makes the next
+/// request of the editor fail.
+class X11Window {
+public:
+    using Id = std::uintptr_t;
+
+    /// Right after the connection is made; must outlive it. From here on its errors are dropped:
+    /// calls that wait for a reply fail instead. So do all calls once the connection is broken.
+    X11Window(void* xDisplay, Id parentWindow);
+    X11Window(const X11Window&) = delete;
+    X11Window& operator=(const X11Window&) = delete;
+
+    /// The connection is broken: what is left is to close it.
+    [[nodiscard]] bool lost() const { return connectionLost.load(std::memory_order_relaxed); }
+
+    struct ParentState {
+        SizePx size;  ///< pixels; 0 × 0 when the window cannot be asked
+        bool visible; ///< it and all windows around it are mapped
+    };
+    [[nodiscard]] ParentState parent() const;
+    [[nodiscard]] SizePx sizeOf(Id window) const; ///< 0 × 0 when it cannot be asked
+    void resize(Id window, SizePx size);
+
+    /// All keys go to the window until they are released, wherever the pointer is.
+    void grabKeyboard(Id window);
+    /// Gives keys and input focus back to the parent.
+    void releaseKeyboard();
+
+private:
+    static void onUnlock(_XDisplay* broken);
+    static int onBroken(_XDisplay* broken);
+    static void afterBroken(_XDisplay* broken, void* window);
+    void makeHarmless();
+
+    _XDisplay* const display;
+    const Id parentId;
+    char* const requestsEnd; ///< of Xlib's buffer for requests
+    std::atomic<bool> connectionLost = false;
+};
+
+/// Xlib's locale modifiers are the host's: puts back what they were. [ui]
+class KeepLocaleModifiers {
+public:
+    KeepLocaleModifiers();
+    ~KeepLocaleModifiers();
+    KeepLocaleModifiers(const KeepLocaleModifiers&) = delete;
+    KeepLocaleModifiers& operator=(const KeepLocaleModifiers&) = delete;
+
+private:
+    char saved[256] = {};
+    bool known = false;
+};
+
+} // namespace ui
