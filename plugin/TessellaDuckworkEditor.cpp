@@ -1,6 +1,7 @@
 // Opens and closes the editor and hands it meters; the only part of the plug-in that knows it.
 #include "plugin/EditorSize.h"
 #include "plugin/TessellaDuckwork.h"
+#include "shm/Patience.h"
 #include "ui/TessellaDuckworkUI.h"
 
 #include <memory>
@@ -19,7 +20,12 @@ editor::SizePx firstUsable(std::initializer_list<editor::SizePx> sizes) {
 
 void* TessellaDuckwork::OpenWindow(void* parent) {
     CloseWindow();
-    FlushSHMToParams();
+    {
+        // Long enough for anybody but a dead or stopped process, and nothing the host would notice.
+        static const std::atomic<bool> goingOn = true;
+        const shm::Patience brief(goingOn, 2);
+        FlushSHMToParams();
+    }
     const editor::SizePx size =
         firstUsable({{editorWidth, editorHeight}, {GetEditorWidth(), GetEditorHeight()}});
     auto opened = std::make_unique<TessellaDuckworkUI>();

@@ -10,8 +10,8 @@ thread_local Patience* tPatience = nullptr;
 
 } // namespace
 
-Patience::Patience(const std::atomic<bool>& goingOn) noexcept
-    : going(goingOn), pausesLeft(kLockRetries) {
+Patience::Patience(const std::atomic<bool>& goingOn, int pauses) noexcept
+    : going(goingOn), pausesLeft(pauses) {
     tPatience = this;
 }
 

@@ -5,12 +5,15 @@
 
 namespace shm {
 
-/// While it lives, all patient locks of the calling thread together wait no longer than one of them
-/// would, and stop waiting once `going` is false. Without one each waits its full half second: too
-/// long where one after the other is taken, as in a frame of the editor. Does not nest. [ui]
+/// How often a patient lock tries again.
+inline constexpr int kLockRetries = 50;
+
+/// While it lives, all patient locks of the calling thread together wait no longer than so many
+/// times 10 ms, and not once `going` is false. Without one each waits its full half second: too
+/// long where one after the other is taken, as in a frame of the editor. Does not nest. [main, ui]
 class Patience {
 public:
-    explicit Patience(const std::atomic<bool>& goingOn) noexcept;
+    explicit Patience(const std::atomic<bool>& goingOn, int pauses = kLockRetries) noexcept;
     ~Patience();
     Patience(const Patience&) = delete;
     Patience& operator=(const Patience&) = delete;
@@ -21,9 +24,6 @@ private:
     const std::atomic<bool>& going;
     int pausesLeft;
 };
-
-/// How often a patient lock tries again.
-inline constexpr int kLockRetries = 50;
 
 /// Waits 10 ms; false, at once, when the calling thread's patience is at its end.
 bool PauseForLock();

@@ -35,7 +35,7 @@ void drawTopRow(const DrawTools& tools, const DrawState& state, const Panel& pan
 /// The dropdown's header and, while it is open, its list, over all that is drawn before.
 void drawDropdown(const DrawTools& tools, const Panel& panel);
 /// The peer's title and toggles.
-void drawPeerTitle(const DrawTools& tools, const DrawState& state, Target hot);
+void drawPeerTitle(const DrawTools& tools, const DrawState& state, bool linked, Target hot);
 
 /// Panel, grid and spectrum of one side (DrawSpectrum.cpp).
 void drawSpectralBand(const DrawTools& tools, Side side, const dsp::DisplayLevels& levels);

@@ -122,10 +122,9 @@ void drawDropdown(const DrawTools& tools, const Panel& panel) {
         drawList(tools, panel);
 }
 
-void drawPeerTitle(const DrawTools& tools, const DrawState& state, Target hot) {
+void drawPeerTitle(const DrawTools& tools, const DrawState& state, bool linked, Target hot) {
     drawBypassToggle(tools, Side::Remote, state.peerBypass, hot == Target::PeerBypass);
-    drawDuckToggle(tools, Side::Remote, state.peerDuck && state.paired && state.registryOpen,
-                   hot == Target::PeerDuck);
+    drawDuckToggle(tools, Side::Remote, state.peerDuck && linked, hot == Target::PeerDuck);
     drawTitle(tools, kRemoteTitle, Side::Remote, state.peerBypass, "Remote Track");
 }
 

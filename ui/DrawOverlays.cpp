@@ -8,6 +8,13 @@ namespace {
 constexpr float kLeastReduction = 0.2F;
 constexpr float kMostReduction = 24.0F;
 
+/// A band's meter, 0 or negative. With one band the engine's splits need not be at its edges: then
+/// all three meters are its own, and the strongest counts.
+float meterOf(const BandList& bands, const ThreeFloats& reductionDb, int band) {
+    return bands.count == 1 ? *std::min_element(reductionDb.begin(), reductionDb.end())
+                            : reductionDb[std::size_t(band)];
+}
+
 /// From the panel's top down to the reduction on the thresholds' scale.
 void drawCurtain(const DrawTools& tools, const Rect& curtain) {
     fillGradient(tools, curtain, theme::kReduction.withAlpha(216), theme::kReduction.withAlpha(48));
@@ -81,7 +88,7 @@ void drawGROverlay(const DrawTools& tools, Side side, const BandList& bands,
     for (int i = 0; i < bands.count; ++i) {
         const float left = xOf(bands[i].lo);
         const float width = xOf(bands[i].hi) - left;
-        const float reduction = std::min(reductionDb[std::size_t(i)], kMostReduction);
+        const float reduction = std::min(-meterOf(bands, reductionDb, i), kMostReduction);
         // Written so that a NaN, which a peer may publish, shows nothing.
         if (!(bands[i].enabled && reduction >= kLeastReduction && width >= 2.0F))
             continue;

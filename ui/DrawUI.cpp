@@ -81,7 +81,7 @@ void drawUI(const DrawTools& tools, const DrawState& state, const Panel& panel) 
         drawHints(tools, panel.instances.empty());
     drawResizeGrip(tools, hot == Target::ResizeCorner);
     drawDropdown(tools, panel);
-    drawPeers(tools, linked, [&] { drawPeerTitle(tools, state, hot); });
+    drawPeers(tools, linked, [&] { drawPeerTitle(tools, state, linked, hot); });
     if (panel.dragging == Target::None)
         drawTooltip(tools, panel.hover, panel.pointer);
 }

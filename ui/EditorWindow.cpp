@@ -40,6 +40,7 @@ EditorWindow::EditorWindow(TessellaDuckwork& instance, X11Window::Id parent, Siz
         destroyView();
         return;
     }
+    plugin.FlushSHMToParams(); // again: the host's thread does not wait for a busy registry
     session.initBands();
 }
 
@@ -50,8 +51,10 @@ EditorWindow::~EditorWindow() {
 }
 
 bool EditorWindow::createView(X11Window::Id parent, SizePx initialSize) {
-    const KeepLocaleModifiers keep; // pugl's input method sets them
-    world = puglNewWorld(PUGL_MODULE, PUGL_WORLD_THREADS);
+    {
+        const InputMethodScope scope;
+        world = puglNewWorld(PUGL_MODULE, PUGL_WORLD_THREADS);
+    }
     if (world == nullptr)
         return false;
     x11.emplace(puglGetNativeWorld(world), parent);
@@ -77,8 +80,10 @@ bool EditorWindow::createView(X11Window::Id parent, SizePx initialSize) {
 void EditorWindow::destroyView() {
     if (view != nullptr)
         puglFreeView(view);
-    if (world != nullptr)
+    if (world != nullptr) {
+        const InputMethodScope scope;
         puglFreeWorld(world);
+    }
     view = nullptr;
     world = nullptr;
 }

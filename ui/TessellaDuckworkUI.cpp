@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <optional>
 #include <pthread.h>
 
 namespace {
@@ -84,16 +85,20 @@ void TessellaDuckworkUI::UIThreadFunc(const InitData& init) {
 }
 
 void TessellaDuckworkUI::runFrames(const InitData& init) {
-    ui::EditorWindow window(*plugin, init.parent, {init.widthPx, init.heightPx});
+    std::optional<ui::EditorWindow> window;
+    {
+        const shm::Patience patience(running);
+        window.emplace(*plugin, init.parent, ui::SizePx{init.widthPx, init.heightPx});
+    }
     auto next = Clock::now();
-    while (window.opened() && !window.lost() && running) {
+    while (window->opened() && !window->lost() && running) {
         sleepUntil(next);
         if (!running)
             break;
         bool visible = false;
         {
             const shm::Patience patience(running);
-            visible = window.frame(meters());
+            visible = window->frame(meters());
         }
         next += visible ? kFrame : kHiddenFrame;
         if (Clock::now() - next > kMostBehind)

@@ -1,7 +1,7 @@
 #include "ui/X11Window.h"
 
-#include <cstdio>
-#include <mutex>
+#include <cstdlib>
+#include <string_view>
 
 #include <X11/Xlibint.h> // last: its macros min and max break other headers
 
@@ -96,7 +96,9 @@ void X11Window::resize(Id window, SizePx size) {
     XFlush(display);
 }
 
+// pugl has set the focus too, but to fall to nobody.
 void X11Window::grabKeyboard(Id window) {
+    XSetInputFocus(display, window, RevertToParent, CurrentTime);
     XGrabKeyboard(display, window, True, GrabModeAsync, GrabModeAsync, CurrentTime);
     XFlush(display);
 }
@@ -108,15 +110,21 @@ void X11Window::releaseKeyboard() {
     XFlush(display);
 }
 
-KeepLocaleModifiers::KeepLocaleModifiers() {
-    const char* const modifiers = XSetLocaleModifiers(nullptr);
-    known = modifiers != nullptr &&
-            std::snprintf(saved, sizeof saved, "%s", modifiers) < static_cast<int>(sizeof saved);
+// Xlib appends the user's modifiers to whatever is set: without them it is what the host has set.
+InputMethodScope::InputMethodScope() {
+    const char* const now = XSetLocaleModifiers(nullptr);
+    if (now == nullptr)
+        return;
+    modifiers = now;
+    const char* const variable = std::getenv("XMODIFIERS");
+    const std::string_view users = variable != nullptr ? variable : "";
+    if (modifiers->ends_with(users))
+        modifiers->resize(modifiers->size() - users.size());
 }
 
-KeepLocaleModifiers::~KeepLocaleModifiers() {
-    if (known)
-        XSetLocaleModifiers(saved);
+InputMethodScope::~InputMethodScope() {
+    if (modifiers)
+        XSetLocaleModifiers(modifiers->c_str());
 }
 
 } // namespace ui

@@ -5,6 +5,9 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
 
 struct _XDisplay; // NOLINT(bugprone-reserved-identifier): Xlib's own name for its connection
 
@@ -36,7 +39,8 @@ public:
     [[nodiscard]] SizePx sizeOf(Id window) const; ///< 0 × 0 when it cannot be asked
     void resize(Id window, SizePx size);
 
-    /// All keys go to the window until they are released, wherever the pointer is.
+    /// All keys go to the window until they are released, wherever the pointer is. Should it die
+    /// meanwhile, the focus falls to the parent.
     void grabKeyboard(Id window);
     /// Gives keys and input focus back to the parent.
     void releaseKeyboard();
@@ -53,17 +57,20 @@ private:
     std::atomic<bool> connectionLost = false;
 };
 
-/// Xlib's locale modifiers are the host's: puts back what they were. [ui]
-class KeepLocaleModifiers {
+/// While it lives, this editor alone opens or closes an input method: Xlib keeps those in lists of
+/// the process, without a lock. Xlib's locale modifiers are left as the host has set them. [ui]
+class InputMethodScope {
 public:
-    KeepLocaleModifiers();
-    ~KeepLocaleModifiers();
-    KeepLocaleModifiers(const KeepLocaleModifiers&) = delete;
-    KeepLocaleModifiers& operator=(const KeepLocaleModifiers&) = delete;
+    InputMethodScope();
+    ~InputMethodScope();
+    InputMethodScope(const InputMethodScope&) = delete;
+    InputMethodScope& operator=(const InputMethodScope&) = delete;
 
 private:
-    char saved[256] = {};
-    bool known = false;
+    static inline std::mutex sInputMethods;
+
+    const std::scoped_lock<std::mutex> lock{sInputMethods};
+    std::optional<std::string> modifiers; ///< none: the host has never set them
 };
 
 } // namespace ui

@@ -65,7 +65,7 @@ void paired(Scene& scene) {
     scene.panel.remoteBands = oneBand();
     scene.panel.remoteLevels = voiceLevels();
     scene.state.peerDuck = false;
-    scene.state.reductionDb = {6.3F, 6.3F, 6.3F};
+    scene.state.reductionDb = {-6.3F, -6.3F, -6.3F};
 }
 
 void threeAndThree(Scene& scene) {
@@ -77,8 +77,8 @@ void threeAndThree(Scene& scene) {
     scene.panel.remoteBands = threeBands();
     scene.panel.remoteBands[1].enabled = false;
     scene.panel.remoteFilters = {20.0F, 20000.0F};
-    scene.state.reductionDb = {2.1F, 11.4F, 4.8F};
-    scene.panel.remoteReductionDb = {0.4F, 9.0F, 1.2F};
+    scene.state.reductionDb = {-2.1F, -11.4F, -4.8F};
+    scene.panel.remoteReductionDb = {-0.4F, -9.0F, -1.2F};
     scene.state.controls = {4.5F, 240.0F, 2.5F};
     scene.state.peerControls = {0.1F, 2000.0F, -12.0F};
 }
@@ -165,20 +165,20 @@ void crowded(Scene& scene) {
                                 {1230.0F, 1600.0F, true, 20.0F, -60.0F},
                                 {1600.0F, 20000.0F, true, 1.0F, -60.0F}}},
                               3};
-    scene.state.reductionDb = {24.0F, 18.8F, 40.0F};
+    scene.state.reductionDb = {-24.0F, -18.8F, -40.0F};
     scene.panel.remoteFilters = {900.0F, 1100.0F};
     scene.panel.remoteBands = {{{{900.0F, 910.0F, true, 20.0F, 0.0F},
                                  {910.0F, 920.0F, true, 20.0F, 0.0F},
                                  {920.0F, 1100.0F, true, 20.0F, 0.0F}}},
                                3};
-    scene.panel.remoteReductionDb = {24.0F, 24.0F, 3.0F};
+    scene.panel.remoteReductionDb = {-24.0F, -24.0F, -3.0F};
 }
 
 void loud(Scene& scene) {
     threeAndThree(scene);
     scene.panel.localLevels = flatLevels(0.0F);
     scene.panel.remoteLevels = flatLevels(-40.0F);
-    scene.state.reductionDb = {24.0F, 24.0F, 24.0F};
+    scene.state.reductionDb = {-24.0F, -24.0F, -24.0F};
 }
 
 struct Hover {

@@ -1,0 +1,200 @@
+#include "tests/editor/OpenEditor.h"
+#include "tests/editor/Sides.h"
+#include "tests/support/Chunks.h"
+
+#include <X11/keysym.h>
+#include <clocale>
+
+namespace {
+
+using host::GuiSize;
+using support::eventually;
+using support::Hand;
+using support::OpenEditor;
+using support::savedBy;
+using support::Track;
+using ui::Point;
+
+constexpr Point kName = {176, 20}, kHeader = {148, 264}, kNowhere = {480, 590};
+constexpr Point kFirst = {148, 289}, kSecond = {148, 311}, kThird = {148, 333};
+
+class Panel : public testing::Test {
+protected:
+    [[nodiscard]] GuiSize savedSize() const {
+        const auto size = savedBy(track).size.value();
+        return {size.editorWidthPx, size.editorHeightPx};
+    }
+    /// The size that the host was asked for last.
+    [[nodiscard]] GuiSize asked() const {
+        const auto& log = track.instance.callbacks().calls();
+        const auto calls = log.records(host::Callback::GuiRequestResize);
+        return calls.empty() ? GuiSize{} : GuiSize{calls.back().value, calls.back().value2};
+    }
+
+    support::XServer server{support::XServer::Drawing::Nothing};
+    support::Screen screen;
+    Track track;
+};
+
+TEST_F(Panel, RenamesWhatIsTyped) {
+    std::setlocale(LC_ALL, "C.UTF-8"); // as hosts do: else keys beyond ASCII give no text at all
+    OpenEditor editor(screen, track);
+    Hand& hand = editor.hand;
+    struct Case {
+        const char* how;
+        bool empty; ///< at first
+        std::string text;
+        std::vector<unsigned long> keys;
+        std::vector<Point> clicks;
+        std::string name;
+    };
+    const Case cases[] = {
+        {"Enter", true, "Bass 2", {XK_Return}, {}, "Bass 2"},
+        {"a click elsewhere", false, "b", {}, {kNowhere}, "Bass 2b"},
+        {"keypad", false, "", {XK_BackSpace, XK_KP_Enter}, {}, "Bass 2"},
+        {"given up", false, "xyz", {XK_Escape}, {}, "Bass 2"},
+        {"no name", true, "", {XK_Return}, {}, "Bass 2"},
+        {"70 characters", true, std::string(70, 'n'), {XK_Return}, {}, std::string(60, 'n')},
+        {"not ASCII", true, "a", {XK_adiaeresis, XK_Greek_alpha, 'b', XK_Return}, {}, "ab"},
+        {"no text", false, "", {XK_Delete, XK_Tab, XK_Left, XK_F1, XK_Return}, {}, "ab"},
+        {"a second click", false, "c", {}, {kName, kNowhere}, "abc"},
+    };
+    for (const auto& [how, empty, text, keys, clicks, name] : cases) {
+        SCOPED_TRACE(how);
+        hand.click(kName);
+        editor.settle();
+        EXPECT_FALSE(screen.keyboardIsFree());
+        for (int i = 0; empty && i < 64; ++i)
+            hand.key(XK_BackSpace);
+        hand.type(text);
+        for (const unsigned long key : keys)
+            hand.key(key);
+        for (const Point at : clicks)
+            hand.click(at);
+        editor.settle();
+        EXPECT_TRUE(screen.keyboardIsFree());
+        EXPECT_EQ(screen.focus(), editor.window);
+        EXPECT_EQ(track.slot()->name, name);
+        EXPECT_EQ(savedBy(track).head.instanceName.data(), name);
+    }
+    hand.type("d");
+    editor.settle();
+    EXPECT_STREQ(track.slot()->name, "abc") << "typed without a click on the name";
+}
+
+TEST_F(Panel, PairsWithTheEntryThatIsClicked) {
+    Track kick;
+    Track vocals;
+    shm::RegistryMonitor registry;
+    ASSERT_TRUE(registry.Attach() && registry.Rename(kick.id(), "Kick") &&
+                registry.Rename(vocals.id(), "Vocals"));
+    OpenEditor editor(screen, track);
+    Hand& hand = editor.hand;
+    const auto states = [&] { // all but the editor's size
+        std::vector<std::vector<std::uint8_t>> bytes;
+        for (const Track* any : {&track, &kick, &vocals}) {
+            bytes.push_back(host::saveState(any->instance).value());
+            bytes.back().resize(support::kSizeAt);
+        }
+        return bytes;
+    };
+    editor.settle();
+    const auto before = states();
+    // Remote high-pass, threshold, body, knob, bypass and duck: not there without a peer.
+    for (const Point at :
+         {Point{16, 287}, {480, 348}, {480, 450}, {712, 540}, {566, 265}, {613, 265}}) {
+        hand.drag(at, {at.x + 30, at.y - 30});
+        hand.doubleClick(at);
+        hand.click(at, Hand::Right);
+    }
+    editor.settle();
+    EXPECT_TRUE(states() == before);
+    EXPECT_FALSE(kick.slot()->bypass || vocals.slot()->bypass);
+
+    const std::tuple<const char*, std::vector<Point>, const Track*> cases[] = {
+        {"closed list", {kFirst}, nullptr},
+        {"below the list", {kHeader, kThird}, nullptr},
+        {"closed by a second click", {kHeader, kHeader, kFirst}, nullptr},
+        {"closed by a click elsewhere", {kHeader, kNowhere, kFirst}, nullptr},
+        {"second entry", {kHeader, kSecond}, &vocals},
+        {"closed by the choice", {kFirst}, &vocals},
+        {"another", {kHeader, kFirst}, &kick},
+    };
+    for (const auto& [what, clicks, peer] : cases) {
+        SCOPED_TRACE(what);
+        for (const Point at : clicks)
+            hand.click(at);
+        editor.settle();
+        EXPECT_EQ(track.slot()->remoteId, peer != nullptr ? peer->id() : 0);
+        EXPECT_STREQ(savedBy(track).head.peerName.data(),
+                     peer != nullptr ? peer->slot()->name : "");
+        for (const Track* other : {&kick, &vocals})
+            EXPECT_EQ(other->slot()->remoteId, other == peer ? track.id() : 0);
+    }
+
+    hand.drag({802, 540}, {802, 530}); // 100 + 0.03 · 1995
+    editor.settle();
+    EXPECT_EQ(savedBy(track).head.shadowRelease, 160.0F);
+    hand.click(kHeader);
+    hand.click(kSecond);
+    editor.settle();
+    EXPECT_EQ(savedBy(track).head.shadowBandCount, 0) << "edits of the old peer, forgotten";
+    EXPECT_TRUE(kick.slot()->releaseMs == 160.0F && vocals.slot()->releaseMs == 100.0F);
+}
+
+TEST_F(Panel, AsksForTheSizeThatIsDragged) {
+    struct Case {
+        const char* what;
+        GuiSize from;
+        int x, y;
+        float pull; ///< pixels, in two moves
+        GuiSize to;
+    };
+    const Case cases[] = {
+        {"a click", {960, 600}, 0, 0, 0, {960, 600}},
+        // The height of a move follows from the size before it, truncated.
+        {"600 + 600 · 50 / 960 = 631, 631 + 631 · 50 / 1010", {960, 600}, 0, 0, 100, {1060, 662}},
+        {"far left", {960, 600}, 0, 0, -900, {480, 300}},
+        {"far right", {2400, 1500}, -1900, -400, 1400, {2880, 1800}},
+    };
+    for (const auto& [what, from, x, y, pull, to] : cases) {
+        SCOPED_TRACE(what);
+        OpenEditor editor(screen, track, from, x, y);
+        editor.settle();
+        track.instance.callbacks().calls().clear();
+        const float zoom = static_cast<float>(from.width) / 960.0F;
+        editor.hand.drag({944, 584}, {944 + pull / zoom, 584});
+        if (pull == 0) { // what comes to nothing is over when the next click has had its effect
+            editor.hand.click({556, 21});
+            EXPECT_TRUE(eventually([&] { return track.slot()->bypass; }));
+        }
+        EXPECT_TRUE(eventually([&, wanted = to, asks = pull != 0] {
+            return savedSize() == wanted && screen.sizeOf(editor.hand.window()) == wanted &&
+                   asked() == (asks ? wanted : GuiSize{});
+        }));
+        editor.gui.hide();
+        EXPECT_EQ(savedSize(), to) << "for the next opening";
+    }
+}
+
+TEST_F(Panel, AsksForItsShapeWhenTheHostHasSettled) {
+    OpenEditor editor(screen, track, {700, 500}); // not the 960 × 600 that the track remembers
+    auto patience = std::chrono::milliseconds(10000);
+    const auto asksFor = [&](GuiSize size, GuiSize wanted) {
+        screen.resizeWindow(editor.window, size);
+        return eventually([&] { return asked() == wanted; }, patience) && savedSize() == wanted &&
+               screen.sizeOf(editor.hand.window()) == size;
+    };
+    EXPECT_TRUE(asksFor({700, 500}, {960, 600}));
+    // Whatever size lasts after that is the host's answer, and not asked about.
+    for (patience /= 10; !asksFor({600, 500}, {600, 375}) && !asksFor({700, 500}, {700, 438});)
+        ASSERT_LT(patience *= 2, std::chrono::seconds(20));
+    patience = std::chrono::seconds(10);
+    EXPECT_TRUE(asksFor({500, 400}, {500, 313}));
+    EXPECT_TRUE(asksFor({300, 900}, {480, 300}));
+    EXPECT_TRUE(asksFor({5000, 700}, {3840, 2400}));
+    editor.gui.hide();
+    EXPECT_EQ(savedSize(), (GuiSize{3840, 2400})) << "for the next opening";
+}
+
+} // namespace

@@ -1,0 +1,130 @@
+/// A screen that nobody sees, with a user's hand and eye: real X events, real pixels.
+#pragma once
+
+#include "host/Gui.h"
+#include "ui/Canvas.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <sys/types.h>
+
+struct _XDisplay; // NOLINT(bugprone-reserved-identifier): Xlib's own name for its connection
+
+namespace support {
+
+/// Whether it becomes true in time. The only way to wait for anything here: no sleep is long enough
+/// on a busy machine.
+[[nodiscard]] bool eventually(const std::function<bool()>& becomesTrue,
+                              std::chrono::milliseconds atMost = std::chrono::seconds(20));
+
+/// Editors fill no pixels while this is on (NoDrawing.cpp). Before the first editor.
+extern bool sDrawsNothing;
+
+/// An X server of 1920 × 1200 for this process and its children, and the environment that makes
+/// editors draw the same everywhere: one font, one rasteriser. Before the first editor, and before
+/// the process has threads.
+class XServer {
+public:
+    enum class Drawing {
+        Nothing, ///< all but the pixels: full frame rate on any machine
+        Software ///< slow: keep windows small
+    };
+
+    /// Throws std::runtime_error when there is no Xvfb.
+    explicit XServer(Drawing drawing);
+    ~XServer() { stop(); }
+    XServer(const XServer&) = delete;
+    XServer& operator=(const XServer&) = delete;
+
+    /// Ends it under the feet of all its clients.
+    void stop();
+
+private:
+    pid_t process = -1;
+};
+
+struct Pixel {
+    int red = 0, green = 0, blue = 0;
+    [[nodiscard]] bool isNear(Pixel other, int tolerance) const {
+        return std::abs(red - other.red) <= tolerance &&
+               std::abs(green - other.green) <= tolerance &&
+               std::abs(blue - other.blue) <= tolerance;
+    }
+};
+
+/// A host's connection to the X server, and its windows: black, without frame, and gone with it.
+/// A window that has gone is as good as hidden, and nothing done to it has an effect.
+class Screen {
+public:
+    using Id = unsigned long;
+
+    Screen(); ///< throws std::runtime_error
+    ~Screen();
+    Screen(const Screen&) = delete;
+    Screen& operator=(const Screen&) = delete;
+
+    /// Visible, its left upper corner at x, y of the screen.
+    [[nodiscard]] Id openWindow(host::GuiSize size, int x = 0, int y = 0);
+    void closeWindow(Id window);
+    void resizeWindow(Id window, host::GuiSize size);
+    [[nodiscard]] host::GuiSize sizeOf(Id window); ///< 0 × 0 while it is hidden
+    /// The plug-in's window in a host's, found by its class name; 0 without one.
+    [[nodiscard]] Id editorIn(Id parent);
+    [[nodiscard]] Id focus();
+    [[nodiscard]] bool keyboardIsFree(); ///< nobody has grabbed it
+    /// X errors of other connections that came to this process's handler, where they would end a
+    /// host's.
+    [[nodiscard]] static int strayErrors() { return sStrayErrors; }
+
+    void pointTo(Id window, int xPx, int yPx);
+    void button(unsigned number, bool down); ///< 1 left, 2 middle, 3 right, 4 and 5 wheel
+    void key(unsigned long keysym, bool down);
+    [[nodiscard]] Pixel pixel(Id window, int xPx, int yPx);
+
+private:
+    static inline std::atomic<int> sStrayErrors = 0;
+
+    _XDisplay* display;
+};
+
+/// Mouse, wheel and keyboard on one editor, positions in canvas units. Every call returns as soon
+/// as the server has the events; the editor takes them with its next frame, in order.
+class Hand {
+public:
+    enum Button : unsigned { Left = 1, Middle = 2, Right = 3, WheelUp = 4, WheelDown = 5 };
+
+    /// Waits until the editor is visible and as large as its parent; throws std::runtime_error.
+    Hand(Screen& onScreen, Screen::Id parent);
+
+    void move(ui::Point to);
+    void click(ui::Point at, Button button = Left);
+    void doubleClick(ui::Point at) {
+        click(at);
+        click(at);
+    }
+    void drag(ui::Point from, ui::Point to);
+    void scroll(ui::Point at, int notches); ///< up is positive
+    void shift(bool down) { screen.key(kShift, down); }
+    /// A key by its X keysym; those of Latin letters are their code points.
+    void key(unsigned long keysym);
+    void type(const std::string& ascii);
+
+    [[nodiscard]] Pixel pixel(ui::Point at);
+    [[nodiscard]] Screen::Id window() const { return child; }
+
+private:
+    static constexpr unsigned long kShift = 0xFFE1;
+
+    struct Place {
+        int x, y; ///< pixels of the window
+    };
+    [[nodiscard]] Place placeOf(ui::Point at) const;
+
+    Screen& screen;
+    Screen::Id child = 0;
+};
+
+} // namespace support
