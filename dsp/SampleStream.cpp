@@ -6,49 +6,36 @@
 namespace dsp {
 namespace {
 
-/// At this limit the squared magnitude of the largest frame, (2 · 4096 · 1e15)², is below the
-/// greatest float: nothing downstream can become infinite.
-constexpr double kMaxSample = 1e15;
-
-float limited(double sample) {
-    if (sample != sample)
-        return 0.0F; // NaN
-    return static_cast<float>(std::clamp(sample, -kMaxSample, kMaxSample));
-}
-
-void collect(const double* in, float* hop, int n) {
-    for (int i = 0; i < n; ++i)
-        hop[i] = limited(in[i]);
-}
-
-void shiftIn(SpectralProcessor::Frame& frame, const SpectralProcessor::Hop& hop, int hopSize) {
-    std::copy_n(frame.begin() + hopSize, hopSize, frame.begin());
-    std::copy_n(hop.begin(), hopSize, frame.begin() + hopSize);
-}
-
 void runFrame(SpectralProcessor& processor, const FrameSettings& settings) {
-    shiftIn(processor.frameL, processor.hopInL, processor.hopSize);
-    shiftIn(processor.frameR, processor.hopInR, processor.hopSize);
     processor.hopFill = 0;
     processor.processBlock(settings.peerMagnitude, settings.peerValid, settings.thresholdDb.data(),
                            settings.ratio.data(), settings.lowSplitHz, settings.highSplitHz,
                            settings.outputGain, settings.hpHz, settings.lpHz);
 }
 
-/// Takes n samples from a ring, as silence where it is empty; out may be null.
-void emit(const SpectralProcessor::Ring& ring, std::uint32_t& read, std::uint32_t write,
-          double* out, int n) {
-    for (int i = 0; i < n; ++i) {
-        const double sample =
-            read != write ? double{ring[read++ & SpectralProcessor::kRingMask]} : 0.0;
-        if (out != nullptr)
-            out[i] = sample;
-    }
-}
-
 void emitSilence(double* out, int n) {
     if (out != nullptr)
         std::fill_n(out, n, 0.0);
+}
+
+/// Copies n samples from a position of a ring to out; out may be null. Reading keeps step with the
+/// hops, so a run, which ends with a hop, never passes the ring's end.
+void copyFromRing(const SpectralProcessor& p, const SpectralProcessor::Ring& ring,
+                  std::uint32_t position, double* out, int n) {
+    if (out != nullptr)
+        p.kernels->toDouble(ring.data() + (position & p.ringMask()), out, n);
+}
+
+/// Takes n samples of each channel from the rings, as silence where they are empty.
+void emit(SpectralProcessor& p, double* left, double* right, int n) {
+    const auto wanted = static_cast<std::uint32_t>(n);
+    const std::uint32_t taken = std::min(wanted, p.ringWrite - p.ringRead);
+    const int count = static_cast<int>(taken);
+    copyFromRing(p, p.ringL, p.ringRead, left, count);
+    copyFromRing(p, p.ringR, p.ringRead, right, count);
+    p.ringRead += taken;
+    emitSilence(left != nullptr ? left + count : nullptr, n - count);
+    emitSilence(right != nullptr ? right + count : nullptr, n - count);
 }
 
 std::int32_t saturatedSum(std::int32_t seen, int run) {
@@ -70,8 +57,9 @@ void streamBlock(SpectralProcessor& p, const FrameSettings& settings, const doub
         // A run ends at the hop boundary. Both inputs are taken before an output, which may be the
         // same memory, is written.
         run = std::min(n - start, p.hopSize - p.hopFill);
-        collect(inL + start, p.hopInL.data() + p.hopFill, run);
-        collect((inR != nullptr ? inR : inL) + start, p.hopInR.data() + p.hopFill, run);
+        const double* const right = (inR != nullptr ? inR : inL) + start;
+        p.kernels->toFloat(inL + start, p.hopsL[p.filling].data() + p.hopFill, run);
+        p.kernels->toFloat(right, p.hopsR[p.filling].data() + p.hopFill, run);
         // N is a multiple of the hop, so the output opens between two runs, never within one.
         const bool open = p.samplesSeen >= p.fftSize;
         p.samplesSeen = saturatedSum(p.samplesSeen, run);
@@ -79,14 +67,11 @@ void streamBlock(SpectralProcessor& p, const FrameSettings& settings, const doub
         if (p.hopFill >= p.hopSize)
             runFrame(p, settings);
 
-        double* const left = from(outL, start);
-        double* const right = from(outR, start);
         if (open) {
-            emit(p.ringL, p.ringReadL, p.ringWriteL, left, run);
-            emit(p.ringR, p.ringReadR, p.ringWriteR, right, run);
+            emit(p, from(outL, start), from(outR, start), run);
         } else {
-            emitSilence(left, run);
-            emitSilence(right, run);
+            emitSilence(from(outL, start), run);
+            emitSilence(from(outR, start), run);
         }
     }
 }

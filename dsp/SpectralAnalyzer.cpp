@@ -31,12 +31,12 @@ void SpectralAnalyzer::retune(double newSampleRate) {
 }
 
 void SpectralAnalyzer::push(const double* left, const double* right, int n) {
-    std::uint32_t count = writeCount.load(std::memory_order_relaxed);
+    const std::uint32_t count = writeCount.load(std::memory_order_relaxed);
     for (int i = 0; i < n; ++i) {
         const double mono = right != nullptr ? (left[i] + right[i]) * 0.5 : left[i];
-        history[count & kHistoryMask] = static_cast<float>(mono);
-        writeCount.store(++count, std::memory_order_release);
+        history[(count + static_cast<std::uint32_t>(i)) & kHistoryMask] = static_cast<float>(mono);
     }
+    writeCount.store(count + static_cast<std::uint32_t>(n), std::memory_order_release);
 }
 
 } // namespace dsp

@@ -4,7 +4,6 @@
 #include "dsp/Smoothing.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 
 namespace dsp {
@@ -19,29 +18,12 @@ int sizeForRate(double sampleRate) {
     return size;
 }
 
-/// What a band's threshold and ratio do to a magnitude. With the level L = 20·log10(m · π/N) dB a
-/// compressor turns down by (1 − 1/ratio) · (L − threshold) dB; without the logarithms, that is a
-/// gain of (m / threshold)^−slope, the threshold taken as a magnitude.
-struct Reduction {
-    float thresholdMagnitude;
-    float slope;
-
-    Reduction(double thresholdDb, double ratio, int fftSize)
-        : thresholdMagnitude(static_cast<float>(fromDb(thresholdDb) * fftSize / kPi)),
-          slope(ratio > 1.0 ? static_cast<float>(1.0 - 1.0 / ratio) : 0.0F) {}
-
-    /// In [0, 1], also for a peer magnitude that is NaN, negative or infinite.
-    [[nodiscard]] float gain(float peerMagnitude) const {
-        const float level = std::max(kLevelFloor, peerMagnitude); // this order drops a NaN
-        return level > thresholdMagnitude ? std::pow(level / thresholdMagnitude, -slope) : 1.0F;
-    }
-};
+/// The spectrum of no peer.
+constexpr std::array<float, kExchangedBins> kSilence{};
 
 } // namespace
 
-SpectralProcessor::SpectralProcessor() {
-    fft::initTables();
-    binOrder = fft::binOrder(kMaxSize);
+SpectralProcessor::SpectralProcessor(const Kernels& kernelSet) : kernels(&kernelSet) {
     binGain.fill(1.0F);
     setTimes(10.0, 100.0);
 }
@@ -53,23 +35,22 @@ std::uint32_t SpectralProcessor::reset(double newSampleRate) {
     fftSize = size;
     hopSize = size / 2;
     numBins = size / 2;
-    binOrder = fft::binOrder(size);
     for (int n = 0; n < size; ++n)
         window[static_cast<std::size_t>(n)] =
             std::sin(kPi * static_cast<float>(n) / static_cast<float>(size));
     setTimes(attackMs, releaseMs);
 
     hopFill = samplesSeen = 0;
-    ringWriteL = ringWriteR = ringReadL = ringReadR = 0;
-    for (Hop* hop : {&hopInL, &hopInR})
-        hop->fill(0.0F);
-    for (Frame* frame : {&frameL, &frameR, &workL, &workR, &olaL, &olaR})
-        frame->fill(0.0F);
+    ringWrite = ringRead = 0;
+    for (auto* hops : {&hopsL, &hopsR})
+        for (Hop& hop : *hops)
+            hop.fill(0.0F);
     for (Ring* ring : {&ringL, &ringR})
         ring->fill(0.0F);
-    for (float& value : magnitude)
-        std::atomic_ref(value).store(0.0F, std::memory_order_relaxed);
+    magnitude.fill(0.0F);
+    sharedMagnitude.offer({magnitude.data(), static_cast<std::size_t>(size / 2)});
     binGain.fill(1.0F);
+    carry.fill(0.0F);
     grLowDb = grMidDb = grHighDb = 0.0F;
     return static_cast<std::uint32_t>(size);
 }
@@ -91,31 +72,36 @@ void SpectralProcessor::processBlock(const float* peerMagnitude, bool peerValid,
                                      float hpHz, float lpHz) {
     if (fftSize == 0)
         return;
-    releasePreviousFrame(); // overlap-add accumulators to the output rings, before they are reused
-    transformFrames();
-    measureMagnitude();
-
-    Bins target;
-    std::fill_n(target.begin(), static_cast<int>(numBins), 1.0F);
-    if (peerValid && peerMagnitude != nullptr)
-        reduceBands(peerMagnitude, thresholdDb, ratio, bands(lowSplitHz, highSplitHz),
-                    duckedBins(hpHz, lpHz), target);
-    glideGains(target);
-    applyGains();
-    overlapAdd(outputGain);
-    computeGrBands(lowSplitHz, highSplitHz);
+    releasePreviousFrame();
+    reduction.follow({.thresholdDb = {thresholdDb[0], thresholdDb[1], thresholdDb[2]},
+                      .ratio = {ratio[0], ratio[1], ratio[2]},
+                      .lowSplitHz = static_cast<float>(lowSplitHz),
+                      .highSplitHz = static_cast<float>(highSplitHz),
+                      .hpHz = hpHz,
+                      .lpHz = lpHz,
+                      .binHz = binHz(),
+                      .fftSize = fftSize},
+                     kExchangedBins);
+    const bool gainsAreOne =
+        glideGains(peerValid && peerMagnitude != nullptr ? peerMagnitude : kSilence.data());
+    overlapAddFrame(gainsAreOne, outputGain);
+    sharedMagnitude.offer({magnitude.data(), static_cast<std::size_t>(numBins)});
+    meterBands(reduction.bands());
+    filling = 1 - filling;
 }
 
 void SpectralProcessor::computeGrBands(double lowSplitHz, double highSplitHz) {
-    const BandRanges ranges = bands(lowSplitHz, highSplitHz);
+    meterBands(bandRanges(binHz(), numBins, static_cast<float>(lowSplitHz),
+                          static_cast<float>(highSplitHz)));
+}
+
+void SpectralProcessor::meterBands(const ReductionTable::BandRanges& ranges) {
     const auto meanGainDb = [&](std::size_t band) {
         // Deliberate: unlike in the gain step the top bin counts, as high band at gain 1.
         const auto [begin, end] = ranges[band].within({1, numBins});
         if (begin >= end)
             return 0.0F;
-        float sum = 0.0F;
-        for (int bin = begin; bin < end; ++bin)
-            sum += binGain[static_cast<std::size_t>(bin)];
+        const float sum = kernels->sumOf(binGain.data() + begin, end - begin);
         return toDb(sum / static_cast<float>(end - begin));
     };
     grLowDb = meanGainDb(0);
@@ -124,111 +110,52 @@ void SpectralProcessor::computeGrBands(double lowSplitHz, double highSplitHz) {
 }
 
 int SpectralProcessor::readMagnitude(std::span<float> destination) const {
-    const int count = std::min(static_cast<int>(destination.size()), static_cast<int>(numBins));
-    for (std::size_t bin = 0; bin < static_cast<std::size_t>(count); ++bin) {
-        // atomic_ref takes no const before C++26; a load writes nothing
-        auto& value = const_cast<float&>(magnitude[bin]);
-        destination[bin] = std::atomic_ref(value).load(std::memory_order_relaxed);
-    }
-    return count;
+    return static_cast<int>(sharedMagnitude.read(destination));
 }
 
 /// Distance of two bins. As N is a power of two, bin · binHz() is exactly bin · sampleRate / N.
 float SpectralProcessor::binHz() const { return sampleRate / static_cast<float>(fftSize); }
 
-SpectralProcessor::BandRanges SpectralProcessor::bands(double lowSplitHz,
-                                                       double highSplitHz) const {
-    return bandRanges(binHz(), numBins, static_cast<float>(lowSplitHz),
-                      static_cast<float>(highSplitHz));
+/// The rings are the overlap-add accumulators, too: behind ringWrite stands what a frame later will
+/// be complete.
+void SpectralProcessor::releasePreviousFrame() { ringWrite += static_cast<std::uint32_t>(hopSize); }
+
+bool SpectralProcessor::glideGains(const float* peerMagnitude) {
+    return kernels->glideGains({.peer = peerMagnitude,
+                                .inverseThreshold = reduction.inverseThreshold(),
+                                .power = reduction.power(),
+                                .gain = binGain.data(),
+                                .carry = carry.data(),
+                                .attackCoef = attackCoef,
+                                .releaseCoef = releaseCoef,
+                                .bins = std::min<int>(numBins, kExchangedBins)});
 }
 
-/// The bins that a peer may turn down: never DC and top bin, none that is not exchanged.
-BinRange SpectralProcessor::duckedBins(float hpHz, float lpHz) const {
-    const BinRange passBand{
-        firstBinWhereNot(binHz(), numBins, [hpHz](float hz) { return !(hz >= hpHz); }),
-        firstBinWhereNot(binHz(), numBins, [lpHz](float hz) { return hz <= lpHz; })};
-    return passBand.within({1, std::min(numBins - 1, kExchangedBins)});
+void SpectralProcessor::overlapAddFrame(bool gainsAreOne, float outputGain) {
+    const std::uint32_t tail = ringWrite & ringMask();
+    const std::uint32_t fresh = (ringWrite + static_cast<std::uint32_t>(hopSize)) & ringMask();
+    // The transform of both channels in one leaks at −140 dB from one into the other, which a
+    // silent channel must not show.
+    const PairFrame frame{.olderL = hopsL[1 - filling].data(),
+                          .olderR = hopsR[1 - filling].data(),
+                          .newerL = hopsL[filling].data(),
+                          .newerR = hopsR[filling].data(),
+                          .window = window.data(),
+                          .gain = binGain.data(),
+                          .magnitude = magnitude.data(),
+                          .work = work.data(),
+                          .tailL = ringL.data() + tail,
+                          .tailR = ringR.data() + tail,
+                          .freshL = ringL.data() + fresh,
+                          .freshR = ringR.data() + fresh,
+                          .scaleL = isSilent(hopsL) ? 0.0F : outputGain,
+                          .scaleR = isSilent(hopsR) ? 0.0F : outputGain};
+    const int index = sizeIndex(fftSize);
+    (gainsAreOne ? kernels->passFrame : kernels->reduceFrame)[index](frame);
 }
 
-void SpectralProcessor::releasePreviousFrame() {
-    const auto release = [hop = static_cast<std::size_t>(hopSize)](Frame& ola, Ring& ring,
-                                                                   std::uint32_t& ringWrite) {
-        for (std::size_t n = 0; n < hop; ++n)
-            ring[ringWrite++ & kRingMask] = ola[n];
-        std::copy_n(ola.begin() + hop, hop, ola.begin());
-        std::fill_n(ola.begin() + hop, hop, 0.0F);
-    };
-    release(olaL, ringL, ringWriteL);
-    release(olaR, ringR, ringWriteR);
-}
-
-void SpectralProcessor::transformFrames() {
-    const auto transform = [this](const Frame& frame, Frame& work) {
-        const int size = fftSize;
-        for (std::size_t n = 0; n < static_cast<std::size_t>(size); ++n)
-            work[n] = frame[n] * window[n];
-        fft::forwardReal(work.data(), size);
-    };
-    transform(frameL, workL);
-    transform(frameR, workR);
-}
-
-void SpectralProcessor::measureMagnitude() {
-    const auto absolute = [](const Frame& work, std::size_t pair) {
-        const float re = work[2 * pair];
-        const float im = work[2 * pair + 1];
-        return std::sqrt(re * re + im * im);
-    };
-    for (std::size_t bin = 0; bin < static_cast<std::size_t>(numBins); ++bin) {
-        const auto pair = static_cast<std::size_t>(binOrder[bin]);
-        const float mean = (absolute(workL, pair) + absolute(workR, pair)) * 0.5F;
-        std::atomic_ref(magnitude[bin]).store(mean, std::memory_order_relaxed);
-    }
-}
-
-void SpectralProcessor::reduceBands(const float* peerMagnitude, const double* thresholdDb,
-                                    const double* ratio, const BandRanges& ranges, BinRange ducked,
-                                    Bins& target) const {
-    for (std::size_t band = 0; band < ranges.size(); ++band) {
-        const Reduction reduction(thresholdDb[band], ratio[band], fftSize);
-        const auto [begin, end] = ranges[band].within(ducked);
-        for (int bin = begin; bin < end; ++bin)
-            target[static_cast<std::size_t>(bin)] = reduction.gain(peerMagnitude[bin]);
-    }
-}
-
-void SpectralProcessor::glideGains(const Bins& target) {
-    const float attack = attackCoef;
-    const float release = releaseCoef;
-    const auto top = static_cast<std::size_t>(numBins - 1);
-    for (std::size_t bin = 1; bin < top; ++bin) {
-        const float coef = target[bin] < binGain[bin] ? attack : release;
-        binGain[bin] = coef * (binGain[bin] - target[bin]) + target[bin];
-    }
-    binGain[0] = 1.0F;
-    binGain[top] = 1.0F;
-}
-
-void SpectralProcessor::applyGains() {
-    for (std::size_t bin = 0; bin < static_cast<std::size_t>(numBins); ++bin) {
-        const auto pair = static_cast<std::size_t>(binOrder[bin]);
-        for (Frame* work : {&workL, &workR}) {
-            (*work)[2 * pair] *= binGain[bin];
-            (*work)[2 * pair + 1] *= binGain[bin];
-        }
-    }
-}
-
-void SpectralProcessor::overlapAdd(float outputGain) {
-    const auto add = [this, outputGain](Frame& work, Frame& ola) {
-        const int size = fftSize;
-        const float scale = outputGain * 0.5F / static_cast<float>(size);
-        fft::inverseReal(work.data(), size);
-        for (std::size_t n = 0; n < static_cast<std::size_t>(size); ++n)
-            ola[n] += work[n] * window[n] * scale;
-    };
-    add(workL, olaL);
-    add(workR, olaR);
+bool SpectralProcessor::isSilent(const std::array<Hop, 2>& hops) const {
+    return kernels->isSilent(hops[0].data(), hopSize) && kernels->isSilent(hops[1].data(), hopSize);
 }
 
 } // namespace dsp

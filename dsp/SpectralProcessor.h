@@ -1,8 +1,10 @@
 #pragma once
 
 #include "dsp/Bands.h"
+#include "dsp/Kernels.h"
+#include "dsp/ReductionTable.h"
 #include "dsp/Relaxed.h"
-#include "dsp/fft.h"
+#include "dsp/SharedSpectrum.h"
 
 #include <array>
 #include <cstdint>
@@ -18,21 +20,22 @@ inline constexpr int kExchangedBins = 1024;
 ///
 /// Owned by value by the plug-in instance; all memory is inside. The audio thread owns everything
 /// but what is marked otherwise. dsp::streamBlock feeds it sample by sample and takes its output.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): members stand by who writes them
 class SpectralProcessor {
 public:
-    static constexpr int kMaxSize = fft::kMaxSize;
+    static constexpr int kMaxSize = 4096;
     static constexpr int kMaxBins = kMaxSize / 2;
-    static constexpr std::uint32_t kRingSize = 16384;
-    static constexpr std::uint32_t kRingMask = kRingSize - 1;
+    static constexpr std::uint32_t kRingSize = 4 * kMaxSize;
 
     using Hop = std::array<float, kMaxSize / 2>;
     using Frame = std::array<float, kMaxSize>;
-    using Bins = std::array<float, kMaxBins>;
+    using Bins = std::array<float, kMaxBins + 16>; ///< with room for Nyquist
     using Ring = std::array<float, kRingSize>;
 
     /// Sizes are 0, times 10 and 100 ms and all gains 1 until the first reset; processBlock then
-    /// does nothing. Builds the transform's tables. [main]
-    SpectralProcessor();
+    /// does nothing. Kernels: those of a machine's processor unless a test or benchmark wants
+    /// others. [main]
+    explicit SpectralProcessor(const Kernels& kernelSet = *usableKernels().front());
 
     /// Chooses the transform size (the power of two from 512 to 4096 that holds 21 ms), computes
     /// window and coefficients and clears all signal state. A rate that is no rate (NaN, infinite,
@@ -43,7 +46,8 @@ public:
     /// for the current frame rate sampleRate / hopSize (1 Hz before the first reset). [any]
     void setTimes(double newAttackMs, double newReleaseMs);
 
-    /// One frame over frameL and frameR, to be called whenever hopSize new samples are in them.
+    /// One frame over the two hops of each channel, to be called whenever hopSize new samples are
+    /// in the one that is being filled; afterwards the older one is.
     ///
     /// peerMagnitude: min(numBins, kExchangedBins) magnitudes on this transform's scale, or null;
     /// any bit pattern is survived. Bin k of the peer is bin k here, whatever the peer's rate.
@@ -60,17 +64,16 @@ public:
     void computeGrBands(double lowSplitHz, double highSplitHz);
 
     /// Copies the first of the numBins magnitudes into the caller's storage and returns how many.
-    /// The copy may mix two frames. [any, also while the audio thread runs]
+    /// A frame's spectrum, whole; waits while one is being written. [any but audio]
     int readMagnitude(std::span<float> destination) const;
 
     // Written by reset, read by every thread.
     Relaxed<float> sampleRate = 0.0F; ///< Hz
-    const std::int32_t* binOrder;     ///< pair index of each bin, not owned
     Relaxed<std::int32_t> fftSize = 0;
     Relaxed<std::int32_t> hopSize = 0;
     Relaxed<std::int32_t> numBins = 0;
 
-    std::int32_t hopFill = 0;     ///< samples in hopInL and hopInR
+    std::int32_t hopFill = 0;     ///< samples in the hops being filled
     std::int32_t samplesSeen = 0; ///< since reset, saturates
 
     // Written by setTimes on any thread, read by the audio thread.
@@ -79,32 +82,34 @@ public:
     Relaxed<double> attackMs;
     Relaxed<double> releaseMs;
 
-    std::uint32_t ringWriteL = 0, ringWriteR = 0, ringReadL = 0, ringReadR = 0; ///< free-running
-    Hop hopInL{}, hopInR{};   ///< the hop being collected
-    Frame frameL{}, frameR{}; ///< the last N input samples, oldest first
-    Frame workL{}, workR{};   ///< packed spectra of the frame
-    Frame olaL{}, olaR{};     ///< overlap-add accumulators
-    Ring ringL{}, ringR{};    ///< output, index = position & kRingMask
-    Frame window{};
-    Bins magnitude{}; ///< mean of both channels, unnormalised; other threads use readMagnitude
-    Bins binGain{};   ///< smoothed, linear, 0 to 1
+    const Kernels* const kernels;
+    /// Ring positions, free-running; index = position & ringMask(). Frames are added beyond
+    /// ringWrite.
+    std::uint32_t ringWrite = 0, ringRead = 0;
+    std::size_t filling = 0;                         ///< which of the hops is being collected
+    alignas(64) std::array<Hop, 2> hopsL{}, hopsR{}; ///< the other holds the hop before
+    alignas(64) Ring ringL{}, ringR{};               ///< output
+    alignas(64) Frame window{};
+    alignas(64) Bins magnitude{}; ///< mean of both channels, unnormalised; see readMagnitude
+    alignas(64) Bins binGain{};   ///< smoothed, linear, 0 to 1
     float grLowDb = 0.0F, grMidDb = 0.0F, grHighDb = 0.0F;
 
+    [[nodiscard]] std::uint32_t ringMask() const {
+        return 4 * static_cast<std::uint32_t>(fftSize) - 1;
+    }
+
 private:
-    using BandRanges = std::array<BinRange, kBandCount>;
-
     [[nodiscard]] float binHz() const;
-    [[nodiscard]] BandRanges bands(double lowSplitHz, double highSplitHz) const;
-    [[nodiscard]] BinRange duckedBins(float hpHz, float lpHz) const;
-
     void releasePreviousFrame();
-    void transformFrames();
-    void measureMagnitude();
-    void reduceBands(const float* peerMagnitude, const double* thresholdDb, const double* ratio,
-                     const BandRanges& ranges, BinRange ducked, Bins& target) const;
-    void glideGains(const Bins& target);
-    void applyGains();
-    void overlapAdd(float outputGain);
+    [[nodiscard]] bool glideGains(const float* peerMagnitude);
+    void overlapAddFrame(bool gainsAreOne, float outputGain);
+    [[nodiscard]] bool isSilent(const std::array<Hop, 2>& hops) const;
+    void meterBands(const ReductionTable::BandRanges& ranges);
+
+    ReductionTable reduction;
+    SharedSpectrum<kMaxBins> sharedMagnitude;
+    alignas(64) Bins carry{};                           ///< see GainGlide
+    alignas(64) std::array<float, 2 * kMaxSize> work{}; ///< scratch of a frame
 };
 
 } // namespace dsp

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 /// Real Fourier transform in single precision for sizes that are powers of two from 2 to 4096.
+/// Plain code for displays and tools; the engine's frames have faster transforms of their own.
 /// No allocation, no lock and no state but the read-only tables, so that any number of threads may
 /// transform at the same time. Scratch is on the stack: 32 KiB.
 namespace dsp::fft {

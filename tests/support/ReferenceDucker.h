@@ -34,6 +34,9 @@ public:
     /// The last frame's own spectrum: n/2 values, zeros before the first frame.
     [[nodiscard]] const std::vector<double>& magnitude() const { return ownMagnitude; }
 
+    /// The last frame's gains: n/2 values.
+    [[nodiscard]] const std::vector<double>& gains() const { return binGain; }
+
     using Spectrum = std::vector<std::complex<double>>;
     /// Plain forward transform; the length is a power of two.
     static Spectrum transform(const Spectrum& points);

@@ -1,0 +1,38 @@
+#include "dsp/ReductionTable.h"
+
+#include <algorithm>
+
+namespace dsp {
+
+BinRange passedBins(float hpHz, float lpHz, float binHz, int numBins) {
+    const BinRange passBand{
+        firstBinWhereNot(binHz, numBins, [hpHz](float hz) { return !(hz >= hpHz); }),
+        firstBinWhereNot(binHz, numBins, [lpHz](float hz) { return hz <= lpHz; })};
+    return passBand.within({1, numBins - 1});
+}
+
+void ReductionTable::follow(const ReductionSettings& settings, int exchangedBins) {
+    if (settings == followed)
+        return;
+    followed = settings;
+    const int numBins = settings.fftSize / 2;
+    ranges = bandRanges(settings.binHz, numBins, settings.lowSplitHz, settings.highSplitHz);
+    inverse.fill(0.0F);
+    const BinRange ducked = passedBins(settings.hpHz, settings.lpHz, settings.binHz, numBins)
+                                .within({0, exchangedBins});
+    for (std::size_t band = 0; band < ranges.size(); ++band) {
+        const double ratio = settings.ratio[band];
+        const double threshold = fromDb(settings.thresholdDb[band]) * settings.fftSize / kPi;
+        const auto [begin, end] = ranges[band].within(ducked);
+        if (begin >= end || !(ratio > 1.0))
+            continue;
+        // A peer's levels count from kLevelFloor up, and so do thresholds; NaN is above everything.
+        const double lowest = std::max<double>(kLevelFloor, threshold);
+        const float inverseOf = threshold == threshold ? static_cast<float>(1.0 / lowest) : 0.0F;
+        std::fill(inverse.begin() + begin, inverse.begin() + end, inverseOf);
+        std::fill(powers.begin() + begin, powers.begin() + end,
+                  static_cast<float>(1.0 / ratio - 1.0));
+    }
+}
+
+} // namespace dsp

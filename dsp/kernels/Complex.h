@@ -1,0 +1,101 @@
+/// Complex arithmetic and the small Fourier transforms that larger ones are made of. T is a vector
+/// (as many transforms side by side as it has lanes) or a single float.
+#pragma once
+
+#include "dsp/kernels/Vector.h"
+
+namespace dsp::TD_KERNEL_SET {
+namespace {
+
+template <class T>
+struct Complex {
+    Complex() = default;
+    Complex(T real, T imaginary) : re(real), im(imaginary) {}
+    // Part by part: left to itself, GCC copies the pair in pieces of 16 bytes, whatever the
+    // vectors' width.
+    Complex(const Complex& other) : re(other.re), im(other.im) {}
+    Complex& operator=(const Complex& other) {
+        re = other.re;
+        im = other.im;
+        return *this;
+    }
+
+    T re, im;
+};
+
+template <class T>
+inline Complex<T> operator+(Complex<T> a, Complex<T> b) {
+    return {a.re + b.re, a.im + b.im};
+}
+template <class T>
+inline Complex<T> operator-(Complex<T> a, Complex<T> b) {
+    return {a.re - b.re, a.im - b.im};
+}
+template <class T>
+inline Complex<T> operator*(Complex<T> a, Complex<T> b) {
+    return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
+}
+template <class T>
+inline Complex<T> conj(Complex<T> a) {
+    return {a.re, -a.im};
+}
+/// a · conj b, without the negation that conj(b) would cost.
+template <class T>
+inline Complex<T> timesConj(Complex<T> a, Complex<T> b) {
+    return {a.re * b.re + a.im * b.im, a.im * b.re - a.re * b.im};
+}
+template <class T>
+inline Complex<T> timesMinusI(Complex<T> a) {
+    return {a.im, -a.re};
+}
+template <class T>
+inline Complex<T> swapped(Complex<T> a) {
+    return {a.im, a.re};
+}
+
+template <class T>
+[[gnu::always_inline]] inline void dftInPlace(Complex<T> (&x)[4]) {
+    const Complex<T> sum02 = x[0] + x[2], difference02 = x[0] - x[2];
+    const Complex<T> sum13 = x[1] + x[3], turned13 = timesMinusI(x[1] - x[3]);
+    x[0] = sum02 + sum13;
+    x[1] = difference02 + turned13;
+    x[2] = sum02 - sum13;
+    x[3] = difference02 - turned13;
+}
+
+template <class T>
+[[gnu::always_inline]] inline void dftInPlace(Complex<T> (&x)[8]) {
+    Complex<T> even[4] = {x[0], x[2], x[4], x[6]};
+    Complex<T> odd[4] = {x[1], x[3], x[5], x[7]};
+    dftInPlace(even);
+    dftInPlace(odd);
+    // Times e^(−2πi·k/8); the eighths of a turn are a sum and a difference, times √½.
+    const T half = broadcastLike(T{}, 0.70710678F);
+    odd[1] = {(odd[1].re + odd[1].im) * half, (odd[1].im - odd[1].re) * half};
+    odd[2] = timesMinusI(odd[2]);
+    odd[3] = {(odd[3].im - odd[3].re) * half, (odd[3].re + odd[3].im) * -half};
+    for (int k = 0; k < 4; ++k) {
+        x[k] = even[k] + odd[k];
+        x[k + 4] = even[k] - odd[k];
+    }
+}
+
+enum class Direction { Forward, Inverse };
+
+/// Plain Fourier transform of R = 4 or 8 points, unnormalised in both directions. The inverse is
+/// the forward transform of the points with re and im swapped, swapped back: names, no work.
+template <Direction kDirection, int R, class T>
+[[gnu::always_inline]] inline void dft(Complex<T> (&x)[R]) {
+    if constexpr (kDirection == Direction::Forward) {
+        dftInPlace(x);
+    } else {
+        for (auto& point : x)
+            point = swapped(point);
+        dftInPlace(x);
+        for (auto& point : x)
+            point = swapped(point);
+    }
+}
+
+} // namespace
+} // namespace dsp::TD_KERNEL_SET

@@ -1,0 +1,95 @@
+/// How a transform of N complex points is cut up, and the roots of unity that this takes.
+///
+/// Sample s stands in lane s mod W of row s / W, W the vector width. Step 1: each lane on its own
+/// transforms its M = N / W samples, all lanes alike, so without a shuffle (LanePasses.h). With
+/// s = W·m + l and k = k' + M·c,
+///     X[k' + M·c] = Σ_l e^(−2πi·lc/W) · e^(−2πi·lk'/N) · Y_l[k'],   Y_l[k'] = Σ_m x[W·m +
+///     l]·e^(−2πi·mk'/M)
+/// so step 2 multiplies row k' by roots and transforms across its lanes (MirrorTile.h).
+#pragma once
+
+#include "dsp/kernels/Complex.h"
+
+namespace dsp::TD_KERNEL_SET {
+namespace {
+
+/// W complex points, in the course of a transform one of each lane.
+using Row = Complex<Vec>;
+
+template <int N>
+constexpr int kRows = N / kWidth;
+
+/// The first radix of a lane transform of that length: 4 until the rest is a power of 8.
+constexpr int radixOf(int length) {
+    int rest = length;
+    while (rest % 8 == 0)
+        rest /= 8;
+    return rest == 1 ? 8 : 4;
+}
+
+/// The row in which the passes leave point k of the lane transforms: k's digits in reverse, as a
+/// transform in place does. rowOf(a + b) = rowOf(a) + rowOf(b) where a is a multiple of W and b <
+/// W.
+constexpr int rowOf(int k, int length) {
+    int row = 0;
+    while (length > 1) {
+        const int radix = radixOf(length);
+        length /= radix;
+        row += k % radix * length;
+        k /= radix;
+    }
+    return row;
+}
+
+/// rowOf as a table.
+template <int N>
+struct RowTable {
+    std::int16_t at[kRows<N>];
+    constexpr RowTable() : at{} {
+        for (int k = 0; k < kRows<N>; ++k)
+            at[k] = static_cast<std::int16_t>(rowOf(k, kRows<N>));
+    }
+};
+template <int N>
+constexpr RowTable<N> kRowOf;
+
+/// e^(−2πi·k/n).
+inline Complex<float> rootOfUnity(int k, int n) {
+    const double angle = -6.283185307179586 * k / n;
+    return {static_cast<float>(__builtin_cos(angle)), static_cast<float>(__builtin_sin(angle))};
+}
+
+template <int N>
+struct alignas(64) Roots {
+    /// Per pass and position: e^(−2πi·pi/length) for the legs i = 1 … radix − 1.
+    Complex<float> lanes[kRows<N>];
+    /// Of rows k' … k' + W − 1, k' = W·tile, for lane l: e^(−2πi·l·(k' + j)/N) at [tile][l], j in
+    /// lanes.
+    Row across[kRows<N> / 2 / kWidth][kWidth];
+    /// Row M/2, which is its own mirror image.
+    Complex<float> middle[kWidth];
+};
+
+template <int N>
+Roots<N> sRoots;
+
+template <int N>
+void fillRoots() {
+    Roots<N>& roots = sRoots<N>;
+    Complex<float>* next = roots.lanes;
+    for (int length = kRows<N>; radixOf(length) < length; length /= radixOf(length))
+        for (int p = 0; p < length / radixOf(length); ++p)
+            for (int leg = 1; leg < radixOf(length); ++leg)
+                *next++ = rootOfUnity(p * leg, length);
+    for (int k = 0; k < kRows<N> / 2; ++k)
+        for (int lane = 0; lane < kWidth; ++lane) {
+            const Complex<float> root = rootOfUnity(lane * k, N);
+            roots.across[k / kWidth][lane].re[k % kWidth] = root.re;
+            roots.across[k / kWidth][lane].im[k % kWidth] = root.im;
+        }
+    for (int lane = 0; lane < kWidth; ++lane)
+        roots.middle[lane] = rootOfUnity(lane * kRows<N> / 2, N);
+}
+
+} // namespace
+} // namespace dsp::TD_KERNEL_SET

@@ -1,0 +1,111 @@
+/// Vectors of floats: the compiler's own vector types, and the few operations they lack.
+///
+/// All headers of this folder are compiled once per kernel set, for that set's processors, into
+/// its namespace TD_KERNEL_SET and for vectors of TD_KERNEL_WIDTH floats. They keep away from
+/// inline functions of the standard library: of those the linker keeps a single copy, which could
+/// be the one made for a processor that this machine does not have.
+#pragma once
+
+#include <cstdint>
+
+#if defined(TD_KERNEL_INTRINSICS)
+#include <immintrin.h>
+#endif
+
+namespace dsp::TD_KERNEL_SET {
+namespace {
+
+/// Lanes of a vector: 4 or 8.
+constexpr int kWidth = TD_KERNEL_WIDTH;
+
+using Vec [[gnu::vector_size(4 * kWidth)]] = float;
+using IntVec [[gnu::vector_size(4 * kWidth)]] = std::int32_t;
+using UnalignedVec [[gnu::vector_size(4 * kWidth), gnu::aligned(4)]] = float;
+
+inline Vec load(const float* aligned) { return *reinterpret_cast<const Vec*>(aligned); }
+inline Vec loadAnywhere(const float* from) { return *reinterpret_cast<const UnalignedVec*>(from); }
+inline void store(float* aligned, Vec value) { *reinterpret_cast<Vec*>(aligned) = value; }
+inline void storeAnywhere(float* to, Vec value) { *reinterpret_cast<UnalignedVec*>(to) = value; }
+
+inline Vec broadcast(float value) { return value - Vec{}; }
+inline float broadcastLike(float, float value) { return value; }
+inline Vec broadcastLike(Vec, float value) { return broadcast(value); }
+
+inline Vec smaller(Vec a, Vec b) { return a < b ? a : b; }
+inline Vec larger(Vec a, Vec b) { return a > b ? a : b; }
+
+/// The bits of the floats as integers, and back.
+inline IntVec bitsOf(Vec value) { return reinterpret_cast<IntVec>(value); }
+inline Vec fromBits(IntVec bits) { return reinterpret_cast<Vec>(bits); }
+
+inline Vec absolute(Vec value) { return fromBits(bitsOf(value) & 0x7FFFFFFF); }
+
+inline float squareRoot(float value) { return __builtin_sqrtf(value); }
+
+#if defined(TD_KERNEL_INTRINSICS) && TD_KERNEL_WIDTH == 8
+inline Vec squareRoot(Vec value) { return _mm256_sqrt_ps(value); }
+inline bool anyOf(IntVec mask) { return _mm256_movemask_ps(fromBits(mask)) != 0; }
+#elif defined(TD_KERNEL_INTRINSICS)
+inline Vec squareRoot(Vec value) { return _mm_sqrt_ps(value); }
+inline bool anyOf(IntVec mask) { return _mm_movemask_ps(fromBits(mask)) != 0; }
+#else
+inline Vec squareRoot(Vec value) {
+    for (int lane = 0; lane < kWidth; ++lane)
+        value[lane] = __builtin_sqrtf(value[lane]);
+    return value;
+}
+inline bool anyOf(IntVec mask) {
+    std::int32_t any = 0;
+    for (int lane = 0; lane < kWidth; ++lane)
+        any |= mask[lane];
+    return any != 0;
+}
+#endif
+
+inline float sumOfLanes(Vec value) {
+    float sum = 0.0F;
+    for (int lane = 0; lane < kWidth; ++lane)
+        sum += value[lane];
+    return sum;
+}
+
+#if TD_KERNEL_WIDTH == 8
+inline Vec reversed(Vec v) { return __builtin_shufflevector(v, v, 7, 6, 5, 4, 3, 2, 1, 0); }
+
+/// Lane i of vector j becomes lane j of vector i.
+[[gnu::always_inline]] inline void transpose(Vec (&v)[8]) {
+    Vec pairs[8], quads[8];
+    for (int i = 0; i < 8; i += 2) {
+        pairs[i] = __builtin_shufflevector(v[i], v[i + 1], 0, 8, 1, 9, 4, 12, 5, 13);
+        pairs[i + 1] = __builtin_shufflevector(v[i], v[i + 1], 2, 10, 3, 11, 6, 14, 7, 15);
+    }
+    for (int block = 0; block < 8; block += 4)
+        for (int i = block; i < block + 2; ++i) {
+            const Vec low = pairs[i], high = pairs[i + 2];
+            const int to = 2 * i - block;
+            quads[to] = __builtin_shufflevector(low, high, 0, 1, 8, 9, 4, 5, 12, 13);
+            quads[to + 1] = __builtin_shufflevector(low, high, 2, 3, 10, 11, 6, 7, 14, 15);
+        }
+    for (int i = 0; i < 4; ++i) {
+        v[i] = __builtin_shufflevector(quads[i], quads[i + 4], 0, 1, 2, 3, 8, 9, 10, 11);
+        v[i + 4] = __builtin_shufflevector(quads[i], quads[i + 4], 4, 5, 6, 7, 12, 13, 14, 15);
+    }
+}
+#else
+inline Vec reversed(Vec v) { return __builtin_shufflevector(v, v, 3, 2, 1, 0); }
+
+/// Lane i of vector j becomes lane j of vector i.
+[[gnu::always_inline]] inline void transpose(Vec (&v)[4]) {
+    const Vec low01 = __builtin_shufflevector(v[0], v[1], 0, 4, 1, 5);
+    const Vec high01 = __builtin_shufflevector(v[0], v[1], 2, 6, 3, 7);
+    const Vec low23 = __builtin_shufflevector(v[2], v[3], 0, 4, 1, 5);
+    const Vec high23 = __builtin_shufflevector(v[2], v[3], 2, 6, 3, 7);
+    v[0] = __builtin_shufflevector(low01, low23, 0, 1, 4, 5);
+    v[1] = __builtin_shufflevector(low01, low23, 2, 3, 6, 7);
+    v[2] = __builtin_shufflevector(high01, high23, 0, 1, 4, 5);
+    v[3] = __builtin_shufflevector(high01, high23, 2, 3, 6, 7);
+}
+#endif
+
+} // namespace
+} // namespace dsp::TD_KERNEL_SET

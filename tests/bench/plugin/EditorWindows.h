@@ -1,0 +1,29 @@
+/// Editors on whatever display there is.
+#pragma once
+
+#include "host/Gui.h"
+
+#include <memory>
+#include <vector>
+
+struct _XDisplay; // NOLINT(bugprone-reserved-identifier): Xlib's own name for its connection
+
+namespace bench {
+
+/// One editor per instance, side by side in windows of their own. [main]
+class EditorWindows {
+public:
+    /// Opens nothing without a display. Throws host::HostError when an editor does not open.
+    explicit EditorWindows(const std::vector<host::Instance*>& instances);
+    ~EditorWindows();
+    EditorWindows(const EditorWindows&) = delete;
+    EditorWindows& operator=(const EditorWindows&) = delete;
+
+    [[nodiscard]] std::size_t count() const { return mEditors.size(); }
+
+private:
+    _XDisplay* mDisplay;
+    std::vector<std::unique_ptr<host::Gui>> mEditors;
+};
+
+} // namespace bench

@@ -1,0 +1,86 @@
+/// Instances of the built plug-in file at play, for benchmarks.
+#pragma once
+
+#include "host/AudioBuffers.h"
+#include "tests/host/Track.h"
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace bench {
+
+/// Benchmarks play whole laps: full transform frames at every size, and a multiple of three blocks
+/// (a spectrum is published with every third) for blocks of up to kMaxBlock samples that divide it.
+inline constexpr std::uint32_t kLapFrames = 6144;
+inline constexpr std::uint32_t kMaxBlock = 1024;
+
+/// A lap of a chord over noise: every bin is far above the thresholds of a Player.
+class Sound {
+public:
+    explicit Sound(unsigned seed);
+    /// From `at` on. The plug-in interfaces want pointers that are not const, and write nothing
+    /// through them.
+    [[nodiscard]] float* channel(std::size_t channel, std::uint32_t at) const {
+        return const_cast<float*>(mChannels[channel].data()) + at;
+    }
+
+private:
+    std::array<std::vector<float>, 2> mChannels;
+};
+
+/// A number that changes with any bit of any sample (FNV-1a).
+class Hash {
+public:
+    void add(std::uint32_t word) { mValue = (mValue ^ word) * 16777619U; }
+    void add(const float* samples, std::uint32_t count);
+    [[nodiscard]] std::uint32_t value() const { return mValue; }
+
+private:
+    std::uint32_t mValue = 2166136261U;
+};
+
+/// One instance, with thresholds so low that a peer that plays reduces every bin: the dearest case.
+/// Its samples are 32 bits wide, as most hosts have them, and lie where the host keeps them.
+class Player {
+public:
+    explicit Player(const Sound& sound);
+
+    /// Without signal memory. Hz.
+    void start(double rate);
+    /// A block of the sound from `at` on; `at + frames` is at most kLapFrames. [audio]
+    void block(std::uint32_t at, std::uint32_t frames);
+    /// What the last block made.
+    [[nodiscard]] const float* output(std::uint32_t channel) {
+        return mAudio.output().channel32(channel).data();
+    }
+
+    [[nodiscard]] host::Instance& instance() { return mTrack.instance; }
+    [[nodiscard]] std::uint64_t id() const { return mTrack.id(); }
+
+private:
+    const Sound& mSound;
+    support::Track mTrack;
+    host::AudioBuffers mAudio{kMaxBlock, host::SampleFormat::Float32};
+};
+
+/// Many of them. Only the first sixteen hold registry slots.
+class Rack {
+public:
+    explicit Rack(std::size_t players);
+
+    /// Pairs the players that hold slots: 0 with 1, 2 with 3...; otherwise all are unpaired.
+    void setPaired(bool paired);
+    /// Starts the first `players` and plays until their output is steady. Returns its hash.
+    std::uint32_t start(std::size_t players, double rate, std::uint32_t blockFrames);
+    /// A lap of the first `players`, block by block in turn. [audio]
+    void playLap(std::size_t players, std::uint32_t blockFrames);
+    [[nodiscard]] Player& operator[](std::size_t player) { return *mPlayers[player]; }
+
+private:
+    std::array<Sound, 2> mSounds{Sound(1), Sound(2)};
+    std::vector<std::unique_ptr<Player>> mPlayers;
+};
+
+} // namespace bench

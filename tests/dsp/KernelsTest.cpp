@@ -1,0 +1,230 @@
+#include "dsp/Kernels.h"
+#include "dsp/DenormalGuard.h"
+#include "dsp/SampleStream.h"
+#include "tests/support/ReferenceDucker.h"
+#include "tests/support/Signals.h"
+
+#include <gtest/gtest.h>
+#include <limits>
+#include <memory>
+#include <random>
+
+namespace {
+
+using support::ReferenceDucker;
+using support::Stereo;
+
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+enum class Peer { None, Loud, Odd, Quiet };
+
+struct Phase {
+    const char* what;
+    int frames;
+    Peer peer;
+    double attackMs, releaseMs;
+    double leftLevel = 0.5, rightLevel = 0.5;
+};
+
+/// One after the other, so that each begins with what the one before has left.
+constexpr Phase kPhases[] = {
+    {"every bin is turned down", 6, Peer::Loud, 5, 50},
+    {"slowly", 8, Peer::Loud, 300, 2000},
+    {"a peer of odd numbers", 3, Peer::Odd, 5, 50},
+    {"nothing above the threshold", 3, Peer::Quiet, 5, 50},
+    {"left falls silent, a loud peer", 5, Peer::Loud, 50, 5, 0.0, 0.5},
+    {"right falls silent, and the peer goes", 4, Peer::None, 50, 5, 0.5, 0.0},
+    {"all gains come back to 1", 14, Peer::None, 50, 5}};
+
+std::vector<float> magnitudes(Peer peer, int frame, int n) {
+    std::minstd_rand random(static_cast<unsigned>(frame + 1));
+    std::uniform_real_distribution<double> overDb(0.1, 60.0);
+    std::vector<float> values(static_cast<std::size_t>(std::min(n / 2, dsp::kExchangedBins)));
+    for (float& value : values) // thresholds are −20 dB
+        value = static_cast<float>(
+            n / 3.14159265358979 *
+            std::pow(10.0, ((peer == Peer::Quiet ? -61.0 : 0.0) + overDb(random) - 20.0) / 20.0));
+    const float odd[] = {kNan, -1.0F, kInfinity, 0.0F, -kInfinity, 1e-40F};
+    for (std::size_t i = 0; peer == Peer::Odd && i < values.size(); i += 5)
+        values[i] = odd[i % std::size(odd)];
+    return values;
+}
+
+/// A processor for each set of kernels, on the same data as the double-precision model.
+class KernelSets : public testing::TestWithParam<double> {
+protected:
+    using Processor = std::unique_ptr<dsp::SpectralProcessor>;
+
+    KernelSets() : model(rate) {
+        for (const dsp::Kernels* set : dsp::usableKernels()) {
+            processors.push_back(std::make_unique<dsp::SpectralProcessor>(*set));
+            processors.back()->reset(rate);
+        }
+    }
+
+    void runFrame(const Phase& phase, int frame) {
+        const auto hop = static_cast<std::size_t>(model.size() / 2);
+        Stereo in = support::noise(hop, 1.0, static_cast<unsigned>(frame));
+        for (double& sample : in.left)
+            sample *= phase.leftLevel;
+        for (double& sample : in.right)
+            sample *= phase.rightLevel;
+        const std::vector<float> peer = magnitudes(phase.peer, frame, model.size());
+        const bool linked = phase.peer != Peer::None;
+        Stereo expected = in;
+        std::vector<double> modelPeer(linked ? peer.begin() : peer.end(), peer.end());
+        for (double& value : modelPeer)
+            value = value == value ? value : 0.0; // NaN counts as nothing
+        for (const Processor& processor : processors)
+            processor->setTimes(phase.attackMs, phase.releaseMs);
+        model.process(settings(*processors.front()), modelPeer, in.left, in.right, expected.left,
+                      expected.right);
+        for (const Processor& processor : processors) {
+            SCOPED_TRACE(processor->kernels->name);
+            Stereo out = in;
+            dsp::streamBlock(*processor,
+                             {.peerMagnitude = peer.data(),
+                              .peerValid = linked,
+                              .thresholdDb = {-20.0, -20.0, -20.0},
+                              .ratio = {2.0, 4.0, 20.0},
+                              .lowSplitHz = 310.0,
+                              .highSplitHz = 2900.0,
+                              .hpHz = 10.0F,
+                              .lpHz = 1e5F},
+                             in.left.data(), in.right.data(), out.left.data(), out.right.data(),
+                             static_cast<int>(hop));
+            EXPECT_LT(support::largestError(out, expected, 0, 1.0, 0), 1e-6);
+            compareSpectra(*processor);
+        }
+    }
+
+    /// The engine's coefficients are single precision by definition; the model gets the times that
+    /// lead to the very same ones.
+    [[nodiscard]] ReferenceDucker::Settings settings(const dsp::SpectralProcessor& p) const {
+        const auto ms = [&](double coef) {
+            return -1000.0 * model.size() / 2.0 / rate / std::log(coef);
+        };
+        return {.ratio = {2.0, 4.0, 20.0},
+                .lowSplitHz = 310.0,
+                .highSplitHz = 2900.0,
+                .hpHz = 10.0,
+                .lpHz = 1e5,
+                .attackMs = ms(p.attackCoef),
+                .releaseMs = ms(p.releaseCoef)};
+    }
+
+    void compareSpectra(const dsp::SpectralProcessor& p) const {
+        const auto& magnitude = model.magnitude();
+        const auto& gains = model.gains();
+        const double largest = std::ranges::max(magnitude);
+        std::array<double, 3> sum{}, count{};
+        for (std::size_t bin = 0; bin < gains.size(); ++bin) {
+            ASSERT_NEAR(p.magnitude[bin], magnitude[bin], 1e-6 * largest) << bin;
+            ASSERT_NEAR(p.binGain[bin], gains[bin], 1e-6 * gains[bin] + 1e-12) << bin;
+            const double hz = static_cast<double>(bin) * rate / model.size();
+            const std::size_t band = hz < 310.0 ? 0 : hz < 2900.0 ? 1 : 2;
+            sum[band] += bin > 0 ? gains[bin] : 0.0;
+            count[band] += bin > 0 ? 1.0 : 0.0;
+        }
+        const float metersDb[] = {p.grLowDb, p.grMidDb, p.grHighDb};
+        for (std::size_t band = 0; band < 3; ++band)
+            EXPECT_NEAR(metersDb[band], 20.0 * std::log10(sum[band] / count[band]), 2e-5) << band;
+        std::vector<float> shared(gains.size());
+        EXPECT_EQ(p.readMagnitude(shared), p.numBins);
+        EXPECT_TRUE(std::equal(shared.begin(), shared.end(), p.magnitude.begin()));
+    }
+
+    double rate = GetParam();
+    ReferenceDucker model;
+    std::vector<Processor> processors;
+};
+
+TEST_P(KernelSets, DoAsTheModelToOneMillionthThroughAllPhases) {
+    const dsp::DenormalGuard guard;
+    int frame = 0;
+    for (const Phase& phase : kPhases)
+        for (int i = 0; i < phase.frames; ++i) {
+            SCOPED_TRACE(testing::Message() << phase.what << ", frame " << i);
+            runFrame(phase, ++frame);
+            if (HasFatalFailure() || HasNonfatalFailure())
+                return;
+        }
+    for (const Processor& processor : processors)
+        for (const float gain : processor->binGain)
+            ASSERT_EQ(gain, 1.0F) << processor->kernels->name;
+}
+
+TEST_P(KernelSets, KeepASilentChannelExactlySilent) {
+    for (const bool leftSounds : {false, true})
+        for (const Processor& processor : processors) {
+            const auto n = static_cast<std::size_t>(model.size());
+            Stereo signal = support::noise(6 * n, 0.5, 1);
+            auto& silent = leftSounds ? signal.right : signal.left;
+            std::ranges::fill(silent, 0.0);
+            const auto peer = magnitudes(Peer::Loud, 1, model.size());
+            double *const l = signal.left.data(), *const r = signal.right.data();
+            processor->reset(rate);
+            dsp::streamBlock(*processor,
+                             {.peerMagnitude = peer.data(),
+                              .peerValid = true,
+                              .thresholdDb = {-20.0, -20.0, -20.0},
+                              .ratio = {2.0, 2.0, 2.0}},
+                             l, r, l, r, static_cast<int>(6 * n));
+            EXPECT_EQ(silent, std::vector<double>(6 * n, 0.0)) << processor->kernels->name;
+            EXPECT_GT(support::rms(signal, 4 * n), 0.001);
+        }
+}
+
+INSTANTIATE_TEST_SUITE_P(sizes, KernelSets, testing::Values(22050.0, 48000.0, 96000.0, 192000.0),
+                         [](const auto& row) { return std::to_string(int(row.param)); });
+
+TEST(Kernels, GlideSlowlyWithoutStalling) {
+    const dsp::DenormalGuard guard;
+    for (const dsp::Kernels* set : dsp::usableKernels())
+        for (const double goal : {1.0, 0.3}) { // up from 0.001 to it
+            alignas(64) std::array<float, 32> peer, inverse, power, gain, carry{};
+            peer.fill(static_cast<float>(1.0 / goal));
+            inverse.fill(1.0F);
+            power.fill(-1.0F);
+            gain.fill(0.001F);
+            const float coef = 0.9946808F; // 2000 ms at 93.75 frames a second
+            double expected = gain[0];
+            const double target = peer[0] > 1.0F ? 1.0 / double{peer[0]} : 1.0;
+            for (int step = 0; step < 3000; ++step) {
+                const bool unity = set->glideGains({peer.data(), inverse.data(), power.data(),
+                                                    gain.data(), carry.data(), coef, coef, 32});
+                expected = target + double{coef} * (expected - target);
+                ASSERT_NEAR(gain[17] / expected, 1.0, 1e-6) << set->name << ", step " << step;
+                ASSERT_EQ(unity, gain[0] == 1.0F);
+            }
+            EXPECT_EQ(gain[0] == 1.0F, goal == 1.0) << set->name;
+        }
+}
+
+TEST(Kernels, TakeAnySamplesAndAnyLength) {
+    for (const dsp::Kernels* set : dsp::usableKernels()) {
+        SCOPED_TRACE(set->name);
+        std::vector<double> in(37, 0.25);
+        const double odd[] = {std::nan(""), HUGE_VAL, -HUGE_VAL, 1e300, -1e300, 1e-320};
+        std::copy(std::begin(odd), std::end(odd), in.begin());
+        std::copy(std::begin(odd), std::end(odd), in.end() - 6);
+        const std::vector<float> expected = {0.0F, 1e15F, -1e15F, 1e15F, -1e15F, 0.0F, 0.25F};
+        alignas(64) std::array<float, 64> values{};
+        set->toFloat(in.data(), values.data(), 37);
+        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), values.begin()));
+        EXPECT_TRUE(std::equal(expected.begin(), expected.end() - 1, values.begin() + 31));
+        EXPECT_EQ(values[37], 0.0F) << "beyond the end";
+        set->toDouble(values.data() + 5, in.data(), 27);
+        EXPECT_TRUE(in[0] == 0.0 && in[1] == 0.25 && in[26] == 0.0 && in[27] == 0.25);
+        for (int last = 0; last < 64; ++last) {
+            values.fill(0.0F);
+            EXPECT_TRUE(set->isSilent(values.data(), 64));
+            values[static_cast<std::size_t>(last)] = -2.0F;
+            EXPECT_FALSE(set->isSilent(values.data(), 64)) << last;
+            EXPECT_EQ(set->sumOf(values.data() + 1, last), last > 0 ? -2.0F : 0.0F) << last;
+        }
+    }
+}
+
+} // namespace
