@@ -18,7 +18,7 @@ public:
             gate.passing.store(true);
             open = gate.closers.load() == 0;
         }
-        ~Pass() { gate.passing.store(false); }
+        ~Pass() { gate.passing.store(false, std::memory_order_release); }
         Pass(const Pass&) = delete;
         Pass& operator=(const Pass&) = delete;
 

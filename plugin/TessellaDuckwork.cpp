@@ -34,7 +34,7 @@ TessellaDuckwork::TessellaDuckwork(const iplug::InstanceInfo& info)
         AddParam(row);
     for (int index = 0; index < kNumParams; ++index)
         mirror[std::size_t(index)] = GetParam(index).Value();
-    working = Targets();
+    SnapWorkingValues();
     std::snprintf(instanceName.data(), instanceName.size(), "TessellaDuckwork #%d",
                   sInstanceCounter.fetch_add(1, std::memory_order_relaxed) + 1);
     if (shm.Open())
@@ -77,7 +77,9 @@ void TessellaDuckwork::OnReset() {
     WithRegistry([&] { shm.SetMyLatency(transformSize); });
     UpdateEnvelope();
     peerBins.fill(0.0F);
-    working = Targets();
+    shm.ForgetPeerSpectrum();
+    SnapWorkingValues();
+    levelsDue = spectrumDue = true;
 }
 
 void TessellaDuckwork::GetGainReduction(float& low, float& mid, float& high) const {

@@ -221,12 +221,13 @@ private:
     void SetFromRegistry(int index, double value, bool real);
     void PassThrough(const double* const* inputs, double* const* outputs, int nFrames);
     [[nodiscard]] WorkingValues Targets() const;
+    void SnapWorkingValues();
     void GlideWorkingValues(int nFrames);
     [[nodiscard]] dsp::FrameSettings Settings(bool peerValid) const;
-    void MeasureLevels(bool peerValid);
-    void Publish();
+    void MeasureLevels(const BlockInput& input, bool newFrame);
+    void Publish(bool newFrame);
     void HandMetersToEditor(); // TessellaDuckworkEditor.cpp
-    void WriteAudioCycle(const float* bins, int count, bool writeBins);
+    bool WriteAudioCycle(const float* bins, int count, bool writeBins);
     [[nodiscard]] int PublishedBins() const;
 
     dsp::Relaxed<int> editorWidth = 960; ///< remembered editor size, pixels. [main, ui]
@@ -237,6 +238,9 @@ private:
     dsp::SpectralProcessor processor; // its envelope times: [any]; all else: [audio], reset [main]
     std::array<dsp::Relaxed<double>, kNumParams> mirror; ///< parameter values. [any]
     WorkingValues working;                               ///< [audio], snapped in OnReset
+    float makeupGain = 1.0F;                             ///< of working.makeupDb, linear. [audio]
+    int glideFrames = 0;                                 ///< the block size of glidePart. [audio]
+    double glidePart = 0.0;                              ///< dsp::glideCoef of it. [audio]
     /// As processing reads it. [main, ui]
     std::array<dsp::Relaxed<bool>, dsp::kBandCount> bandEnabled = {true, true, true};
 
@@ -252,6 +256,13 @@ private:
     std::array<float, dsp::kExchangedBins>
         peerBins{};            ///< the peer's spectrum of this block. [audio]
     int binPublishCounter = 0; ///< 0, 1, 2: every third block. [audio]
+
+    // What no frame and no setting has changed is neither measured nor published again. [audio,
+    // reset main]
+    bool levelsDue = true;               ///< the levels are not those of these magnitudes
+    bool peerLevelDue = true;            ///< the same of the peer's
+    bool spectrumDue = true;             ///< the registry has not got the spectrum yet
+    std::array<double, 2> levelSplits{}; ///< Hz, by which the levels were measured
 
     // Per settings group of the own slot: the counter of the last write that was this instance's
     // own or has been applied to the engine (last), or taken into the parameters (seen). [any]

@@ -44,6 +44,8 @@ void TessellaDuckwork::CloseWindow() {
 }
 
 void TessellaDuckwork::HandMetersToEditor() {
+    if (editor.load(std::memory_order_relaxed) == nullptr)
+        return; // the gate costs more than the look
     const AudioGate::Pass pass(editorGate);
     TessellaDuckworkUI* const open = pass ? editor.load() : nullptr;
     if (open != nullptr)

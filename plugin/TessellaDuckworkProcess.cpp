@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -32,10 +33,11 @@ void TessellaDuckwork::ProcessBlock(const double* const* inputs, double* const* 
     GlideWorkingValues(nFrames);
     const bool stereo = NOutChansConnected() >= 2;
     double* const right = stereo ? outputs[1] : nullptr;
+    const bool newFrame = processor.hopFill + nFrames >= processor.hopSize;
     dsp::streamBlock(processor, Settings(input.PeerValid()), inputs[0],
                      stereo ? inputs[1] : nullptr, outputs[0], right, nFrames);
-    MeasureLevels(input.PeerValid());
-    Publish();
+    MeasureLevels(input, newFrame);
+    Publish(newFrame);
     HandMetersToEditor();
     analyzer.push(outputs[0], right, nFrames);
 }
@@ -130,6 +132,7 @@ void TessellaDuckwork::PassThrough(const double* const* inputs, double* const* o
     peerLevel.fill(0.0F);
     grMeter.fill(0.0F);
     std::fill(grSnapshot.begin(), grSnapshot.end(), 0.0F);
+    levelsDue = spectrumDue = true;
     WriteAudioCycle(kSilence.data(), static_cast<int>(kSilence.size()), true);
     HandMetersToEditor();
 }
@@ -144,10 +147,21 @@ TessellaDuckwork::WorkingValues TessellaDuckwork::Targets() const {
             .makeupDb = Mirror(Makeup)};
 }
 
+void TessellaDuckwork::SnapWorkingValues() {
+    working = Targets();
+    makeupGain = static_cast<float>(dsp::fromDb(working.makeupDb));
+    glideFrames = 0;
+}
+
 void TessellaDuckwork::GlideWorkingValues(int nFrames) {
-    const double part = dsp::glideCoef(nFrames, hostSampleRate);
-    const auto glide = [part](double& value, double target) { value += (target - value) * part; };
+    if (nFrames != glideFrames)
+        glidePart = dsp::glideCoef(nFrames, hostSampleRate);
+    glideFrames = nFrames;
+    const auto glide = [part = glidePart](double& value, double target) {
+        value += (target - value) * part;
+    };
     const WorkingValues target = Targets();
+    const double makeupBefore = working.makeupDb;
     for (std::size_t band = 0; band < dsp::kBandCount; ++band) {
         glide(working.thresholdDb[band], target.thresholdDb[band]);
         glide(working.ratio[band], target.ratio[band]);
@@ -157,6 +171,8 @@ void TessellaDuckwork::GlideWorkingValues(int nFrames) {
     glide(working.hpHz, target.hpHz);
     glide(working.lpHz, target.lpHz);
     glide(working.makeupDb, target.makeupDb);
+    if (working.makeupDb != makeupBefore)
+        makeupGain = static_cast<float>(dsp::fromDb(working.makeupDb));
 }
 
 dsp::FrameSettings TessellaDuckwork::Settings(bool peerValid) const {
@@ -170,37 +186,52 @@ dsp::FrameSettings TessellaDuckwork::Settings(bool peerValid) const {
             .ratio = ratio,
             .lowSplitHz = working.lowSplitHz,
             .highSplitHz = working.highSplitHz,
-            .outputGain = static_cast<float>(dsp::fromDb(working.makeupDb)),
+            .outputGain = makeupGain,
             .hpHz = static_cast<float>(working.hpHz),
             .lpHz = static_cast<float>(working.lpHz)};
 }
 
-/// The own and the peer's level per band, by the parameters' splits, not the gliding ones.
-void TessellaDuckwork::MeasureLevels(bool peerValid) {
+/// The own and the peer's level per band, by the parameters' splits, not the gliding ones; only
+/// where a frame, a spectrum or a split is new: there are a thousand bins, and blocks of one
+/// sample.
+void TessellaDuckwork::MeasureLevels(const BlockInput& input, bool newFrame) {
     grMeter = {processor.grLowDb, processor.grMidDb, processor.grHighDb};
     std::copy(grMeter.begin(), grMeter.end(), grSnapshot.begin());
 
-    const int count = PublishedBins();
-    const auto binHz = static_cast<float>(hostSampleRate / processor.fftSize);
-    ownLevel = dsp::bandLevels(processor.magnitude.data(), count, binHz, Mirror(FreqLow),
-                               Mirror(FreqHigh), dsp::kOwnLevelScale);
-    peerLevel = {};
-    if (peerValid)
-        peerLevel = dsp::bandLevels(peerBins.data(), count, binHz, Mirror(FreqLow),
-                                    Mirror(FreqHigh), dsp::peerLevelScale(processor.fftSize));
+    const std::array splits = {Mirror(FreqLow), Mirror(FreqHigh)};
+    const bool all = std::exchange(levelsDue, false) || splits != levelSplits;
+    levelSplits = splits;
+    const auto measure = [&](const auto& bins, float scale) {
+        const auto binHz = static_cast<float>(hostSampleRate / processor.fftSize);
+        return dsp::bandLevels(bins.data(), PublishedBins(), binHz, splits[0], splits[1], scale);
+    };
+    if (all || newFrame)
+        ownLevel = measure(processor.magnitude, dsp::kOwnLevelScale);
+    if (!input.PeerValid())
+        peerLevel = {};
+    else if (all || input.cycle.audioNew || peerLevelDue)
+        peerLevel = measure(peerBins, dsp::peerLevelScale(processor.fftSize));
+    peerLevelDue = !input.PeerValid();
 }
 
-/// Levels and gain reduction with every block, the spectrum with every third.
-void TessellaDuckwork::Publish() {
+/// Levels and gain reduction with every block, the spectrum with every third, unless it is there.
+void TessellaDuckwork::Publish(bool newFrame) {
+    spectrumDue |= newFrame;
     binPublishCounter = (binPublishCounter + 1) % 3;
-    WriteAudioCycle(processor.magnitude.data(), PublishedBins(), binPublishCounter == 0);
+    const bool writeBins = binPublishCounter == 0 && spectrumDue;
+    if (WriteAudioCycle(processor.magnitude.data(), PublishedBins(), writeBins) && writeBins)
+        spectrumDue = false;
 }
 
 int TessellaDuckwork::PublishedBins() const {
     return std::min<int>(processor.numBins, dsp::kExchangedBins);
 }
 
-void TessellaDuckwork::WriteAudioCycle(const float* bins, int count, bool writeBins) {
-    WithRegistry(
-        [&] { shm.WriteAudioCycle(ownLevel.data(), grMeter.data(), bins, count, writeBins); });
+/// True when the registry has it all.
+bool TessellaDuckwork::WriteAudioCycle(const float* bins, int count, bool writeBins) {
+    bool done = false;
+    WithRegistry([&] {
+        done = shm.WriteAudioCycle(ownLevel.data(), grMeter.data(), bins, count, writeBins);
+    });
+    return done;
 }

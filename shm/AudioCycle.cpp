@@ -33,22 +33,41 @@ void CopyChanged(const RegistrySlot& slot, TessellaDuckworkSHM::TDAudioReadCycle
 
 } // namespace
 
-void TessellaDuckworkSHM::WriteAudioCycle(const float* state, const float* gainReduction,
+bool TessellaDuckworkSHM::WriteAudioCycle(const float* state, const float* gainReduction,
                                           const float* bins, int n, bool writeBins) {
-    const TryLock lock(OpenSegment());
-    if (!lock)
-        return;
+    if (!OpenSegment())
+        return false;
     RegistrySlot& slot = OwnSlot();
-    std::copy_n(state, slot.state.size(), slot.state.begin());
-    std::copy_n(gainReduction, slot.gainReduction.size(), slot.gainReduction.begin());
+    const std::int64_t now = Now();
+    const bool hasBins = writeBins && bins && n > 0;
+    PublishedMeters meters;
+    std::copy_n(state, meters.state.size(), meters.state.begin());
+    std::copy_n(gainReduction, meters.gainReduction.size(), meters.gainReduction.begin());
+    if (!hasBins && published == meters && IsActive(slot) && IsAlive(slot, now, 0))
+        return true;
+    const TryLock lock(header);
+    if (!lock)
+        return false;
+    slot.state = meters.state;
+    slot.gainReduction = meters.gainReduction;
     // Deliberate: unlike Touch this does not ask whose slot it is. A slot swept while its audio
     // thread was merely starved comes back with the next block. Relaxed: read one by one.
-    slot.heartbeat.store(Now(), std::memory_order_relaxed);
+    slot.heartbeat.store(now, std::memory_order_relaxed);
     slot.active.store(1, std::memory_order_relaxed);
-    if (writeBins && bins && n > 0) {
+    published = meters;
+    if (hasBins) {
         std::copy_n(bins, std::min(n, kAudioBinCount), slot.audioBins.begin());
         Step(slot.audioBinsSeq);
     }
+    return true;
+}
+
+/// Whether a copy would change nothing. No lock: whatever becomes of the peer's slot, its mark goes
+/// or its counter starts again at 0.
+bool TessellaDuckworkSHM::HoldsSpectrum(const float* peerBins, int n) const {
+    return held.slot && held.peerId == remoteId.load(std::memory_order_relaxed) &&
+           held.where == peerBins && held.count == n && IsActive(*held.slot) &&
+           held.seq == LoadSeq(held.slot->audioBinsSeq);
 }
 
 bool TessellaDuckworkSHM::ReadAudioCycle(std::uint64_t lastBandsSeq, std::uint64_t lastHpLpSeq,
@@ -59,19 +78,26 @@ bool TessellaDuckworkSHM::ReadAudioCycle(std::uint64_t lastBandsSeq, std::uint64
     const RegistrySlot& slot = OwnSlot();
     ReadUnlocked(slot, lastBandsSeq, lastHpLpSeq, lastControlsSeq, cycle);
     remoteId.store(cycle.remoteId, std::memory_order_relaxed); // read alone
-    cycle.audioValid = false;
+    cycle.audioValid = cycle.audioNew = false;
     const bool wantsAudio = peerBins && cycle.remoteId != 0;
-    if (!cycle.bandsChanged && !cycle.hpLpChanged && !cycle.controlsChanged && !wantsAudio)
+    const bool holdsAudio = wantsAudio && HoldsSpectrum(peerBins, n);
+    if (!cycle.bandsChanged && !cycle.hpLpChanged && !cycle.controlsChanged &&
+        wantsAudio == holdsAudio) {
+        cycle.audioValid = holdsAudio;
         return true;
+    }
 
     const TryLock lock(header);
     if (!lock)
         return false;
     CopyChanged(slot, cycle);
     const RegistrySlot* peer = wantsAudio ? FindSlot(*header, cycle.remoteId) : nullptr;
+    if (wantsAudio)
+        held = {};
     if (peer) {
         LoadAudioBins(*peer, peerBins, n);
-        cycle.audioValid = true;
+        held = {peer, cycle.remoteId, LoadSeq(peer->audioBinsSeq), peerBins, n};
+        cycle.audioValid = cycle.audioNew = true;
     }
     return true;
 }

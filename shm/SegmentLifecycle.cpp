@@ -221,4 +221,6 @@ void TessellaDuckworkSHM::ResetMembers() {
     slotIndex = -1;
     myId = 0;
     remoteId.store(0, std::memory_order_relaxed); // the handle has no other user now
+    held = {};
+    published.reset();
 }

@@ -4,6 +4,7 @@
 #include "shm/SegmentLayout.h"
 #include "shm/TDRecords.h"
 
+#include <array>
 #include <atomic>
 #include <boost/interprocess/mapped_region.hpp>
 #include <boost/interprocess/shared_memory_object.hpp>
@@ -41,6 +42,7 @@ public:
         std::uint64_t controlsSeq = 0; ///< This and the next only when controlsChanged.
         float controls[3] = {shm::kDefaultAttackMs, shm::kDefaultReleaseMs, shm::kDefaultMakeupDb};
         bool audioValid = false; ///< The caller's buffer holds the peer's spectrum of this call.
+        bool audioNew = false;   ///< And did not hold it before.
     };
 
     TessellaDuckworkSHM() = default;
@@ -154,19 +156,39 @@ public:
     // Audio thread (AudioCycle.cpp): no wait, no allocation.
 
     /// Publishes meters (three floats each) and a sign of life; with writeBins also the spectrum,
-    /// min(n, 1024) magnitudes. Busy lock: nothing in this block. [audio; try]
-    void WriteAudioCycle(const float* state, const float* gainReduction, const float* bins, int n,
+    /// min(n, 1024) magnitudes. Takes no lock when the slot has all of it. Busy lock: nothing in
+    /// this block, and false. [audio; try]
+    bool WriteAudioCycle(const float* state, const float* gainReduction, const float* bins, int n,
                          bool writeBins);
     /// Collects flags, peer id, the settings groups whose counter differs from the one last
     /// applied, and min(n, 1024) magnitudes of the peer (peerBins may be null: not wanted).
-    /// Takes no lock when no group changed and no spectrum is wanted or no peer set. False when
-    /// closed (cycle untouched) or busy (flags and peer id set, no values). RemoteId() follows
-    /// the slot. [audio; try]
+    /// peerBins keeps its contents from call to call: a spectrum that it holds is not copied again.
+    /// Takes no lock when no group changed and no spectrum is wanted, no peer set or nothing new
+    /// published. False when closed (cycle untouched) or busy (flags and peer id set, no values).
+    /// RemoteId() follows the slot. [audio; try]
     bool ReadAudioCycle(std::uint64_t lastBandsSeq, std::uint64_t lastHpLpSeq,
                         std::uint64_t lastControlsSeq, TDAudioReadCycle& cycle, float* peerBins,
                         int n);
+    /// The caller's peerBins no longer hold what was copied there. [audio, or main while there is
+    /// no audio thread]
+    void ForgetPeerSpectrum() { held = {}; }
 
 private:
+    /// What the caller of ReadAudioCycle has got.
+    struct HeldSpectrum {
+        const shm::RegistrySlot* slot = nullptr;
+        std::uint64_t peerId = 0;
+        std::uint64_t seq = 0;
+        const float* where = nullptr;
+        int count = 0;
+    };
+    /// What WriteAudioCycle last put into the slot.
+    struct PublishedMeters {
+        std::array<float, 3> state{}, gainReduction{};
+        bool operator==(const PublishedMeters&) const = default;
+    };
+
+    [[nodiscard]] bool HoldsSpectrum(const float* peerBins, int n) const;
     shm::RegistrySegment* OpenSegment() const { return opened ? header : nullptr; }
     shm::RegistrySlot& OwnSlot() const;
     void JoinSegment();
@@ -178,6 +200,8 @@ private:
     std::uint64_t myId = 0;
     std::atomic<std::uint64_t> remoteId{0};
     std::atomic<bool> cachedBypass{false};
+    HeldSpectrum held;                        ///< [audio]
+    std::optional<PublishedMeters> published; ///< [audio]
     boost::interprocess::shared_memory_object object;
     boost::interprocess::mapped_region region;
     shm::RegistrySegment* header = nullptr; ///< The mapped segment; null without a slot.

@@ -1,3 +1,4 @@
+#include "dsp/BandLevels.h"
 #include "plugin/ParamQueue.h"
 #include "tests/plugin/Plugged.h"
 #include "tests/shm/RawSegment.h"
@@ -7,6 +8,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <limits>
+#include <random>
 #include <string>
 
 namespace {
@@ -138,6 +140,46 @@ TEST(Instance, FollowsTheFlagsOfItsSlot) {
     p.monitor.SetBypassOf(p.id, false);
     p.block();
     EXPECT_EQ(p.audio.output().get(1, 0), 0.0);
+}
+
+TEST(Instance, MeasuresAndPublishesAtOnceWhatIsNew) {
+    Plugged p;
+    std::minstd_rand random(3);
+    p.start();
+    const auto play = [&](int blocks, std::uint32_t frames) {
+        for (int block = 0; block < blocks; ++block) {
+            for (std::uint32_t i = 0; i < frames; ++i)
+                p.audio.input().set(0, i, static_cast<double>(random() % 1000) / 1000.0);
+            p.instance.process(p.audio, frames, p.in, p.sent);
+            p.in.clear();
+        }
+    };
+    const auto expectLevelsOfPublished = [&](const char* when) {
+        const auto bins =
+            raw::Segment().Get<std::array<float, 1024>>(raw::Slot(0) + raw::kAudioBins);
+        const auto levels = dsp::bandLevels(bins.data(), 512, 48000.0F / 1024.0F, p.value(FreqLow),
+                                            p.value(FreqHigh), dsp::kOwnLevelScale);
+        const auto slot = p.slot();
+        EXPECT_GT(levels[2], 1.0F) << when;
+        EXPECT_EQ(levels, (dsp::BandLevels{slot.state[0], slot.state[1], slot.state[2]})) << when;
+    };
+    play(24, Plugged::kFrames); // ends with a frame
+    play(3, 1);
+    expectLevelsOfPublished("three blocks after a frame");
+    const float before = p.slot().state[2];
+    play(8, Plugged::kFrames);
+    play(3, 1);
+    EXPECT_NE(p.slot().state[2], before) << "another frame";
+    expectLevelsOfPublished("after another frame");
+    p.in.addParamValue(FreqLow, 0.5);
+    play(1, 1);
+    expectLevelsOfPublished("a split has moved, no frame");
+    p.monitor.SetBypassOf(p.id, true);
+    play(1, 1);
+    EXPECT_EQ(p.slot().state[2], 0.0F);
+    p.monitor.SetBypassOf(p.id, false);
+    play(3, 1);
+    expectLevelsOfPublished("back from bypass, no frame");
 }
 
 TEST(Instance, ReportsTheEditorsGesturesInOrderAsFastAsTheHostTakesThem) {

@@ -1,3 +1,4 @@
+#include "shm/SlotFields.h"
 #include "shm/TessellaDuckworkSHM.h"
 #include "tests/shm/RawSegment.h"
 
@@ -89,6 +90,40 @@ TEST_F(AudioCycle, PassesMetersAndSpectrumWithinTheirBounds) {
     peer.Close();
     EXPECT_TRUE(Read(cycle, got.data())) << "an absent peer is no error";
     EXPECT_TRUE(!cycle.audioValid && cycle.remoteId != 0);
+}
+
+TEST_F(AudioCycle, NeitherCopiesNorLocksForWhatTheOtherSideHas) {
+    peer.SetRemoteId(own.MyId());
+    const Three meters{1, 2, 3}, others{1, 2, 4};
+    std::array<float, 1024> sent;
+    sent.fill(0.5F);
+    const auto write = [&](const Three& values, bool bins) {
+        return peer.WriteAudioCycle(values.data(), meters.data(), sent.data(), 1024, bins);
+    };
+    Cycle cycle;
+    EXPECT_TRUE(write(meters, true));
+    EXPECT_TRUE(Read(cycle, got.data()) && cycle.audioValid && cycle.audioNew);
+    std::int64_t second = 0;
+    do { // the heartbeat is news once a second
+        second = shm::Now();
+        EXPECT_TRUE(write(meters, false));
+        const HeldLock held;
+        EXPECT_TRUE(Read(cycle, got.data()) && cycle.audioValid && !cycle.audioNew);
+        EXPECT_TRUE(!write(others, false) && !write(meters, true)) << "busy";
+        EXPECT_TRUE(write(meters, false) || shm::Now() != second);
+        EXPECT_FALSE(Read(cycle, got.data() + 1)) << "another place holds nothing yet";
+    } while (shm::Now() != second);
+
+    sent.fill(0.25F);
+    EXPECT_TRUE(write(meters, true));
+    EXPECT_TRUE(Read(cycle, got.data()) && cycle.audioNew && got[0] == 0.25F);
+    got[0] = 0.0F;
+    own.ForgetPeerSpectrum();
+    EXPECT_TRUE(Read(cycle, got.data()) && cycle.audioNew && got[0] == 0.25F);
+    segment->Put(Slot(1) + kActive, std::uint32_t{0});
+    EXPECT_TRUE(Read(cycle, got.data()) && !cycle.audioValid) << "swept";
+    EXPECT_TRUE(write(meters, false));
+    EXPECT_TRUE(Read(cycle, got.data()) && cycle.audioValid) << "back, though nothing else changed";
 }
 
 } // namespace
