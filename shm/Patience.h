@@ -15,6 +15,8 @@ class Patience {
 public:
     explicit Patience(const std::atomic<bool>& goingOn, int pauses = kLockRetries) noexcept;
     ~Patience();
+    /// It is used up: a lock has not been had.
+    [[nodiscard]] bool IsOver() const noexcept { return pausesLeft <= 0; }
     Patience(const Patience&) = delete;
     Patience& operator=(const Patience&) = delete;
 

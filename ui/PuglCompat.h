@@ -12,6 +12,7 @@ extern "C" {
 }
 
 #ifndef PUGL_NUM_STRING_HINTS // the generation of 2022
+// NOLINTBEGIN(readability-identifier-naming): pugl's own names
 
 inline constexpr PuglEventType PUGL_REALIZE = PUGL_CREATE;
 inline constexpr PuglEventType PUGL_UNREALIZE = PUGL_DESTROY;
@@ -57,4 +58,5 @@ inline PuglStatus puglObscureView(PuglView* view) { return puglPostRedisplay(vie
 /// Maps the view's window without raising it, realising the view first if need be.
 PuglStatus puglShow(PuglView* view, PuglShowCommand command);
 
+// NOLINTEND(readability-identifier-naming)
 #endif

@@ -90,6 +90,7 @@ void TessellaDuckworkUI::runFrames(const InitData& init) {
         const shm::Patience patience(running);
         window.emplace(*plugin, init.parent, ui::SizePx{init.widthPx, init.heightPx});
     }
+    int pauses = shm::kLockRetries;
     auto next = Clock::now();
     while (window->opened() && !window->lost() && running) {
         sleepUntil(next);
@@ -97,8 +98,11 @@ void TessellaDuckworkUI::runFrames(const InitData& init) {
             break;
         bool visible = false;
         {
-            const shm::Patience patience(running);
+            const shm::Patience patience(running, pauses);
             visible = window->frame(meters());
+            // A registry that has been busy for so long is hardly waited for until it is free
+            // again.
+            pauses = patience.IsOver() ? 1 : shm::kLockRetries;
         }
         next += visible ? kFrame : kHiddenFrame;
         if (Clock::now() - next > kMostBehind)

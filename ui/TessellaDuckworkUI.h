@@ -17,6 +17,7 @@ namespace ui {
 struct Meters;
 }
 
+// NOLINTBEGIN(readability-identifier-naming): named as the instance's operations, which call them
 /// Runs a window inside the host's on a thread of its own, 60 frames a second, from Open to Close.
 /// The host's thread never draws and never waits for more than the frame in progress.
 class TessellaDuckworkUI {
@@ -57,3 +58,4 @@ private:
     std::condition_variable wake;
     std::thread thread;
 };
+// NOLINTEND(readability-identifier-naming)
