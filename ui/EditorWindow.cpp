@@ -45,7 +45,7 @@ EditorWindow::EditorWindow(TessellaDuckwork& instance, X11Window::Id parent, Siz
 }
 
 EditorWindow::~EditorWindow() {
-    if (opened())
+    if (opened() && x11->answers())
         releaseKeyboard(); // a dying window must not take the host's keys with it
     destroyView();
 }
@@ -77,7 +77,13 @@ bool EditorWindow::createView(X11Window::Id parent, SizePx initialSize) {
     return puglRealize(view) == PUGL_SUCCESS && puglShow(view, PUGL_SHOW_PASSIVE) == PUGL_SUCCESS;
 }
 
+/// Deliberate: a lost connection's view and world are left where they are. Freeing them makes GL
+/// ask for the window's size, and without an answer it allocates whatever memory that may be.
 void EditorWindow::destroyView() {
+    if (lost()) {
+        x11->abandon();
+        return;
+    }
     if (view != nullptr)
         puglFreeView(view);
     if (world != nullptr) {
@@ -91,10 +97,10 @@ void EditorWindow::destroyView() {
 bool EditorWindow::frame(const Meters& newMeters) {
     meters = newMeters;
     session.pollAndSyncSHM();
-    puglUpdate(world, 0.0);
-    if (lost())
-        return false;
     const X11Window::ParentState parent = x11->parent();
+    if (lost()) // and if so, nothing for GL
+        return false;
+    puglUpdate(world, 0.0);
     const bool visible = parent.visible && !empty(windowSize);
     if (visible)
         puglObscureView(view);

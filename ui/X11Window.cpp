@@ -17,6 +17,13 @@ std::atomic<XIOErrorHandler> sHostHandler = nullptr;
 /// False: the error is dropped and the host's handler never sees it.
 Bool dropError(Display*, XErrorEvent*, xError*) { return False; }
 
+/// The same for one that comes in the place of a reply. GL asks for the size of its window and does
+/// not look whether it gets one: of a window that has gone it is 0 × 0, as Xlib reads the error.
+Bool dropReplyError(Display*, xError* error, XExtCodes*, int* gotReply) {
+    *gotReply = error->majorCode == X_GetGeometry ? 1 : 0;
+    return True;
+}
+
 } // namespace
 
 X11Window::X11Window(void* xDisplay, Id parentWindow)
@@ -25,6 +32,8 @@ X11Window::X11Window(void* xDisplay, Id parentWindow)
     constexpr int kMostErrorCodes = 255;
     for (int code = 1; code <= kMostErrorCodes; ++code)
         XESetWireToError(display, code, dropError);
+    if (const XExtCodes* const own = XAddExtension(display); own != nullptr)
+        XESetError(display, own->extension, dropReplyError);
     XSetIOErrorExitHandler(display, afterBroken, this);
     if (display->lock_fns != nullptr) { // null: an Xlib without threads
         sXlibUnlock = display->lock_fns->unlock_display;
@@ -67,6 +76,16 @@ void X11Window::makeHarmless() {
     display->flags = display->flags & ~static_cast<unsigned long>(XlibDisplayIOError);
     display->bufptr = display->buffer;
     display->bufmax = requestsEnd;
+}
+
+bool X11Window::answers() {
+    XSync(display, False);
+    return !lost();
+}
+
+void X11Window::abandon() {
+    if (display->lock_fns != nullptr)
+        display->lock_fns->unlock_display = sXlibUnlock;
 }
 
 X11Window::ParentState X11Window::parent() const {

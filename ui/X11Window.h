@@ -28,8 +28,12 @@ public:
     X11Window(const X11Window&) = delete;
     X11Window& operator=(const X11Window&) = delete;
 
-    /// The connection is broken: what is left is to close it.
+    /// A call has found the connection broken: what is left is to abandon it.
     [[nodiscard]] bool lost() const { return connectionLost.load(std::memory_order_relaxed); }
+    /// Asks whether it is.
+    [[nodiscard]] bool answers();
+    /// For a connection that will not be closed. Nothing may be done with it afterwards.
+    void abandon();
 
     struct ParentState {
         SizePx size;  ///< pixels; 0 × 0 when the window cannot be asked
