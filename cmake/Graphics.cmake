@@ -12,6 +12,7 @@ endforeach()
 
 find_program(GLAD_COMMAND glad REQUIRED)
 pkg_check_modules(x11 REQUIRED IMPORTED_TARGET x11)
+pkg_check_modules(xext REQUIRED IMPORTED_TARGET xext)
 pkg_check_modules(xcursor REQUIRED IMPORTED_TARGET xcursor)
 pkg_check_modules(gl REQUIRED IMPORTED_TARGET gl)
 pkg_check_modules(fontconfig REQUIRED IMPORTED_TARGET fontconfig)
@@ -45,7 +46,8 @@ td_foreign_library(td_pugl
 target_include_directories(td_pugl SYSTEM PUBLIC "${PUGL_SOURCE_DIR}/include")
 target_compile_definitions(td_pugl
     PUBLIC PUGL_API= PUGL_DISABLE_DEPRECATED PUGL_NO_INCLUDE_GL_H PUGL_NO_INCLUDE_GLU_H
-    PRIVATE HAVE_XCURSOR=1 USE_XCURSOR=1 USE_XRANDR=0 USE_XSYNC=0)
+    PRIVATE HAVE_XCURSOR=1 USE_XCURSOR=1 USE_XRANDR=0 USE_XSYNC=0
+            XSetLocaleModifiers=tdLeaveLocaleModifiers) # see ui/PuglCompat.cpp
 target_link_libraries(td_pugl PUBLIC PkgConfig::x11 PkgConfig::gl PRIVATE PkgConfig::xcursor)
 
 td_foreign_library(td_nanovg

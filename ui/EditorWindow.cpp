@@ -54,10 +54,10 @@ bool EditorWindow::createView(X11Window::Id parent, SizePx initialSize) {
     {
         const InputMethodScope scope;
         world = puglNewWorld(PUGL_MODULE, PUGL_WORLD_THREADS);
+        if (world == nullptr)
+            return false;
+        x11.emplace(puglGetNativeWorld(world), parent);
     }
-    if (world == nullptr)
-        return false;
-    x11.emplace(puglGetNativeWorld(world), parent);
     puglSetWorldString(world, PUGL_CLASS_NAME, "TessellaDuckwork");
     view = puglNewView(world);
     if (view == nullptr)

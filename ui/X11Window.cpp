@@ -3,6 +3,9 @@
 #include <cstdlib>
 #include <string_view>
 
+#include <X11/Xlib.h>
+#include <X11/extensions/XShm.h>
+
 #include <X11/Xlibint.h> // last: its macros min and max break other headers
 
 namespace ui {
@@ -39,6 +42,9 @@ X11Window::X11Window(void* xDisplay, Id parentWindow)
         sXlibUnlock = display->lock_fns->unlock_display;
         display->lock_fns->unlock_display = onUnlock;
     }
+    // Not left to GL's first frame: it enters the connection into lists of the process that have no
+    // lock, and that are damaged when the connection breaks just then.
+    XShmQueryExtension(display);
 }
 
 // When a connection breaks, Xlib calls the one I/O error handler of the process, and only then what
@@ -66,7 +72,9 @@ void X11Window::afterBroken(Display* broken, void*) {
     if (last != onBroken)
         XSetIOErrorHandler(last); // the host has set another meanwhile
     sBreaking.unlock();
-    XUnlockDisplay(broken); // as Xlib has locked it for what it expects to be the last time
+    // Xlib expects no return: it has taken its user's lock, and given up its own.
+    XUnlockDisplay(broken);
+    LockDisplay(broken);
 }
 
 /// What is still called on the connection, by GL in the middle of a frame, has to fail in peace.
@@ -132,18 +140,14 @@ void X11Window::releaseKeyboard() {
 // Xlib appends the user's modifiers to whatever is set: without them it is what the host has set.
 InputMethodScope::InputMethodScope() {
     const char* const now = XSetLocaleModifiers(nullptr);
-    if (now == nullptr)
-        return;
-    modifiers = now;
+    modifiers = now != nullptr ? now : "";
     const char* const variable = std::getenv("XMODIFIERS");
     const std::string_view users = variable != nullptr ? variable : "";
-    if (modifiers->ends_with(users))
-        modifiers->resize(modifiers->size() - users.size());
+    if (modifiers.ends_with(users))
+        modifiers.resize(modifiers.size() - users.size());
+    XSetLocaleModifiers("@im=none");
 }
 
-InputMethodScope::~InputMethodScope() {
-    if (modifiers)
-        XSetLocaleModifiers(modifiers->c_str());
-}
+InputMethodScope::~InputMethodScope() { XSetLocaleModifiers(modifiers.c_str()); }
 
 } // namespace ui

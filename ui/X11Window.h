@@ -6,7 +6,6 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
-#include <optional>
 #include <string>
 
 struct _XDisplay; // NOLINT(bugprone-reserved-identifier): Xlib's own name for its connection
@@ -61,8 +60,10 @@ private:
     std::atomic<bool> connectionLost = false;
 };
 
-/// While it lives, this editor alone opens or closes an input method: Xlib keeps those in lists of
-/// the process, without a lock. Xlib's locale modifiers are left as the host has set them. [ui]
+/// While it lives, this editor alone opens or closes a connection with its input method: Xlib keeps
+/// both in lists of the process that have no lock. The method that opens is Xlib's own; any other
+/// is a process, and when that hangs, so does whoever opens it. Afterwards Xlib's locale modifiers,
+/// which choose the method, are what the host has set. [ui]
 class InputMethodScope {
 public:
     InputMethodScope();
@@ -74,7 +75,7 @@ private:
     static inline std::mutex sInputMethods;
 
     const std::scoped_lock<std::mutex> lock{sInputMethods};
-    std::optional<std::string> modifiers; ///< none: the host has never set them
+    std::string modifiers; ///< the host's
 };
 
 } // namespace ui
