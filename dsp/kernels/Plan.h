@@ -44,8 +44,8 @@ constexpr int rowOf(int k, int length) {
 /// rowOf as a table.
 template <int N>
 struct RowTable {
-    std::int16_t at[kRows<N>];
-    constexpr RowTable() : at{} {
+    std::int16_t at[kRows<N>] = {};
+    constexpr RowTable() {
         for (int k = 0; k < kRows<N>; ++k)
             at[k] = static_cast<std::int16_t>(rowOf(k, kRows<N>));
     }
