@@ -310,7 +310,7 @@ TEST_F(EditorLifetime, GoesOnWhenTheRegistryIsStuck) {
                                std::chrono::milliseconds(std::exchange(atMostMs, 300))));
     }
     std::printf("the host waits %.1f ms for opening, %.1f ms for closing\n", openMs, closeMs);
-    EXPECT_LT(std::max(openMs, closeMs), 100);
+    EXPECT_LT(std::max(openMs, closeMs), 300); // the editor itself waits for 500
     raw::Segment().Put(raw::kMutex, std::array<char, 40>{}); // zero bytes are an unlocked one
     editor.settle();
     editor.hand.click({556, 21});

@@ -218,10 +218,12 @@ void Hand::click(ui::Point at, Button button) {
 }
 
 void Hand::drag(ui::Point from, ui::Point to) {
+    const Place middle = placeOf({0.5F * (from.x + to.x), 0.5F * (from.y + to.y)});
+    const Place end = placeOf(to); // now: the drag itself may change the editor's size
     move(from);
     screen.button(Left, true);
-    move({0.5F * (from.x + to.x), 0.5F * (from.y + to.y)});
-    move(to);
+    screen.pointTo(child, middle.x, middle.y);
+    screen.pointTo(child, end.x, end.y);
     screen.button(Left, false);
 }
 
