@@ -37,4 +37,5 @@ static_assert(sizeof(TDBand) == 20 && offsetof(TDBand, hiHz) == 4 &&
 struct TDInstanceInfo {
     std::uint64_t id = 0;            ///< Its instance id; 0 means no instance.
     char name[shm::kNameBytes] = {}; ///< Its display name, always NUL-terminated.
+    bool operator==(const TDInstanceInfo&) const = default;
 };

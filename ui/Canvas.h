@@ -14,6 +14,7 @@ namespace ui {
 struct Point {
     float x = 0.0F;
     float y = 0.0F;
+    bool operator==(const Point&) const = default;
 };
 
 struct Rect {

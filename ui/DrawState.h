@@ -21,6 +21,7 @@ struct ControlValues {
     float attackMs = 10.0F;
     float releaseMs = 100.0F;
     float makeupDb = 0.0F;
+    bool operator==(const ControlValues&) const = default;
 };
 
 /// The settings and meters of both sides, read once a frame. The defaults are what is shown
@@ -40,6 +41,7 @@ struct DrawState {
     bool ownDuck = true;
     bool peerDuck = true;
     bool paired = false;
+    bool operator==(const DrawState&) const = default;
 };
 
 /// Reads the instance and the registry; null leaves the defaults but the meters. [ui]
@@ -63,6 +65,7 @@ struct Panel {
     Target hover = Target::None;
     Target dragging = Target::None;
     Point pointer; ///< where the pointer last was, canvas units
+    bool operator==(const Panel&) const = default;
 
     /// Whether there is a peer whose side is shown and can be edited. A link to an instance that is
     /// gone is none.

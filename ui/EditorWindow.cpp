@@ -103,10 +103,21 @@ bool EditorWindow::frame(const Meters& newMeters) {
     puglUpdate(world, 0.0);
     const bool visible = parent.visible && !empty(windowSize);
     if (visible)
-        puglObscureView(view);
+        redrawIfChanged();
     if (!session.cornerIsDragged() && !empty(parent.size))
         followParent(parent.size);
     return visible;
+}
+
+/// Most of a frame goes into drawing, which a picture that stands still does not need. The X server
+/// asks by itself for what has been covered or has a new size.
+void EditorWindow::redrawIfChanged() {
+    fillState();
+    if (state == shownState && session.panel() == shownPanel)
+        return;
+    puglObscureView(view);
+    if (x11->answers()) // by then, the event that this has sent has come back
+        puglUpdate(world, 0.0);
 }
 
 /// The host resizes only its own window; the view follows by itself.
@@ -234,6 +245,10 @@ void EditorWindow::showPointer() {
     pointerShape = wanted;
 }
 
+void EditorWindow::fillState() {
+    fillDrawState(state, &plugin, meters.ownLevelDb, meters.peerLevelDb, meters.reductionDb);
+}
+
 SizePx EditorWindow::drawnSize() const {
     const PuglArea area = puglGetSizeHint(view, PUGL_CURRENT_SIZE);
     const double scale = puglGetScaleFactor(view);
@@ -247,11 +262,13 @@ SizePx EditorWindow::drawnSize() const {
 void EditorWindow::draw() {
     if (!graphics.ready())
         return;
-    fillDrawState(state, &plugin, meters.ownLevelDb, meters.peerLevelDb, meters.reductionDb);
+    fillState();
     const SizePx size = drawnSize();
     fit = graphics.beginFrame(size.width, size.height);
     drawUI(graphics.tools(), state, session.panel());
     graphics.endFrame();
+    shownState = state;
+    shownPanel = session.panel();
 }
 
 } // namespace ui

@@ -26,7 +26,8 @@ public:
 
     [[nodiscard]] bool opened() const { return view != nullptr; }
 
-    /// One frame: registry, events, and a redraw if anything can be seen. Says whether it can.
+    /// One frame: registry, events, and a redraw if anything that can be seen has changed. Says
+    /// whether anything can be seen.
     bool frame(const Meters& meters);
     /// The X server is gone or has thrown this client out: no frame is of use any more.
     [[nodiscard]] bool lost() const { return x11 && x11->lost(); }
@@ -47,6 +48,8 @@ private:
     void onKey(const PuglKeyEvent& event);
     void showPointer();
     void draw();
+    void redrawIfChanged();
+    void fillState();
     [[nodiscard]] SizePx drawnSize() const;
 
     void followParent(SizePx parent);
@@ -66,6 +69,8 @@ private:
     PointerShape pointerShape = PointerShape::Arrow;
     Meters meters;
     DrawState state;
+    DrawState shownState; ///< what the window shows
+    Panel shownPanel;
 };
 
 } // namespace ui

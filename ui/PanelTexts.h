@@ -48,6 +48,7 @@ public:
     void end() { active = false; }
     [[nodiscard]] bool editing() const { return active; }
     [[nodiscard]] const char* text() const { return buffer.data(); }
+    bool operator==(const NameEdit&) const = default;
 
 private:
     std::array<char, shm::kNameBytes> buffer{};

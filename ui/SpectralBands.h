@@ -14,12 +14,14 @@ struct SpectralBand {
     bool enabled = true;
     float ratio = 4.0F;       ///< n:1, 1 to 20
     float threshold = -20.0F; ///< dB, -60 to 0
+    bool operator==(const SpectralBand&) const = default;
 };
 
 /// The outer limits of a side's analysis, Hz; they are the outer edges of its bands.
 struct FilterPair {
     float hpHz = 20.0F;    ///< 20 to 1000
     float lpHz = 20000.0F; ///< 1000 to 20000
+    bool operator==(const FilterPair&) const = default;
 };
 
 /// The filters clamped to their ranges; what is no finite number counts as open.
@@ -29,6 +31,7 @@ struct FilterPair {
 struct BandList {
     std::array<SpectralBand, shm::kBandCount> bands{};
     int count = 0;
+    bool operator==(const BandList&) const = default;
 
     [[nodiscard]] SpectralBand& operator[](int index) { return bands[std::size_t(index)]; }
     [[nodiscard]] const SpectralBand& operator[](int index) const {

@@ -286,6 +286,26 @@ TEST_F(EditorLifetime, HasNothingToDoWhileItIsHidden) {
     }
 }
 
+TEST_F(EditorLifetime, DrawsOnlyWhatHasChanged) {
+    OpenEditor editor(*screen, track);
+    editor.settle();
+    const auto framesDrawn = [&](const std::function<void()>& meanwhile) {
+        const int before = support::sFramesDrawn;
+        meanwhile();
+        awaitCleaning();
+        awaitCleaning(); // 60 frames
+        return support::sFramesDrawn - before;
+    };
+    EXPECT_LE(framesDrawn([] {}), 1);
+    EXPECT_GT(framesDrawn([&] { editor.hand.move({158, 540}); }), 0) << "the knob's highlight";
+    EXPECT_GT(framesDrawn([&] { track.set({{Attack, 5.0}}); }), 0);
+    EXPECT_GT(framesDrawn([&] {
+                  track.start(48000.0);
+                  track.play(support::noise(48000, 0.5, 1), 512);
+              }),
+              0);
+}
+
 TEST_F(EditorLifetime, GoesOnWhenTheRegistryIsStuck) {
     const pid_t holder = fork();
     if (holder == 0) {
@@ -310,7 +330,7 @@ TEST_F(EditorLifetime, GoesOnWhenTheRegistryIsStuck) {
                                std::chrono::milliseconds(std::exchange(atMostMs, 300))));
     }
     std::printf("the host waits %.1f ms for opening, %.1f ms for closing\n", openMs, closeMs);
-    EXPECT_LT(std::max(openMs, closeMs), 300); // the editor itself waits for 500
+    EXPECT_LT(std::max(openMs, closeMs), 300);               // the editor itself waits for 500
     raw::Segment().Put(raw::kMutex, std::array<char, 40>{}); // zero bytes are an unlocked one
     editor.settle();
     editor.hand.click({556, 21});

@@ -22,6 +22,7 @@ namespace support {
 
 /// Editors fill no pixels while this is on (NoDrawing.cpp). Before the first editor.
 extern bool sDrawsNothing;
+extern std::atomic<int> sFramesDrawn; ///< while it is on
 
 /// An X server of 1920 × 1200 for this process and its children, and the environment that makes
 /// editors draw the same everywhere: one font, one rasteriser. Before the first editor, and before
