@@ -4,6 +4,8 @@
 #include "tools/common/Text.h"
 #include "tools/registry/Resolve.h"
 
+#include <cstdio>
+#include <string>
 #include <vector>
 
 namespace {
@@ -46,6 +48,28 @@ TEST_F(RegistryToolLive, FindsTheProcessOfASlot) {
     ASSERT_TRUE(handle.Open());
     EXPECT_EQ(shm::FindOwner(handle.MyId()), getpid());
     EXPECT_FALSE(shm::FindOwner(handle.MyId() ^ (std::uint64_t{1} << 46)).has_value());
+}
+
+TEST_F(RegistryToolLive, IsReadByTheExample) {
+    TessellaDuckworkSHM kick;
+    TessellaDuckworkSHM bass;
+    ASSERT_TRUE(kick.Open() && bass.Open());
+    kick.SetDisplayName("Kick");
+    bass.SetDisplayName("Bäss");
+    bass.SetRemoteId(kick.MyId());
+    bass.SetMyBypass(true);
+    bass.PublishDuckSelf(true);
+    const TDBand bands[] = {{}, {.loHz = 200, .hiHz = 5000, .threshDb = -31.5F, .ratio = 2}};
+    kick.WriteBands(bands, 1);
+    bass.WriteBands(bands, 2);
+    std::string printed;
+    FILE* const example = popen("python3 " TD_EXAMPLES "/registry-reader.py 2>&1", "r");
+    for (int c = fgetc(example); c != EOF; c = fgetc(example))
+        printed += static_cast<char>(c);
+    EXPECT_EQ(pclose(example), 0);
+    EXPECT_EQ(printed, "Kick: peer Bäss, keeps its level; 20 to 20000 Hz above -20.0 dB 4.0:1\n"
+                       "Bäss: peer Kick, bypassed, ducks; 20 to 20000 Hz above -20.0 dB 4.0:1; "
+                       "200 to 5000 Hz above -31.5 dB 2.0:1\n");
 }
 
 } // namespace
