@@ -1,9 +1,9 @@
 #pragma once
 
 #include "dsp/Bands.h"
+#include "dsp/Magnitudes.h"
 
 #include <array>
-#include <limits>
 
 namespace dsp {
 
@@ -11,8 +11,7 @@ namespace dsp {
 using BandLevels = std::array<float, kBandCount>;
 
 /// Mean of scale · magnitude per band over the bins 1 .. count − 2; 0 for a band without bins.
-/// A value that is no magnitude (NaN, infinite, negative: the peer's come from foreign memory)
-/// counts as 0, and for 0 ≤ scale ≤ 1 the result is finite. [any]
+/// What is no magnitude counts as 0, and for 0 ≤ scale ≤ 1 the result is finite. [any]
 inline BandLevels bandLevels(const float* magnitude, int count, float binHz, double lowSplitHz,
                              double highSplitHz, float scale) {
     const auto bands =
@@ -20,14 +19,9 @@ inline BandLevels bandLevels(const float* magnitude, int count, float binHz, dou
     BandLevels levels{};
     for (std::size_t band = 0; band < levels.size(); ++band) {
         const auto [begin, end] = bands[band].within({1, count - 1});
-        double sum = 0.0; // a float sum of a thousand huge bins would overflow
-        for (int bin = begin; bin < end; ++bin) {
-            const float value = magnitude[bin];
-            const bool isMagnitude = value >= 0.0F && value <= std::numeric_limits<float>::max();
-            sum += isMagnitude ? value : 0.0F;
-        }
         if (begin < end)
-            levels[band] = static_cast<float>(sum / (end - begin) * scale);
+            levels[band] =
+                static_cast<float>(meanMagnitude(magnitude + begin, end - begin) * scale);
     }
     return levels;
 }

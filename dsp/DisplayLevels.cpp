@@ -1,26 +1,16 @@
 #include "dsp/DisplayLevels.h"
 
 #include "dsp/Bands.h"
+#include "dsp/Magnitudes.h"
 #include "dsp/SampleRate.h"
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace dsp {
 namespace {
 
 constexpr float kNewShare = 0.6F; ///< of a frame's level in the level shown
-
-/// Mean of the values, 0 without any; what is no magnitude counts as 0, so the mean is finite.
-float meanMagnitude(std::span<const float> values) {
-    double sum = 0.0; // a float sum of huge values would overflow
-    for (const float value : values) {
-        const bool isMagnitude = value >= 0.0F && value <= std::numeric_limits<float>::max();
-        sum += isMagnitude ? value : 0.0F;
-    }
-    return values.empty() ? 0.0F : static_cast<float>(sum / static_cast<double>(values.size()));
-}
 
 } // namespace
 
@@ -42,9 +32,11 @@ void DisplayScale::follow(std::span<const float> magnitudes, DisplayLevels& leve
         return;
     }
     for (std::size_t i = 0; i < levels.size(); ++i) {
-        const auto end = std::min(static_cast<std::size_t>(bands[i].hiBin), magnitudes.size());
-        const auto begin = std::min(static_cast<std::size_t>(bands[i].loBin), end);
-        const float level = meanMagnitude(magnitudes.subspan(begin, end - begin)) * scale;
+        const auto [begin, end] = BinRange{bands[i].loBin, bands[i].hiBin}.within(
+            {0, static_cast<int>(magnitudes.size())});
+        const double mean =
+            begin < end ? meanMagnitude(magnitudes.data() + begin, end - begin) : 0.0;
+        const float level = static_cast<float>(mean) * scale;
         const float levelDb = level > kLevelFloor ? toDb(level) : kSilentDisplayDb;
         levels[i] = kNewShare * levelDb + (1.0F - kNewShare) * levels[i];
     }

@@ -53,8 +53,11 @@ inline Complex<T> swapped(Complex<T> a) {
     return {a.im, a.re};
 }
 
+enum class Direction { Forward, Inverse };
+
+/// Plain Fourier transform of four points.
 template <class T>
-[[gnu::always_inline]] inline void dftInPlace(Complex<T> (&x)[4]) {
+[[gnu::always_inline]] inline void dftOfFour(Complex<T> (&x)[4]) {
     const Complex<T> sum02 = x[0] + x[2], difference02 = x[0] - x[2];
     const Complex<T> sum13 = x[1] + x[3], turned13 = timesMinusI(x[1] - x[3]);
     x[0] = sum02 + sum13;
@@ -63,37 +66,35 @@ template <class T>
     x[3] = difference02 - turned13;
 }
 
-template <class T>
-[[gnu::always_inline]] inline void dftInPlace(Complex<T> (&x)[8]) {
-    Complex<T> even[4] = {x[0], x[2], x[4], x[6]};
-    Complex<T> odd[4] = {x[1], x[3], x[5], x[7]};
-    dftInPlace(even);
-    dftInPlace(odd);
-    // Times e^(−2πi·k/8); the eighths of a turn are a sum and a difference, times √½.
-    const T half = broadcastLike(T{}, 0.70710678F);
-    odd[1] = {(odd[1].re + odd[1].im) * half, (odd[1].im - odd[1].re) * half};
-    odd[2] = timesMinusI(odd[2]);
-    odd[3] = {(odd[3].im - odd[3].re) * half, (odd[3].re + odd[3].im) * -half};
-    for (int k = 0; k < 4; ++k) {
-        x[k] = even[k] + odd[k];
-        x[k + 4] = even[k] - odd[k];
-    }
-}
-
-enum class Direction { Forward, Inverse };
-
-/// Plain Fourier transform of R = 4 or 8 points, unnormalised in both directions. The inverse is
-/// the forward transform of the points with re and im swapped, swapped back: names, no work.
-template <Direction kDirection, int R, class T>
-[[gnu::always_inline]] inline void dft(Complex<T> (&x)[R]) {
-    if constexpr (kDirection == Direction::Forward) {
-        dftInPlace(x);
+/// Plain Fourier transform of R = 4 or 8 points, unnormalised in both directions: from in(i) to
+/// out(k, point). Asks for each point as late as it can: eight at once do not fit the registers.
+/// The inverse is the forward transform of the points with re and im swapped, swapped back: names,
+/// no work.
+template <Direction kDirection, int R, class In, class Out>
+[[gnu::always_inline]] inline void dft(const In& in, const Out& out) {
+    constexpr bool kForward = kDirection == Direction::Forward;
+    const auto get = [&](int i) { return kForward ? in(i) : swapped(in(i)); };
+    const auto put = [&](int k, auto point) { out(k, kForward ? point : swapped(point)); };
+    using Point = decltype(in(0));
+    if constexpr (R == 4) {
+        Point x[4] = {get(0), get(1), get(2), get(3)};
+        dftOfFour(x);
+        for (int k = 0; k < 4; ++k)
+            put(k, x[k]);
     } else {
-        for (auto& point : x)
-            point = swapped(point);
-        dftInPlace(x);
-        for (auto& point : x)
-            point = swapped(point);
+        Point even[4] = {get(0), get(2), get(4), get(6)};
+        dftOfFour(even);
+        Point odd[4] = {get(1), get(3), get(5), get(7)};
+        dftOfFour(odd);
+        // Times e^(−2πi·k/8); the eighths of a turn are a sum and a difference, times √½.
+        const auto half = broadcastLike(odd[0].re, 0.70710678F);
+        odd[1] = {(odd[1].re + odd[1].im) * half, (odd[1].im - odd[1].re) * half};
+        odd[2] = timesMinusI(odd[2]);
+        odd[3] = {(odd[3].im - odd[3].re) * half, (odd[3].re + odd[3].im) * -half};
+        for (int k = 0; k < 4; ++k) {
+            put(k, even[k] + odd[k]);
+            put(k + 4, even[k] - odd[k]);
+        }
     }
 }
 

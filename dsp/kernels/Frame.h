@@ -13,22 +13,23 @@ inline int sampleOf(int half, int row) {
     return row * kWidth - half * (N / 2);
 }
 
+/// A row of the frame's samples, windowed.
 template <int N>
-inline void analyse(const PairFrame& frame, Row* rows) {
-    const auto windowedSamples = [&frame](int half, int row) {
-        const int sample = sampleOf<N>(half, row);
-        const Vec window = load(frame.window + row * kWidth);
-        return Row{load((half == 0 ? frame.olderL : frame.newerL) + sample) * window,
-                   load((half == 0 ? frame.olderR : frame.newerR) + sample) * window};
-    };
-    forwardPasses<kRows<N>, kRows<N>>(windowedSamples, rows, sRoots<N>.lanes);
+inline Row windowedRow(const PairFrame& frame, int half, int row) {
+    const int sample = sampleOf<N>(half, row);
+    const Vec window = load(frame.window + row * kWidth);
+    return Row{load((half == 0 ? frame.olderL : frame.newerL) + sample) * window,
+               load((half == 0 ? frame.olderR : frame.newerR) + sample) * window};
 }
 
-/// Adds a row of the frame to the output: the first half overlaps the frame before, the second is
-/// the first to get there.
+/// Windows a row of the frame and adds it to the output: the first half overlaps the frame before,
+/// the second is the first to get there.
 template <int N>
-inline void overlapAdd(const PairFrame& frame, int half, int row, Vec left, Vec right) {
+inline void overlapAdd(const PairFrame& frame, int half, int row, Row value, Vec scaleL,
+                       Vec scaleR) {
     const int sample = sampleOf<N>(half, row);
+    const Vec window = load(frame.window + row * kWidth);
+    const Vec left = value.re * (window * scaleL), right = value.im * (window * scaleR);
     if (half == 0) {
         store(frame.tailL + sample, load(frame.tailL + sample) + left);
         store(frame.tailR + sample, load(frame.tailR + sample) + right);
@@ -39,34 +40,47 @@ inline void overlapAdd(const PairFrame& frame, int half, int row, Vec left, Vec 
 }
 
 template <int N>
-inline void resynthesise(const PairFrame& frame, Row* rows) {
-    const Vec scaleL = broadcast(frame.scaleL / N), scaleR = broadcast(frame.scaleR / N);
-    const auto addWindowed = [&](int half, int row, Row value) {
-        const Vec window = load(frame.window + row * kWidth);
-        overlapAdd<N>(frame, half, row, value.re * (window * scaleL), value.im * (window * scaleR));
-    };
-    inversePasses<kRows<N>, kRows<N>>(rows, addWindowed, sRoots<N>.lanes);
+inline void analyse(const PairFrame& frame, Row* rows) {
+    forwardPasses<kRows<N>>([&](int half, int row) { return windowedRow<N>(frame, half, row); },
+                            rows, sRoots<N>.lanes);
 }
 
-/// What the inverse transform would bring back if all gains are 1: the samples, windowed twice.
 template <int N>
-inline void overlapAddInput(const PairFrame& frame) {
-    for (int half = 0; half < 2; ++half) {
-        const float* const left = half == 0 ? frame.olderL : frame.newerL;
-        const float* const right = half == 0 ? frame.olderR : frame.newerR;
-        for (int row = half * kRows<N> / 2; row < (half + 1) * kRows<N> / 2; ++row) {
-            const int sample = sampleOf<N>(half, row);
-            const Vec window = load(frame.window + row * kWidth);
-            overlapAdd<N>(frame, half, row, load(left + sample) * (window * window * frame.scaleL),
-                          load(right + sample) * (window * window * frame.scaleR));
-        }
-    }
+inline void resynthesise(const PairFrame& frame, Row* rows) {
+    const Vec scaleL = broadcast(frame.scaleL / N), scaleR = broadcast(frame.scaleR / N);
+    inversePasses<kRows<N>>(
+        rows,
+        [&](int half, int row, Row value) {
+            overlapAdd<N>(frame, half, row, value, scaleL, scaleR);
+        },
+        sRoots<N>.lanes);
+}
+
+/// Analyses, and overlap-adds what the inverse transform would bring back if all gains are 1: what
+/// went in.
+template <int N>
+inline void analyseAndPass(const PairFrame& frame, Row* rows) {
+    const Vec scaleL = broadcast(frame.scaleL), scaleR = broadcast(frame.scaleR);
+    forwardPasses<kRows<N>>(
+        [&](int half, int row) {
+            const Row value = windowedRow<N>(frame, half, row);
+            overlapAdd<N>(frame, half, row, value, scaleL, scaleR);
+            return value;
+        },
+        rows, sRoots<N>.lanes);
+}
+
+template <int N>
+inline Row* rowsOf(const PairFrame& frame) {
+    constexpr int kLastRow = rowOf(kRows<N> - 1, kRows<N>);
+    static_assert((kLastRow + 1) * static_cast<int>(sizeof(Row) / sizeof(float)) <= kScratch<N>);
+    return reinterpret_cast<Row*>(frame.work);
 }
 
 /// The whole frame, with the gains applied.
 template <int N>
 void reduceFrame(const PairFrame& frame) {
-    Row* const rows = reinterpret_cast<Row*>(frame.work);
+    Row* const rows = rowsOf<N>(frame);
     analyse<N>(frame, rows);
     treatSpectrum<N, true>(rows, frame);
     resynthesise<N>(frame, rows);
@@ -75,10 +89,9 @@ void reduceFrame(const PairFrame& frame) {
 /// The whole frame if all gains are 1.
 template <int N>
 void passFrame(const PairFrame& frame) {
-    Row* const rows = reinterpret_cast<Row*>(frame.work);
-    analyse<N>(frame, rows);
+    Row* const rows = rowsOf<N>(frame);
+    analyseAndPass<N>(frame, rows);
     treatSpectrum<N, false>(rows, frame);
-    overlapAddInput<N>(frame);
 }
 
 } // namespace

@@ -11,62 +11,61 @@ namespace {
 /// at each use, a quarter of all instructions here.
 struct GainConstants {
     Vec log2[8]; ///< log2(1 + x) = x · (log2[0] + log2[1]·x + …) to 6e-8 for |x| ≤ 1/3
-    Vec exp2[6]; ///< 2^x to 8e-8 of it for |x| ≤ 1/2
-    Vec lowestExponent, rounder, almostOne, infinity;
-    IntVec twoThirds;
+    Vec exp2[8]; ///< 2^x to 3e-8 of it for −0.92 ≤ x ≤ 1.09
+    Vec lowestPower, rounder, almostOne, infinity;
+    BitVec twoThirds;
 };
 GainConstants sGainConstants;
 
 void fillGainConstants() {
     constexpr float kLog2[8] = {1.44269366F,  -0.721347384F, 0.481051171F, -0.360719166F,
                                 0.283988763F, -0.238200648F, 0.255276590F, -0.214317669F};
-    constexpr float kExp2[6] = {1.00000007F,   0.693146967F,   0.240221197F,
-                                0.0555071327F, 0.00967554133F, 0.00132764720F};
+    constexpr float kExp2[8] = {0.999999989F,   0.693147168F,   0.240226844F,    0.0555043437F,
+                                0.00961647352F, 0.00133257795F, 0.000156663233F, 1.59616589e-05F};
     GainConstants& k = sGainConstants;
-    for (int i = 0; i < 8; ++i)
+    for (int i = 0; i < 8; ++i) {
         k.log2[i] = broadcast(kLog2[i]);
-    for (int i = 0; i < 6; ++i)
         k.exp2[i] = broadcast(kExp2[i]);
-    k.lowestExponent = broadcast(-126.0F);
+    }
+    k.lowestPower = broadcast(-124.0F);
     k.rounder = broadcast(12582912.0F); // 1.5 · 2^23: adding it rounds to whole numbers
     k.almostOne = broadcast(1.0F - 5e-7F);
     k.infinity = broadcast(__builtin_inff());
     k.twoThirds = bitsOf(broadcast(0.66666667F));
 }
 
-// Polynomials as trees: their terms do not wait for each other.
-inline Vec polynomial(Vec x, const Vec (&c)[6]) {
-    const Vec x2 = x * x;
-    return (c[0] + c[1] * x) + x2 * ((c[2] + c[3] * x) + x2 * (c[4] + c[5] * x));
-}
+/// As a tree: its terms do not wait for each other.
 inline Vec polynomial(Vec x, const Vec (&c)[8]) {
     const Vec x2 = x * x;
     return ((c[0] + c[1] * x) + x2 * (c[2] + c[3] * x)) +
            (x2 * x2) * ((c[4] + c[5] * x) + x2 * (c[6] + c[7] * x));
 }
 
-/// log2 of a vector as exponent and logarithm of a fraction in [2/3, 4/3). As a single number it
-/// would lose digits that matter for large exponents.
-struct Log2 {
-    Vec exponent, ofFraction;
+/// A power of two, 2^(whole + rest).
+struct PowerOfTwo {
+    Vec rest;
+    BitVec whole; ///< in its low bits
 };
 
-inline Log2 log2Of(Vec x) {
+/// x^power for x ≥ 1 and −1 ≤ power ≤ 0; about 2^-124 where it would be less, and near the end of
+/// what floats can say. With x = 2^exponent · (1 + fraction), 1 + fraction in [2/3, 4/3), the
+/// exponent alone decides what is whole: the logarithm comes too late to wait for, and in a sum
+/// with it would lose digits that matter for large exponents.
+inline PowerOfTwo raised(Vec x, Vec power) {
     const GainConstants& k = sGainConstants;
-    const IntVec exponent = (bitsOf(x) - k.twoThirds) >> 23;
-    const Vec fraction = fromBits(bitsOf(x) - (exponent << 23)) - 1.0F;
-    return {__builtin_convertvector(exponent, Vec), fraction * polynomial(fraction, k.log2)};
+    const IntVec exponentBits = reinterpret_cast<IntVec>(bitsOf(x) - k.twoThirds) >> 23;
+    const Vec fraction =
+        fromBits(bitsOf(x) - (reinterpret_cast<BitVec>(exponentBits) << 23)) - 1.0F;
+    const Vec exponent = larger(power * __builtin_convertvector(exponentBits, Vec), k.lowestPower);
+    const Vec shifted = exponent + k.rounder;
+    const Vec rest =
+        (exponent - (shifted - k.rounder)) + (power * fraction) * polynomial(fraction, k.log2);
+    return {rest, bitsOf(shifted)};
 }
 
-/// 2^(power · log2), at least 2^-126, for −1 ≤ power ≤ 0; relative error below 5e-7 for results
-/// above 1e-4.
-inline Vec exp2Of(Vec power, Log2 log2) {
-    const GainConstants& k = sGainConstants;
-    const Vec product = power * (log2.exponent + log2.ofFraction);
-    const Vec shifted = larger(product, k.lowestExponent) + k.rounder;
-    const Vec whole = shifted - k.rounder;
-    const Vec rest = (power * log2.exponent - whole) + power * log2.ofFraction;
-    return fromBits(bitsOf(polynomial(rest, k.exp2)) + (bitsOf(shifted) << 23));
+/// Relative error below 5e-7 for results above 1e-4.
+inline Vec valueOf(PowerOfTwo number) {
+    return fromBits(bitsOf(polynomial(number.rest, sGainConstants.exp2)) + (number.whole << 23));
 }
 
 /// One step of a vector of gains to a vector of targets.
@@ -110,12 +109,12 @@ bool glideGains(const GainGlide& glide) {
         }
         if (!anyOf(busy))
             continue;
-        Log2 logs[kBlock];
+        PowerOfTwo powers[kBlock];
         for (int i = 0; i < kBlock; ++i)
-            logs[i] = log2Of(over[i]);
+            powers[i] = raised(over[i], load(glide.power + start + i * kWidth));
         Vec reduced[kBlock];
         for (int i = 0; i < kBlock; ++i)
-            reduced[i] = exp2Of(load(glide.power + start + i * kWidth), logs[i]);
+            reduced[i] = valueOf(powers[i]);
         for (int i = 0; i < kBlock; ++i) {
             const int bin = start + i * kWidth;
             const IntVec above = over[i] > one; // false for NaN

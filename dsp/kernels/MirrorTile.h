@@ -20,22 +20,22 @@ inline T meanMagnitude(Complex<T> z, Complex<T> mirrored) {
                                        squareRoot(right.re * right.re + right.im * right.im));
 }
 
+/// Σ of the lanes' points, each times its row of the matrix; in two sums, which do not wait for
+/// each other.
+inline Row product(const Row& points, const Row (&matrix)[kWidth]) {
+    Row byRe{Vec{}, Vec{}}, byIm{Vec{}, Vec{}};
+    for (int lane = 0; lane < kWidth; ++lane) {
+        const Vec re = broadcast(points.re[lane]), im = broadcast(points.im[lane]);
+        byRe = {byRe.re + matrix[lane].re * re, byRe.im + matrix[lane].im * re};
+        byIm = {byIm.re + matrix[lane].im * im, byIm.im + matrix[lane].re * im};
+    }
+    return {byRe.re - byIm.re, byRe.im + byIm.im};
+}
+
 template <class T>
 inline void scale(Complex<T>& z, Complex<T>& mirrored, T gain) {
     z = {z.re * gain, z.im * gain};
     mirrored = {mirrored.re * gain, mirrored.im * gain};
-}
-
-[[gnu::always_inline]] inline void transpose(Row (&rows)[kWidth]) {
-    Vec re[kWidth], im[kWidth];
-    for (int i = 0; i < kWidth; ++i) {
-        re[i] = rows[i].re;
-        im[i] = rows[i].im;
-    }
-    transpose(re);
-    transpose(im);
-    for (int i = 0; i < kWidth; ++i)
-        rows[i] = {re[i], im[i]};
 }
 
 /// Lane j of up[c] is bin M·c + first + j, that of down[c] bin M·c − first − j; modulo N.
@@ -49,18 +49,12 @@ public:
           roots(sRoots<N>.across[index]) {}
 
     [[gnu::always_inline]] void transformForward(const Row* rows) {
-        for (int j = 0; j < kWidth; ++j) {
-            up[j] = rows[upRow(j)];
-            down[j] = rows[downRow(j)];
-        }
-        transpose(up);
-        transpose(down);
-        for (int lane = 1; lane < kWidth; ++lane) {
-            up[lane] = up[lane] * roots[lane];
-            down[lane] = timesConj(down[lane], roots[lane]);
-        }
-        dft<Direction::Forward>(up);
-        dft<Direction::Forward>(down);
+        spectra(
+            rows, [this](int j) { return upRow(j); },
+            [](Row lane, Row root) { return lane * root; }, up);
+        spectra(
+            rows, [this](int j) { return downRow(j); },
+            [](Row lane, Row root) { return timesConj(lane, root); }, down);
     }
 
     /// Every pair of mirrored bins once: its magnitude and, with kReduce, its gain.
@@ -83,21 +77,54 @@ public:
     }
 
     [[gnu::always_inline]] void transformBack(Row* rows) {
-        dft<Direction::Inverse>(up);
-        dft<Direction::Inverse>(down);
-        for (int lane = 1; lane < kWidth; ++lane) {
-            up[lane] = timesConj(up[lane], roots[lane]);
-            down[lane] = down[lane] * roots[lane];
-        }
-        transpose(up);
-        transpose(down);
-        for (int j = 0; j < kWidth; ++j) {
-            rows[upRow(j)] = up[j];
-            rows[downRow(j)] = down[j];
-        }
+        lanes(
+            up, [](Row lane, Row root) { return timesConj(lane, root); },
+            [this](int j) { return upRow(j); }, rows);
+        lanes(
+            down, [](Row lane, Row root) { return lane * root; },
+            [this](int j) { return downRow(j); }, rows);
     }
 
 private:
+    /// The spectra across the lanes of the W rows at place(0), place(1) …, by one half of the tile
+    /// and one part of the numbers after the other: all at once do not fit the registers.
+    template <class Place, class Turn>
+    [[gnu::always_inline]] void spectra(const Row* rows, const Place& place, const Turn& turned,
+                                        Row (&half)[kWidth]) const {
+        Vec re[kWidth], im[kWidth];
+        for (int j = 0; j < kWidth; ++j)
+            re[j] = rows[place(j)].re;
+        transpose(re);
+        for (int j = 0; j < kWidth; ++j)
+            im[j] = rows[place(j)].im;
+        transpose(im);
+        dft<Direction::Forward, kWidth>(
+            [&](int l) {
+                const Row lane{re[l], im[l]};
+                return l == 0 ? lane : turned(lane, roots[l]);
+            },
+            [&](int c, Row value) { half[c] = value; });
+    }
+
+    template <class Place, class Turn>
+    [[gnu::always_inline]] void lanes(const Row (&half)[kWidth], const Turn& turned,
+                                      const Place& place, Row* rows) const {
+        Vec re[kWidth], im[kWidth];
+        dft<Direction::Inverse, kWidth>([&](int c) { return half[c]; },
+                                        [&](int l, Row value) {
+                                            const Row lane =
+                                                l == 0 ? value : turned(value, roots[l]);
+                                            re[l] = lane.re;
+                                            im[l] = lane.im;
+                                        });
+        transpose(re);
+        for (int j = 0; j < kWidth; ++j)
+            rows[place(j)].re = re[j];
+        transpose(im);
+        for (int j = 0; j < kWidth; ++j)
+            rows[place(j)].im = im[j];
+    }
+
     static constexpr int kHalf = kWidth / 2;
 
     [[nodiscard]] int upRow(int j) const { return upAt + kRowOf<N>.at[j]; }
@@ -112,28 +139,21 @@ private:
 };
 
 /// Row M/2, which no tile holds because it is its own mirror image: bin M·c + M/2 is mirrored at
-/// c' = W − 1 − c. A single row, so done in scalars.
+/// c' = W − 1 − c. A single row, so transformed by a matrix, there and back.
 template <int N, bool kReduce>
 inline void treatMiddleRow(Row* rows, const PairFrame& frame) {
-    Row& row = rows[rowOf(kRows<N> / 2, kRows<N>)];
-    const Complex<float>* const roots = sRoots<N>.middle;
-    Complex<float> x[kWidth];
-    for (int lane = 0; lane < kWidth; ++lane)
-        x[lane] = Complex<float>{row.re[lane], row.im[lane]} * roots[lane];
-    dft<Direction::Forward>(x);
-    for (int c = 0; c < kWidth / 2; ++c) {
-        const int bin = kRows<N> * c + kRows<N> / 2;
-        frame.magnitude[bin] = meanMagnitude(x[c], x[kWidth - 1 - c]);
-        if (kReduce)
-            scale(x[c], x[kWidth - 1 - c], frame.gain[bin]);
-    }
-    if (!kReduce)
-        return;
-    dft<Direction::Inverse>(x);
-    for (int lane = 0; lane < kWidth; ++lane) {
-        const Complex<float> value = timesConj(x[lane], roots[lane]);
-        row.re[lane] = value.re;
-        row.im[lane] = value.im;
+    constexpr int kRow = kRows<N> / 2;
+    alignas(sizeof(Vec)) float gains[kWidth], magnitudes[kWidth];
+    for (int c = 0; c < kWidth / 2; ++c)
+        gains[c] = gains[kWidth - 1 - c] = frame.gain[kRows<N> * c + kRow];
+    Row& row = rows[rowOf(kRow, kRows<N>)];
+    const Row spectrum = product(row, sRoots<N>.middle);
+    store(magnitudes, meanMagnitude(spectrum, {reversed(spectrum.re), reversed(spectrum.im)}));
+    for (int c = 0; c < kWidth / 2; ++c)
+        frame.magnitude[kRows<N> * c + kRow] = magnitudes[c];
+    if constexpr (kReduce) {
+        const Vec gain = load(gains);
+        row = product({spectrum.re * gain, spectrum.im * gain}, sRoots<N>.middleBack);
     }
 }
 

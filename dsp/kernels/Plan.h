@@ -27,6 +27,13 @@ constexpr int radixOf(int length) {
     return rest == 1 ? 8 : 4;
 }
 
+/// How many rows the legs of that pass stand apart: a part of the length, and one more where that
+/// would be a multiple of 4 KiB, because then all would compete for one set of the cache.
+constexpr int legDistance(int length) {
+    const int leg = length / radixOf(length);
+    return leg * static_cast<int>(sizeof(Row)) % 4096 == 0 ? leg + 1 : leg;
+}
+
 /// The row in which the passes leave point k of the lane transforms: k's digits in reverse, as a
 /// transform in place does. rowOf(a + b) = rowOf(a) + rowOf(b) where a is a multiple of W and b <
 /// W.
@@ -34,8 +41,8 @@ constexpr int rowOf(int k, int length) {
     int row = 0;
     while (length > 1) {
         const int radix = radixOf(length);
+        row += k % radix * legDistance(length);
         length /= radix;
-        row += k % radix * length;
         k /= radix;
     }
     return row;
@@ -66,12 +73,18 @@ struct alignas(64) Roots {
     /// Of rows k' … k' + W − 1, k' = W·tile, for lane l: e^(−2πi·l·(k' + j)/N) at [tile][l], j in
     /// lanes.
     Row across[kRows<N> / 2 / kWidth][kWidth];
-    /// Row M/2, which is its own mirror image.
-    Complex<float> middle[kWidth];
+    /// Row M/2, which is its own mirror image: from lanes l to c, e^(−2πi·l·(c + 1/2)/W) at [l], c
+    /// in lanes; and back, the conjugate at [c], l in lanes.
+    Row middle[kWidth], middleBack[kWidth];
 };
 
 template <int N>
 Roots<N> sRoots;
+
+inline void setLane(Row& row, int lane, Complex<float> value) {
+    row.re[lane] = value.re;
+    row.im[lane] = value.im;
+}
 
 template <int N>
 void fillRoots() {
@@ -82,13 +95,14 @@ void fillRoots() {
             for (int leg = 1; leg < radixOf(length); ++leg)
                 *next++ = rootOfUnity(p * leg, length);
     for (int k = 0; k < kRows<N> / 2; ++k)
-        for (int lane = 0; lane < kWidth; ++lane) {
-            const Complex<float> root = rootOfUnity(lane * k, N);
-            roots.across[k / kWidth][lane].re[k % kWidth] = root.re;
-            roots.across[k / kWidth][lane].im[k % kWidth] = root.im;
-        }
+        for (int lane = 0; lane < kWidth; ++lane)
+            setLane(roots.across[k / kWidth][lane], k % kWidth, rootOfUnity(lane * k, N));
     for (int lane = 0; lane < kWidth; ++lane)
-        roots.middle[lane] = rootOfUnity(lane * kRows<N> / 2, N);
+        for (int c = 0; c < kWidth; ++c) {
+            const Complex<float> root = rootOfUnity(lane * (2 * c + 1), 2 * kWidth);
+            setLane(roots.middle[lane], c, root);
+            setLane(roots.middleBack[c], lane, conj(root));
+        }
 }
 
 } // namespace

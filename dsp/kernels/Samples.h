@@ -9,14 +9,15 @@ namespace {
 
 /// At this limit the squared magnitude of the largest frame, (2 · 4096 · 1e15)², is below the
 /// greatest float: nothing downstream can become infinite.
-constexpr double kMaxSample = 1e15;
+constexpr float kMaxSample = 1e15F;
 
-/// NaN becomes 0, all else is limited to ±1e15.
+/// NaN becomes 0, all else is limited to ±1e15: as floats, so that all steps are of one width.
 void toFloat(const double* from, float* __restrict to, int n) {
     for (int i = 0; i < n; ++i) {
-        const double sample = from[i] == from[i] ? from[i] : 0.0;
-        const double bounded = sample < kMaxSample ? sample : kMaxSample;
-        to[i] = static_cast<float>(bounded > -kMaxSample ? bounded : -kMaxSample);
+        const auto sample = static_cast<float>(from[i]); // infinite, if too large for a float
+        const float number = sample == sample ? sample : 0.0F;
+        const float bounded = number < kMaxSample ? number : kMaxSample;
+        to[i] = bounded > -kMaxSample ? bounded : -kMaxSample;
     }
 }
 

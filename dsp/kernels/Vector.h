@@ -20,6 +20,7 @@ constexpr int kWidth = TD_KERNEL_WIDTH;
 
 using Vec [[gnu::vector_size(4 * kWidth)]] = float;
 using IntVec [[gnu::vector_size(4 * kWidth)]] = std::int32_t;
+using BitVec [[gnu::vector_size(4 * kWidth)]] = std::uint32_t;
 using UnalignedVec [[gnu::vector_size(4 * kWidth), gnu::aligned(4)]] = float;
 
 inline Vec load(const float* aligned) { return *reinterpret_cast<const Vec*>(aligned); }
@@ -34,11 +35,13 @@ inline Vec broadcastLike(Vec, float value) { return broadcast(value); }
 inline Vec smaller(Vec a, Vec b) { return a < b ? a : b; }
 inline Vec larger(Vec a, Vec b) { return a > b ? a : b; }
 
-/// The bits of the floats as integers, and back.
-inline IntVec bitsOf(Vec value) { return reinterpret_cast<IntVec>(value); }
+/// The bits of the floats as integers, and back. Without sign, so that arithmetic on the bits of
+/// any number, NaN too, only wraps around.
+inline BitVec bitsOf(Vec value) { return reinterpret_cast<BitVec>(value); }
+inline Vec fromBits(BitVec bits) { return reinterpret_cast<Vec>(bits); }
 inline Vec fromBits(IntVec bits) { return reinterpret_cast<Vec>(bits); }
 
-inline Vec absolute(Vec value) { return fromBits(bitsOf(value) & 0x7FFFFFFF); }
+inline Vec absolute(Vec value) { return fromBits(bitsOf(value) & 0x7FFFFFFFU); }
 
 inline float squareRoot(float value) { return __builtin_sqrtf(value); }
 
@@ -72,6 +75,14 @@ inline float sumOfLanes(Vec value) {
 #if TD_KERNEL_WIDTH == 8
 inline Vec reversed(Vec v) { return __builtin_shufflevector(v, v, 7, 6, 5, 4, 3, 2, 1, 0); }
 
+#if defined(TD_KERNEL_INTRINSICS)
+inline Vec lowAndHighHalf(Vec low, Vec high) { return _mm256_blend_ps(low, high, 0xF0); }
+#else
+inline Vec lowAndHighHalf(Vec low, Vec high) {
+    return __builtin_shufflevector(low, high, 0, 1, 2, 3, 12, 13, 14, 15);
+}
+#endif
+
 /// Lane i of vector j becomes lane j of vector i.
 [[gnu::always_inline]] inline void transpose(Vec (&v)[8]) {
     Vec pairs[8], quads[8];
@@ -86,9 +97,12 @@ inline Vec reversed(Vec v) { return __builtin_shufflevector(v, v, 7, 6, 5, 4, 3,
             quads[to] = __builtin_shufflevector(low, high, 0, 1, 8, 9, 4, 5, 12, 13);
             quads[to + 1] = __builtin_shufflevector(low, high, 2, 3, 10, 11, 6, 7, 14, 15);
         }
+    // Shuffles across the halves of a vector are dear, choices between two vectors are cheap.
     for (int i = 0; i < 4; ++i) {
-        v[i] = __builtin_shufflevector(quads[i], quads[i + 4], 0, 1, 2, 3, 8, 9, 10, 11);
-        v[i + 4] = __builtin_shufflevector(quads[i], quads[i + 4], 4, 5, 6, 7, 12, 13, 14, 15);
+        const Vec low = quads[i], high = quads[i + 4];
+        const Vec middle = __builtin_shufflevector(low, high, 4, 5, 6, 7, 8, 9, 10, 11);
+        v[i] = lowAndHighHalf(low, middle);
+        v[i + 4] = lowAndHighHalf(middle, high);
     }
 }
 #else

@@ -17,7 +17,7 @@ void transform(const bench::PairMemory& memory) {
         return kernels::Row{kernels::load(memory.left + row * kWidth),
                             kernels::load(memory.right + row * kWidth)};
     };
-    kernels::forwardPasses<kRows, kRows>(samples, rows, kernels::sRoots<N>.lanes);
+    kernels::forwardPasses<kRows>(samples, rows, kernels::sRoots<N>.lanes);
     for (int index = 0; index < kRows / 2 / kWidth; ++index) {
         kernels::MirrorTile<N> tile(index);
         tile.transformForward(rows);
@@ -32,7 +32,7 @@ void transform(const bench::PairMemory& memory) {
         kernels::store(memory.left + row * kWidth, value.re * scale);
         kernels::store(memory.right + row * kWidth, value.im * scale);
     };
-    kernels::inversePasses<kRows, kRows>(rows, putBack, kernels::sRoots<N>.lanes);
+    kernels::inversePasses<kRows>(rows, putBack, kernels::sRoots<N>.lanes);
 }
 
 template <int N>

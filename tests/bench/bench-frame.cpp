@@ -28,8 +28,8 @@ Contender contender(FrameSetup& setup) {
 /// The transform alone; its output must be its input, whose hash is printed.
 void benchPair(int n, const Contender& twoComplex) {
     struct alignas(64) Memory {
-        std::array<float, 4096> left, right;
-        std::array<float, 8192> work;
+        std::array<float, 4096 + 48> left, right;
+        std::array<float, dsp::kScratch<4096>> work;
         std::array<float, 4096> magnitude, one;
     };
     const auto memory = std::make_unique<Memory>();

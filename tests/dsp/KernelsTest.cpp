@@ -202,6 +202,26 @@ TEST(Kernels, GlideSlowlyWithoutStalling) {
         }
 }
 
+/// At once, with coefficients of 0: gains over the whole range of floats and all powers.
+TEST(Kernels, ReduceAnyExcessByAnyPower) {
+    const dsp::DenormalGuard guard;
+    const double largest = std::numeric_limits<float>::max();
+    for (const dsp::Kernels* set : dsp::usableKernels())
+        for (const double power : {-1.0, -0.9999, -0.75, -0.5, -1e-3, 0.0})
+            for (double excess = 1.0000002; excess <= largest; excess *= 1.013) {
+                alignas(64) std::array<float, 32> peer, inverse, powers, gain{}, carry{};
+                peer.fill(static_cast<float>(excess));
+                inverse.fill(1.0F);
+                powers.fill(static_cast<float>(power));
+                set->glideGains({peer.data(), inverse.data(), powers.data(), gain.data(),
+                                 carry.data(), 0.0F, 0.0F, 32});
+                const double expected = std::pow(double{peer[0]}, double{powers[0]});
+                const double error = expected > 1e-4 ? 5e-7 : 1e-5;
+                ASSERT_NEAR(gain[31], expected, error * expected + 1e-37)
+                    << set->name << ", " << excess << " to the " << power;
+            }
+}
+
 TEST(Kernels, TakeAnySamplesAndAnyLength) {
     for (const dsp::Kernels* set : dsp::usableKernels()) {
         SCOPED_TRACE(set->name);
