@@ -17,6 +17,9 @@ using Sound = std::vector<std::vector<double>>;
 [[nodiscard]] Sound makeBass(double seconds);
 /// A slowly swelling chord of detuned saw-like voices; stereo.
 [[nodiscard]] Sound makePad(double seconds);
+/// Strummed chords without a pause, and single notes above them, each with a pause after it; mono.
+[[nodiscard]] Sound makeRhythmGuitar(double seconds);
+[[nodiscard]] Sound makeLeadGuitar(double seconds);
 
 /// The spoken speaker test of alsa-utils, one announcement after another; mono. Throws
 /// render::Failure when it is not installed.

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <numbers>
+#include <random>
 
 namespace demo {
 namespace {
@@ -58,6 +59,25 @@ void addVoice(std::vector<double>& channel, const Voice& voice, double gain, dou
     }
 }
 
+/// A plucked string as a delay line of noise that is smoothed with each turn (Karplus and Strong).
+/// The noise comes from a fixed sequence: the same sound every time.
+void pluck(std::vector<double>& channel, double hz, double gain, double from, double length) {
+    constexpr double kLoss = 0.997;
+    std::vector<double> string(static_cast<std::size_t>(kSampleRate / hz));
+    std::minstd_rand noise(static_cast<unsigned>(hz + 1000.0 * from) + 1U);
+    for (double& point : string)
+        point = std::uniform_real_distribution<double>(-1.0, 1.0)(noise);
+    const std::size_t first = framesOf(from);
+    const std::size_t end = std::min(channel.size(), first + framesOf(length));
+    for (std::size_t i = first, at = 0; i < end; ++i) {
+        const std::size_t next = at + 1 == string.size() ? 0 : at + 1;
+        const double seconds = static_cast<double>(i - first) / kSampleRate;
+        channel[i] += gain * string[at] * fadeInOut(seconds, length, 0.003);
+        string[at] = kLoss * 0.5 * (string[at] + string[next]);
+        at = next;
+    }
+}
+
 double kickAt(double seconds) {
     // The integral of 48 + 130·e^(−t/30 ms), so that the pitch falls without a jump in phase.
     const double turns = 48.0 * seconds + 130.0 * 0.03 * (1.0 - std::exp(-seconds / 0.03));
@@ -100,6 +120,26 @@ Sound makePad(double seconds) {
             phase += 0.381966; // golden section: no two voices start together
         }
     return sound;
+}
+
+Sound makeRhythmGuitar(double seconds) {
+    constexpr double kStrum = 0.25;
+    constexpr std::array<double, 4> kChordHz{110.0, 164.814, 220.0, 277.183}; // A
+    std::vector<double> channel(framesOf(seconds));
+    for (double from = 0.0; from + 0.1 < seconds; from += kStrum)
+        for (std::size_t i = 0; i < kChordHz.size(); ++i)
+            pluck(channel, kChordHz[i], 0.3, from + 0.008 * static_cast<double>(i), kStrum);
+    return {channel};
+}
+
+Sound makeLeadGuitar(double seconds) {
+    constexpr double kNote = 1.0; // half of it silence
+    constexpr std::array<double, 4> kNotesHz{329.628, 440.0, 391.995, 277.183}; // E A G C#
+    std::vector<double> channel(framesOf(seconds));
+    std::size_t note = 0;
+    for (double from = 0.0; from + 0.1 < seconds; from += kNote, ++note)
+        pluck(channel, kNotesHz[note % kNotesHz.size()], 0.8, from, 0.5);
+    return {channel};
 }
 
 double secondsOf(const Sound& sound) {

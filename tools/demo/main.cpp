@@ -1,4 +1,4 @@
-/// tessella-demo: two pairs of sounds to hear and see the ducking by.
+/// tessella-demo: three pairs of sounds to hear and see the ducking by.
 #include "host/PrivateShm.h"
 #include "tools/demo/Signals.h"
 #include "tools/render/Failure.h"
@@ -48,6 +48,15 @@ const Demo kSpeechOverPad{"speech",
 
 fs::path wav(const fs::path& folder, const std::string& name) { return folder / (name + ".wav"); }
 
+const Demo kTwoGuitars{"lead-guitar",
+                       "rhythm-guitar",
+                       {{"ThreshMid", "-50"},
+                        {"RatioMid", "3"},
+                        {"ThreshHigh", "-55"},
+                        {"RatioHigh", "2"},
+                        {"Attack", "3"},
+                        {"Release", "120"}}};
+
 render::TrackOptions trackOf(const fs::path& folder, const std::string& name, bool duckSelf) {
     render::TrackOptions track;
     track.input = wav(folder, name);
@@ -89,6 +98,9 @@ void runAll(const fs::path& folder, const render::Options& common) {
     demo::save(speech, wav(folder, kSpeechOverPad.priority));
     demo::save(demo::makePad(demo::secondsOf(speech)), wav(folder, kSpeechOverPad.other));
     renderDemo(kSpeechOverPad, folder, common);
+    demo::save(demo::makeLeadGuitar(kBeatSeconds), wav(folder, kTwoGuitars.priority));
+    demo::save(demo::makeRhythmGuitar(kBeatSeconds), wav(folder, kTwoGuitars.other));
+    renderDemo(kTwoGuitars, folder, common);
 }
 
 void run(int argc, char** argv) {
