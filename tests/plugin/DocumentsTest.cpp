@@ -1,10 +1,13 @@
 // What the documents state as numbers is what the code does: layouts, ranges, limits.
+#include "dsp/SpectralProcessor.h"
+#include "plugin/Config.h"
 #include "plugin/StateChunk.h"
 #include "shm/SegmentLayout.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
 #include <map>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -129,6 +132,21 @@ TEST(Documents, GiveTheRangesOfTheParameters) {
             ++found;
         }
     EXPECT_EQ(found, kNumParams);
+}
+
+TEST(Documents, GiveTheDelays) {
+    int found = 0;
+    for (const Row& row : numberedRows("manual.md")) {
+        std::istringstream rates(row[0]);
+        for (std::string rate; std::getline(rates, rate, ','); ++found) {
+            const std::uint32_t size =
+                std::make_unique<dsp::SpectralProcessor>()->reset(std::stod(rate));
+            EXPECT_EQ(std::stoul(row[1]), size) << rate;
+            EXPECT_EQ(std::stoul(row[2]), 2 * size) << rate;
+            EXPECT_EQ(std::stoi(row[3]), iplug::Config{}.latencySamples) << rate;
+        }
+    }
+    EXPECT_EQ(found, 6);
 }
 
 } // namespace
