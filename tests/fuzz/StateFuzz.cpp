@@ -1,66 +1,22 @@
 /// Any bytes as a saved state: loaded, saved, loaded again and played. One instance takes them all,
 /// one after another, as a host that recalls presets does.
-#include "host/AudioBuffers.h"
-#include "host/Instance.h"
 #include "host/PrivateShm.h"
-#include "plugin/TessellaDuckwork.h"
+#include "tests/fuzz/Subject.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
 namespace {
 
-constexpr std::uint32_t kFrames = 64;
-constexpr int kWholeChunk = 366;
+using fuzz::demand;
+using fuzz::Subject;
 
-/// Ends the run with a finding.
-void demand(bool holds, const char* what) {
-    if (holds)
-        return;
-    std::fprintf(stderr, "violated: %s\n", what);
-    std::abort();
-}
+constexpr int kWholeChunk = 366;
 
 iplug::IByteChunk saved(TessellaDuckwork& plug) {
     iplug::IByteChunk chunk;
     demand(plug.SerializeState(chunk), "saving succeeds");
     return chunk;
 }
-
-/// The instance of the whole run, processing, with a registry slot.
-struct Subject {
-    clap_plugin_descriptor_t descriptor{};
-    host::HostCallbacks callbacks;
-    TessellaDuckwork& plug = *MakePlug({.descriptor = &descriptor, .host = callbacks.record()});
-    host::Instance instance{callbacks, plug.clapPlugin()};
-    host::AudioBuffers audio{kFrames};
-
-    Subject() {
-        demand(instance.init() && instance.activate(48000.0, 1, kFrames) &&
-                   instance.startProcessing(),
-               "the plug-in starts");
-        for (std::uint32_t i = 0; i < kFrames; ++i)
-            audio.input().set(i % 2, i, i % 3 == 0 ? 0.5 : -0.25);
-    }
-
-    void checkParameters() const {
-        for (int index = 0; index < kNumParams; ++index) {
-            const iplug::IParam& param = plug.GetParam(index);
-            const double value = param.Value(); // NaN fails both comparisons
-            demand(value >= param.Spec().min && value <= param.Spec().max, param.Spec().name);
-        }
-    }
-
-    void playBlock() {
-        instance.process(audio, kFrames);
-        for (std::uint32_t channel = 0; channel < 2; ++channel)
-            for (std::uint32_t i = 0; i < kFrames; ++i)
-                demand(std::isfinite(audio.output().get(channel, i)), "the output is finite");
-    }
-};
 
 Subject& subject() {
     static Subject only;

@@ -1,0 +1,160 @@
+/// A hostile registry: any bytes in any field but the lock, seen by all who read them: blocks, the
+/// editor's poll, saves. Between them the user goes on, with any gesture anywhere.
+#include "host/PrivateShm.h"
+#include "shm/SegmentLayout.h"
+#include "tests/fuzz/Subject.h"
+#include "ui/EditorSession.h"
+
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <algorithm>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using fuzz::demand;
+using shm::kSegmentBytes;
+
+constexpr std::size_t kLockBegin = 8, kLockEnd = 48;
+
+class NoWindow final : public ui::SessionWindow {
+    void grabKeyboard() override {}
+    void releaseKeyboard() override {}
+    [[nodiscard]] ui::SizePx size() const override { return {960, 600}; }
+    void resize(ui::SizePx) override {}
+};
+
+/// The bytes of the registry that stands now; every run begins with the ones of the first.
+class Bytes {
+public:
+    Bytes() {
+        const int file = shm_open(shm::kSegmentName, O_RDWR | O_CLOEXEC, 0);
+        demand(file >= 0, "there is a registry");
+        base = static_cast<unsigned char*>(
+            mmap(nullptr, kSegmentBytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
+        close(file);
+        static const std::vector<unsigned char> first(base, base + kSegmentBytes);
+        std::copy(first.begin(), first.begin() + kLockBegin, base);
+        std::copy(first.begin() + kLockEnd, first.end(), base + kLockEnd);
+    }
+    ~Bytes() { munmap(base, kSegmentBytes); }
+    Bytes(const Bytes&) = delete;
+    Bytes& operator=(const Bytes&) = delete;
+
+    void poke(FuzzedDataProvider& bytes) {
+        const auto slot = bytes.ConsumeIntegralInRange<std::size_t>(0, 2);
+        const auto field = bytes.ConsumeIntegralInRange<std::size_t>(0, 1400);
+        for (std::size_t at = 56 + 5376 * slot + field;
+             const unsigned char byte : bytes.ConsumeBytes<unsigned char>(8))
+            if (const std::size_t here = at++; here >= kLockEnd && here < kSegmentBytes)
+                base[here] = byte;
+    }
+
+private:
+    unsigned char* base;
+};
+
+struct Studio {
+    fuzz::Subject own, peer;
+    NoWindow window;
+    ui::EditorSession session{own.plug, window};
+    Studio() {
+        session.initBands();
+        session.pollAndSyncSHM();
+        for (const ui::Point at : {ui::Point{148, 264}, ui::Point{148, 289}}) // list, first entry
+            session.press({at, at.x, ui::EditorSession::Button::Primary, at.y});
+        session.pollAndSyncSHM();
+        demand(session.panel().selectedPeer != 0, "they are paired");
+    }
+};
+
+void checkBands(const ui::BandList& list) {
+    demand(list.count >= 0 && list.count <= 3, "up to three bands");
+    for (int i = 0; i < list.count; ++i) {
+        const ui::SpectralBand& band = list[i]; // NaN fails all of it
+        demand(band.lo >= 20 && band.lo <= 20000 && band.hi >= 20 && band.hi <= 20000,
+               "edges lie on the axis");
+        demand(band.ratio >= 1 && band.ratio <= 20 && band.threshold >= -60 && band.threshold <= 0,
+               "handles lie in the panel");
+    }
+}
+
+void checkPanel(const ui::Panel& panel) {
+    checkBands(panel.localBands);
+    checkBands(panel.remoteBands);
+    for (const auto& levels : {panel.localLevels, panel.remoteLevels})
+        for (const float level : levels)
+            demand(std::isfinite(level), "levels are numbers");
+    demand(panel.instances.size() < 16, "at most fifteen others");
+    for (const auto& entry : panel.instances)
+        demand(std::find(std::begin(entry.name), std::end(entry.name), '\0') !=
+                   std::end(entry.name),
+               "names have an end");
+}
+
+void gesture(ui::EditorSession& session, FuzzedDataProvider& bytes) {
+    const ui::Point at{static_cast<float>(bytes.ConsumeIntegralInRange(-10, 970)),
+                       static_cast<float>(bytes.ConsumeIntegralInRange(-10, 610))};
+    const auto button = static_cast<ui::EditorSession::Button>(bytes.ConsumeIntegralInRange(0, 2));
+    switch (bytes.ConsumeIntegralInRange(0, 5)) {
+    case 0:
+        session.press({at, at.x, button, 0.1 * bytes.ConsumeIntegralInRange(0, 100)});
+        break;
+    case 1:
+        session.move(at, at.x, bytes.ConsumeBool());
+        break;
+    case 2:
+        session.release();
+        break;
+    case 3:
+        session.scroll(at, bytes.ConsumeBool() ? 1.0 : -1.0);
+        break;
+    case 4:
+        session.text(bytes.ConsumeRandomLengthString(8).c_str());
+        break;
+    default:
+        bytes.ConsumeBool() ? session.commitName() : session.eraseCharacter();
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+    demand(host::enterPrivateShm(), "a private /dev/shm is to be had");
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static Studio& studio = *new Studio; // as long as the process
+    Bytes registry;
+    FuzzedDataProvider bytes(data, size);
+    for (int steps = 0; bytes.remaining_bytes() > 0 && steps < 64; ++steps)
+        switch (bytes.ConsumeIntegralInRange(0, 5)) {
+        case 0:
+        case 1:
+            registry.poke(bytes);
+            break;
+        case 2:
+            studio.own.playBlock();
+            studio.peer.playBlock();
+            break;
+        case 3: {
+            iplug::IByteChunk chunk;
+            demand(studio.own.plug.SerializeState(chunk) && chunk.Size() == 366, "it saves");
+            break;
+        }
+        case 4:
+            studio.session.pollAndSyncSHM();
+            checkPanel(studio.session.panel());
+            break;
+        default:
+            gesture(studio.session, bytes);
+        }
+    studio.own.playBlock();
+    studio.own.checkParameters();
+    studio.peer.checkParameters();
+    return 0;
+}

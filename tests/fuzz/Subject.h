@@ -1,0 +1,57 @@
+/// The instance that a fuzz target works on, and what it demands of it.
+#pragma once
+
+#include "host/AudioBuffers.h"
+#include "host/Instance.h"
+#include "plugin/TessellaDuckwork.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+namespace fuzz {
+
+constexpr std::uint32_t kFrames = 64;
+
+/// Ends the run with a finding.
+inline void demand(bool holds, const char* what) {
+    if (holds)
+        return;
+    std::fprintf(stderr, "violated: %s\n", what);
+    std::abort();
+}
+
+/// Processing, with a registry slot if there is one.
+struct Subject {
+    clap_plugin_descriptor_t descriptor{};
+    host::HostCallbacks callbacks;
+    TessellaDuckwork& plug = *MakePlug({.descriptor = &descriptor, .host = callbacks.record()});
+    host::Instance instance{callbacks, plug.clapPlugin()};
+    host::AudioBuffers audio{kFrames};
+
+    Subject() {
+        demand(instance.init() && instance.activate(48000.0, 1, kFrames) &&
+                   instance.startProcessing(),
+               "the plug-in starts");
+        for (std::uint32_t i = 0; i < kFrames; ++i)
+            audio.input().set(i % 2, i, i % 3 == 0 ? 0.5 : -0.25);
+    }
+
+    void checkParameters() const {
+        for (int index = 0; index < kNumParams; ++index) {
+            const iplug::IParam& param = plug.GetParam(index);
+            const double value = param.Value(); // NaN fails both comparisons
+            demand(value >= param.Spec().min && value <= param.Spec().max, param.Spec().name);
+        }
+    }
+
+    void playBlock() {
+        instance.process(audio, kFrames);
+        for (std::uint32_t channel = 0; channel < 2; ++channel)
+            for (std::uint32_t i = 0; i < kFrames; ++i)
+                demand(std::isfinite(audio.output().get(channel, i)), "the output is finite");
+    }
+};
+
+} // namespace fuzz
