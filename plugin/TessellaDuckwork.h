@@ -197,6 +197,7 @@ private:
     void UpdateEnvelope();
     void PublishControls();
     void TryPublishControls();
+    void TryPublishLeftOver();
     void OnActivate(bool becomesActive) override;
     void FlushBands();
     bool FlushHpLp();
@@ -208,8 +209,9 @@ private:
     // State
     [[nodiscard]] state::Head HeadForState() const;
     void TakeHead(const state::Reading& reading);
+    void TakeName(const std::array<char, shm::kNameBytes>& name);
     void TakeShadow(const state::Reading& reading);
-    [[nodiscard]] std::array<TDBand, dsp::kBandCount> BandsToPublish(int count);
+    [[nodiscard]] std::array<TDBand, dsp::kBandCount> BandsToPublish(int count) const;
     void Republish();
 
     // One block, in this order
@@ -271,6 +273,21 @@ private:
     /// The controls have changed here, but the registry was busy: to be published with a later
     /// block, and not to be overwritten from the registry before. [any]
     dsp::Relaxed<bool> controlsUnpublished = false;
+    /// What of the own slot, besides the controls, the registry has not got yet, because it was
+    /// busy.
+    enum Unpublished : unsigned { Name = 1, BandSet = 2, Filters = 4, Priority = 8 };
+    /// The same as a set: published with a later block, and not overwritten from the registry
+    /// before. Changes while applyGate is closed or passed. [any]
+    std::atomic<unsigned> unpublished = 0;
+    void NotePublished(Unpublished what, bool done) {
+        if (done)
+            unpublished.fetch_and(~unsigned{what}, std::memory_order_relaxed); // the gate orders
+        else
+            unpublished.fetch_or(what, std::memory_order_relaxed);
+    }
+    [[nodiscard]] bool IsUnpublished(Unpublished what) const {
+        return (unpublished.load(std::memory_order_relaxed) & what) != 0;
+    }
     /// Parameters that hold stand-in values, a bit each, because the registry was busy while
     /// their group had changed. The host is not told of those. [audio]
     std::uint32_t standIns = 0;

@@ -24,22 +24,26 @@ std::uint64_t TessellaDuckwork::PublishBands(const std::array<TDBand, dsp::kBand
         edgesHz[2 * band] = bands[band].loHz;
         edgesHz[2 * band + 1] = bands[band].hiHz;
     }
+    const AudioGate::Closed closed(applyGate);
     activeBandCount = count;
     SetPersistedBandFreqs(edgesHz.data());
 
     std::uint64_t seq = 0;
     WithRegistry([&] { seq = shm.WriteBands(bands.data(), count); });
     RecordOwnWrite(lastBandsSeq, seenBandsSeq, seq);
+    NotePublished(BandSet, seq != 0);
     return seq;
 }
 
 void TessellaDuckwork::PublishHpLp() {
     const AudioGate::Closed closed(applyGate);
-    WithRegistry([this] {
-        RecordOwnWrite(lastHpLpSeq, seenHpLpSeq,
-                       shm.WriteHpLp(static_cast<float>(GetParam(HP).Value()),
-                                     static_cast<float>(GetParam(LP).Value())));
+    std::uint64_t seq = 0;
+    WithRegistry([&] {
+        seq = shm.WriteHpLp(static_cast<float>(GetParam(HP).Value()),
+                            static_cast<float>(GetParam(LP).Value()));
     });
+    RecordOwnWrite(lastHpLpSeq, seenHpLpSeq, seq);
+    NotePublished(Filters, seq != 0);
 }
 
 // Only what differs is written: a write with every frame would run over an edit of the peer that
@@ -74,5 +78,7 @@ void TessellaDuckwork::TellHost(std::initializer_list<int> params) {
 void TessellaDuckwork::SetDuckSelf(bool on) {
     const AudioGate::Closed closed(applyGate);
     duckSelf = on;
-    WithRegistry([&] { shm.PublishDuckSelf(on); });
+    bool done = false;
+    WithRegistry([&] { done = shm.PublishDuckSelf(on); });
+    NotePublished(Priority, done);
 }

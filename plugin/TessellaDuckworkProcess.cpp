@@ -46,6 +46,8 @@ void TessellaDuckwork::ProcessBlock(const double* const* inputs, double* const* 
 /// the changes wait for a later block.
 TessellaDuckwork::BlockInput TessellaDuckwork::TakeRegistryChanges() {
     const AudioGate::Pass pass(applyGate);
+    if (pass)
+        TryPublishLeftOver();
     const BlockInput input = ReadRegistry();
     if (pass)
         ApplyRegistryChanges(input);
@@ -68,11 +70,11 @@ TessellaDuckwork::BlockInput TessellaDuckwork::ReadRegistry() {
 /// group stands at its defaults, with counter 0, until the next block reads it again.
 void TessellaDuckwork::ApplyRegistryChanges(const BlockInput& input) {
     const auto& cycle = input.cycle;
-    if (!cycle.bypass)
+    if (!cycle.bypass && !IsUnpublished(Priority))
         duckSelf = cycle.duckSelf;
-    if (cycle.bandsChanged && cycle.bandCount > 0)
+    if (cycle.bandsChanged && cycle.bandCount > 0 && !IsUnpublished(BandSet))
         ApplyBands(cycle);
-    if (cycle.hpLpChanged) {
+    if (cycle.hpLpChanged && !IsUnpublished(Filters)) {
         TakeCounter(lastHpLpSeq, seenHpLpSeq, cycle.hpLpSeq, input.complete);
         SetFromRegistry(HP, cycle.hpHz, input.complete);
         SetFromRegistry(LP, cycle.lpHz, input.complete);

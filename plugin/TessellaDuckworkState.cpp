@@ -1,9 +1,15 @@
 #include "plugin/TessellaDuckwork.h"
 
+#include "shm/Patience.h"
+
 #include <algorithm>
 #include <cmath>
 
 namespace {
+
+/// A state is loaded or saved with at most one patient wait for the registry, not one for each part
+/// of it: what cannot be published then is published later.
+const std::atomic<bool> kGoingOn = true;
 
 /// Splits that come from no real band set are not worth more than those of the parameters.
 bool usableEdges(float loHz, float hiHz) {
@@ -30,7 +36,10 @@ void copyFlags(const From& from, To& to) {
 } // namespace
 
 bool TessellaDuckwork::SerializeState(iplug::IByteChunk& chunk) {
-    FlushSHMToParams();
+    {
+        const shm::Patience once(kGoingOn);
+        FlushSHMToParams();
+    }
     state::ParamValues params;
     for (int index = 0; index < kNumParams; ++index)
         params[std::size_t(index)] = GetParam(index).Value();
@@ -65,6 +74,7 @@ state::Head TessellaDuckwork::HeadForState() const {
 int TessellaDuckwork::UnserializeState(const iplug::IByteChunk& chunk, int start) {
     // The state is taken whole: no block's registry edit comes in between.
     const AudioGate::Closed closed(applyGate);
+    const shm::Patience once(kGoingOn);
     const state::Reading reading = state::read(chunk, start);
     TakeHead(reading);
     for (int index = 0; index < reading.paramCount; ++index)
@@ -77,11 +87,18 @@ int TessellaDuckwork::UnserializeState(const iplug::IByteChunk& chunk, int start
     if (reading.size)
         OnParentWindowResize(static_cast<int>(reading.size->editorWidthPx),
                              static_cast<int>(reading.size->editorHeightPx));
-    if (reading.duckSelf) {
-        WithRegistry([&] { shm.PublishDuckSelf(*reading.duckSelf); });
-        duckSelf = *reading.duckSelf;
-    }
+    if (reading.duckSelf)
+        SetDuckSelf(*reading.duckSelf);
     return reading.result;
+}
+
+void TessellaDuckwork::TakeName(const std::array<char, shm::kNameBytes>& name) {
+    {
+        const std::scoped_lock lock(persistedMutex);
+        instanceName = name;
+    }
+    NotePublished(Name, false);
+    WithRegistry([&] { NotePublished(Name, shm.SetDisplayName(name.data())); });
 }
 
 /// Takes the fields that the chunk has; those it lacks keep their values.
@@ -91,7 +108,7 @@ void TessellaDuckwork::TakeHead(const state::Reading& reading) {
     if (taken > state::InstanceName && head.instanceName[0] != '\0') {
         auto name = head.instanceName;
         name.back() = '\0';
-        SetInstanceName(name.data());
+        TakeName(name);
     }
     if (taken <= state::ActiveBandCount)
         activeBandCount = 1;
@@ -141,10 +158,10 @@ void TessellaDuckwork::TakeShadow(const state::Reading& reading) {
 }
 
 /// The bands with their remembered edges, or with the parameters' splits when those are unusable.
-std::array<TDBand, dsp::kBandCount> TessellaDuckwork::BandsToPublish(int count) {
+/// The caller holds persistedMutex.
+std::array<TDBand, dsp::kBandCount> TessellaDuckwork::BandsToPublish(int count) const {
     const std::array<double, 4> splits = {20.0, count == 1 ? 20000.0 : Mirror(FreqLow),
                                           count == 2 ? 20000.0 : Mirror(FreqHigh), 20000.0};
-    const std::scoped_lock lock(persistedMutex);
     const auto& edges = persistedBandFreqs;
     bool usable = true;
     for (std::size_t band = 0; band < std::size_t(count); ++band)
@@ -160,17 +177,27 @@ std::array<TDBand, dsp::kBandCount> TessellaDuckwork::BandsToPublish(int count) 
     return bands;
 }
 
-/// Writes all settings into the own slot, where the peer and the editors find them.
+/// Writes all settings into the own slot, where the peer and the editors find them. What a busy
+/// registry does not take is left to a later block.
 void TessellaDuckwork::Republish() {
     if (!shm.Opened())
         return;
     const int count = activeBandCount;
-    const auto bands = BandsToPublish(count);
+    std::array<TDBand, dsp::kBandCount> bands;
+    {
+        const std::scoped_lock lock(persistedMutex);
+        bands = BandsToPublish(count);
+    }
+    NotePublished(BandSet, false);
+    NotePublished(Filters, false);
     WithRegistry([&] {
-        RecordOwnWrite(lastBandsSeq, seenBandsSeq, shm.WriteBands(bands.data(), count));
-        RecordOwnWrite(
-            lastHpLpSeq, seenHpLpSeq,
-            shm.WriteHpLp(static_cast<float>(Mirror(HP)), static_cast<float>(Mirror(LP))));
+        const auto bandsSeq = shm.WriteBands(bands.data(), count);
+        RecordOwnWrite(lastBandsSeq, seenBandsSeq, bandsSeq);
+        NotePublished(BandSet, bandsSeq != 0);
+        const auto hpLpSeq =
+            shm.WriteHpLp(static_cast<float>(Mirror(HP)), static_cast<float>(Mirror(LP)));
+        RecordOwnWrite(lastHpLpSeq, seenHpLpSeq, hpLpSeq);
+        NotePublished(Filters, hpLpSeq != 0);
     });
     PublishControls();
 }

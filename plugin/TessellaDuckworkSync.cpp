@@ -17,16 +17,21 @@ void TessellaDuckwork::UpdateEnvelope() { processor.setTimes(Mirror(Attack), Mir
 
 /// Writes the controls into the own slot. When the registry is busy, or on the audio thread is not
 /// to be had at once, the write is left to a later block: until then the registry's old values
-/// must not come back over the new ones.
+/// must not come back over the new ones. What has been waited for in vain is not waited for again.
 void TessellaDuckwork::PublishControls() {
     if (!shm.Opened())
         return;
+    const bool waitedBefore = controlsUnpublished;
     controlsUnpublished = true;
     if (OnAudioThread()) {
         TryPublishControls();
         return;
     }
     const AudioGate::Closed closed(applyGate);
+    if (waitedBefore) {
+        TryPublishControls();
+        return;
+    }
     const auto seq =
         shm.WriteControls(static_cast<float>(Mirror(Attack)), static_cast<float>(Mirror(Release)),
                           static_cast<float>(Mirror(Makeup)));
@@ -51,6 +56,34 @@ void TessellaDuckwork::TryPublishControls() {
     });
 }
 
+/// One try to publish what else is left to publish, as it is now. applyGate is closed or passed.
+void TessellaDuckwork::TryPublishLeftOver() {
+    if (unpublished.load(std::memory_order_relaxed) == 0 || !shm.Opened())
+        return;
+    const std::unique_lock lock(persistedMutex, std::try_to_lock);
+    if (!lock)
+        return;
+    WithRegistry([this] {
+        if (IsUnpublished(Name))
+            NotePublished(Name, shm.TrySetDisplayName(instanceName.data()));
+        if (IsUnpublished(BandSet)) {
+            const int count = activeBandCount;
+            const auto seq = shm.TryWriteBands(BandsToPublish(count).data(), count).value_or(0);
+            RecordOwnWrite(lastBandsSeq, seenBandsSeq, seq);
+            NotePublished(BandSet, seq != 0);
+        }
+        if (IsUnpublished(Filters)) {
+            const auto seq =
+                shm.TryWriteHpLp(static_cast<float>(Mirror(HP)), static_cast<float>(Mirror(LP)))
+                    .value_or(0);
+            RecordOwnWrite(lastHpLpSeq, seenHpLpSeq, seq);
+            NotePublished(Filters, seq != 0);
+        }
+        if (IsUnpublished(Priority))
+            NotePublished(Priority, shm.TryPublishDuckSelf(duckSelf));
+    });
+}
+
 /// What the peer's side has set while no block was running is taken before the parameters are
 /// announced: announcing publishes the controls, which would undo it.
 void TessellaDuckwork::OnActivate(bool becomesActive) {
@@ -68,6 +101,7 @@ void TessellaDuckwork::FlushSHMToParams() {
     if (!shm.Opened())
         return;
     const AudioGate::Closed closed(applyGate);
+    TryPublishLeftOver();
     WithRegistry([this] {
         FlushBands();
         FlushHpLp();
@@ -76,6 +110,8 @@ void TessellaDuckwork::FlushSHMToParams() {
 }
 
 void TessellaDuckwork::FlushBands() {
+    if (IsUnpublished(BandSet))
+        return;
     std::array<TDBand, dsp::kBandCount> bands{};
     int count = 0;
     const std::uint64_t seq = shm.ReadOwnBands(bands.data(), count, dsp::kBandCount);
@@ -101,6 +137,8 @@ void TessellaDuckwork::FlushBands() {
 
 /// True when the filters have changed.
 bool TessellaDuckwork::FlushHpLp() {
+    if (IsUnpublished(Filters))
+        return false;
     float hpHz = 0.0F;
     float lpHz = 0.0F;
     const std::uint64_t seq = shm.ReadOwnHpLp(hpHz, lpHz);

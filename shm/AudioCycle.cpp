@@ -1,4 +1,3 @@
-#include "shm/LockedSlot.h"
 #include "shm/TessellaDuckworkSHM.h"
 
 #include <algorithm>
@@ -35,68 +34,82 @@ void CopyChanged(const RegistrySlot& slot, TessellaDuckworkSHM::TDAudioReadCycle
 
 bool TessellaDuckworkSHM::WriteAudioCycle(const float* state, const float* gainReduction,
                                           const float* bins, int n, bool writeBins) {
-    if (!OpenSegment())
+    const SegmentUse segment(source);
+    if (!segment)
         return false;
-    RegistrySlot& slot = OwnSlot();
+    const RegistrySlot& seen = segment->slots[SlotIndex()];
     const std::int64_t now = Now();
     const bool hasBins = writeBins && bins && n > 0;
     PublishedMeters meters;
     std::copy_n(state, meters.state.size(), meters.state.begin());
     std::copy_n(gainReduction, meters.gainReduction.size(), meters.gainReduction.begin());
-    if (!hasBins && published == meters && IsActive(slot) && IsAlive(slot, now, 0))
+    if (!hasBins && published == meters && OwnerOf(seen) == myId && IsActive(seen) &&
+        IsAlive(seen, now, 0))
         return true;
-    const TryLock lock(header);
-    if (!lock)
+    const auto own = LockOwn<TryLock>();
+    if (!own)
         return false;
-    slot.state = meters.state;
-    slot.gainReduction = meters.gainReduction;
-    // Deliberate: unlike Touch this does not ask whose slot it is. A slot swept while its audio
-    // thread was merely starved comes back with the next block. Relaxed: read one by one.
-    slot.heartbeat.store(now, std::memory_order_relaxed);
-    slot.active.store(1, std::memory_order_relaxed);
+    own->state = meters.state;
+    own->gainReduction = meters.gainReduction;
+    // A slot swept while its audio thread was merely starved comes back with the next block.
+    // Relaxed: read one by one.
+    own->heartbeat.store(now, std::memory_order_relaxed);
+    own->active.store(1, std::memory_order_relaxed);
     published = meters;
     if (hasBins) {
-        std::copy_n(bins, std::min(n, kAudioBinCount), slot.audioBins.begin());
-        Step(slot.audioBinsSeq);
+        std::copy_n(bins, std::min(n, kAudioBinCount), own->audioBins.begin());
+        Step(own->audioBinsSeq);
     }
     return true;
 }
 
-/// Whether a copy would change nothing. No lock: whatever becomes of the peer's slot, its mark goes
-/// or its counter starts again at 0.
-bool TessellaDuckworkSHM::HoldsSpectrum(const float* peerBins, int n) const {
-    return held.slot && held.peerId == remoteId.load(std::memory_order_relaxed) &&
-           held.where == peerBins && held.count == n && IsActive(*held.slot) &&
-           held.seq == LoadSeq(held.slot->audioBinsSeq);
+/// Whether a copy would change nothing. No lock: whatever becomes of the peer's slot, its mark or
+/// its owner goes, or its counter starts again at 0.
+bool TessellaDuckworkSHM::HoldsSpectrum(const RegistrySegment& segment, const float* peerBins,
+                                        int n) const {
+    const RegistrySlot& slot = segment.slots[held.slot];
+    return held.peerId != 0 && held.peerId == remoteId.load(std::memory_order_relaxed) &&
+           held.where == peerBins && held.count == n && OwnerOf(slot) == held.peerId &&
+           IsActive(slot) && held.seq == LoadSeq(slot.audioBinsSeq);
 }
 
 bool TessellaDuckworkSHM::ReadAudioCycle(std::uint64_t lastBandsSeq, std::uint64_t lastHpLpSeq,
                                          std::uint64_t lastControlsSeq, TDAudioReadCycle& cycle,
                                          float* peerBins, int n) {
-    if (!OpenSegment())
+    const SegmentUse segment(source);
+    if (!segment)
         return false;
-    const RegistrySlot& slot = OwnSlot();
+    const RegistrySlot& slot = segment->slots[SlotIndex()];
+    if (OwnerOf(slot) != myId) {
+        // What another instance has put there is not meant for this one.
+        cycle.bypass = cachedBypass.load(std::memory_order_relaxed);
+        return false;
+    }
     ReadUnlocked(slot, lastBandsSeq, lastHpLpSeq, lastControlsSeq, cycle);
-    remoteId.store(cycle.remoteId, std::memory_order_relaxed); // read alone
+    cachedBypass.store(cycle.bypass, std::memory_order_relaxed); // these two are read alone
+    remoteId.store(cycle.remoteId, std::memory_order_relaxed);
     cycle.audioValid = cycle.audioNew = false;
     const bool wantsAudio = peerBins && cycle.remoteId != 0;
-    const bool holdsAudio = wantsAudio && HoldsSpectrum(peerBins, n);
-    if (!cycle.bandsChanged && !cycle.hpLpChanged && !cycle.controlsChanged &&
-        wantsAudio == holdsAudio) {
+    const bool holdsAudio = wantsAudio && HoldsSpectrum(*segment, peerBins, n);
+    const bool changed = cycle.bandsChanged || cycle.hpLpChanged || cycle.controlsChanged;
+    if (!changed && wantsAudio == holdsAudio) {
         cycle.audioValid = holdsAudio;
         return true;
     }
 
-    const TryLock lock(header);
-    if (!lock)
+    const auto own = LockOwn<TryLock>();
+    if (!own)
         return false;
-    CopyChanged(slot, cycle);
-    const RegistrySlot* peer = wantsAudio ? FindSlot(*header, cycle.remoteId) : nullptr;
+    CopyChanged(*own, cycle);
+    if (changed)
+        Remember(*own);
+    const RegistrySlot* peer = wantsAudio ? FindSlot(own.Segment(), cycle.remoteId) : nullptr;
     if (wantsAudio)
         held = {};
     if (peer) {
         LoadAudioBins(*peer, peerBins, n);
-        held = {peer, cycle.remoteId, LoadSeq(peer->audioBinsSeq), peerBins, n};
+        held = {static_cast<std::size_t>(peer - own.Segment().slots.data()), cycle.remoteId,
+                LoadSeq(peer->audioBinsSeq), peerBins, n};
         cycle.audioValid = cycle.audioNew = true;
     }
     return true;

@@ -1,94 +1,118 @@
-#include "shm/LockedSlot.h"
 #include "shm/TessellaDuckworkSHM.h"
 
 #include <algorithm>
 
 using namespace shm;
 
-void TessellaDuckworkSHM::SetDisplayName(const char* name) {
-    const PatientLock lock(OpenSegment());
-    if (lock)
-        StoreName(OwnSlot(), name);
+namespace {
+
+// Changes of the own slot, the same for a patient and for a trying lock.
+auto Naming(const char* name) {
+    return [=](RegistrySlot& own) {
+        StoreName(own, name);
+        return true;
+    };
+}
+auto WritingBands(const TDBand* bands, int n) {
+    return [=](RegistrySlot& own) { return StoreBands(own, bands, n); };
+}
+auto WritingHpLp(float hpHz, float lpHz) {
+    return [=](RegistrySlot& own) { return StoreHpLp(own, hpHz, lpHz); };
+}
+auto WritingControls(float attackMs, float releaseMs, float makeupDb) {
+    return [=](RegistrySlot& own) { return StoreControls(own, attackMs, releaseMs, makeupDb); };
+}
+auto SettingFlag(std::atomic<std::uint8_t> RegistrySlot::*flag, bool on) {
+    return [=](RegistrySlot& own) {
+        StoreFlag(own.*flag, on);
+        return true;
+    };
+}
+
+} // namespace
+
+bool TessellaDuckworkSHM::SetDisplayName(const char* name) {
+    return ChangeOwn<PatientLock>(Naming(name)).has_value();
+}
+
+bool TessellaDuckworkSHM::TrySetDisplayName(const char* name) {
+    return ChangeOwn<TryLock>(Naming(name)).has_value();
 }
 
 std::uint64_t TessellaDuckworkSHM::WriteBands(const TDBand* bands, int n) {
-    const PatientLock lock(OpenSegment());
-    return lock ? StoreBands(OwnSlot(), bands, n) : 0;
+    return ChangeOwn<PatientLock>(WritingBands(bands, n)).value_or(0);
+}
+
+std::optional<std::uint64_t> TessellaDuckworkSHM::TryWriteBands(const TDBand* bands, int n) {
+    return opened ? ChangeOwn<TryLock>(WritingBands(bands, n)) : 0;
 }
 
 std::uint64_t TessellaDuckworkSHM::WriteHpLp(float hpHz, float lpHz) {
-    const PatientLock lock(OpenSegment());
-    return lock ? StoreHpLp(OwnSlot(), hpHz, lpHz) : 0;
+    return ChangeOwn<PatientLock>(WritingHpLp(hpHz, lpHz)).value_or(0);
+}
+
+std::optional<std::uint64_t> TessellaDuckworkSHM::TryWriteHpLp(float hpHz, float lpHz) {
+    return opened ? ChangeOwn<TryLock>(WritingHpLp(hpHz, lpHz)) : 0;
 }
 
 std::uint64_t TessellaDuckworkSHM::WriteControls(float attackMs, float releaseMs, float makeupDb) {
-    const PatientLock lock(OpenSegment());
-    return lock ? StoreControls(OwnSlot(), attackMs, releaseMs, makeupDb) : 0;
+    return ChangeOwn<PatientLock>(WritingControls(attackMs, releaseMs, makeupDb)).value_or(0);
 }
 
 std::optional<std::uint64_t> TessellaDuckworkSHM::TryWriteControls(float attackMs, float releaseMs,
                                                                    float makeupDb) {
-    if (!OpenSegment())
-        return 0;
-    const TryLock lock(OpenSegment());
-    if (!lock)
-        return std::nullopt;
-    return StoreControls(OwnSlot(), attackMs, releaseMs, makeupDb);
+    return opened ? ChangeOwn<TryLock>(WritingControls(attackMs, releaseMs, makeupDb)) : 0;
 }
 
 void TessellaDuckworkSHM::WriteState(const float* state) {
-    const TryLock lock(OpenSegment());
-    if (!lock)
+    const auto own = LockOwn<TryLock>();
+    if (!own)
         return;
-    std::copy_n(state, OwnSlot().state.size(), OwnSlot().state.begin());
-    OwnSlot().heartbeat.exchange(Now(), std::memory_order_relaxed); // read alone
+    std::copy_n(state, own->state.size(), own->state.begin());
+    own->heartbeat.exchange(Now(), std::memory_order_relaxed); // read alone
 }
 
 void TessellaDuckworkSHM::WriteBins(const float* bins, int n) {
-    const PatientLock lock(OpenSegment());
-    if (lock)
-        std::copy_n(bins, std::clamp(n, 0, kDisplayBinCount), OwnSlot().displayBins.begin());
+    if (const auto own = LockOwn<PatientLock>())
+        std::copy_n(bins, std::clamp(n, 0, kDisplayBinCount), own->displayBins.begin());
 }
 
-void TessellaDuckworkSHM::PublishDuckSelf(bool on) {
-    const PatientLock lock(OpenSegment());
-    if (lock)
-        StoreFlag(OwnSlot().duckSelf, on);
+bool TessellaDuckworkSHM::PublishDuckSelf(bool on) {
+    return ChangeOwn<PatientLock>(SettingFlag(&RegistrySlot::duckSelf, on)).has_value();
+}
+
+bool TessellaDuckworkSHM::TryPublishDuckSelf(bool on) {
+    return ChangeOwn<TryLock>(SettingFlag(&RegistrySlot::duckSelf, on)).has_value();
 }
 
 void TessellaDuckworkSHM::SetMyLatency(int samples) {
-    const PatientLock lock(OpenSegment());
-    if (lock)
-        OwnSlot().latencySamples = samples;
+    ChangeOwn<PatientLock>([=](RegistrySlot& own) { return own.latencySamples = samples; });
 }
 
 void TessellaDuckworkSHM::SetMyBypass(bool on) {
-    const PatientLock lock(OpenSegment());
-    if (lock)
-        StoreFlag(OwnSlot().bypass, on);
+    ChangeOwn<PatientLock>(SettingFlag(&RegistrySlot::bypass, on));
 }
 
 bool TessellaDuckworkSHM::ReadMyBypass() {
-    if (!OpenSegment())
+    if (!opened)
         return false;
     // Relaxed: a flag by itself, whichever thread read it last.
-    const TryLock lock(OpenSegment());
-    if (lock)
-        cachedBypass.store(LoadFlag(OwnSlot().bypass), std::memory_order_relaxed);
+    if (const auto own = LockOwn<TryLock>())
+        cachedBypass.store(LoadFlag(own->bypass), std::memory_order_relaxed);
     return cachedBypass.load(std::memory_order_relaxed);
 }
 
 std::uint64_t TessellaDuckworkSHM::ReadOwnBands(TDBand* out, int& count, int max) const {
     count = 0;
-    const PatientLock lock(OpenSegment());
-    return lock ? LoadBands(OwnSlot(), out, count, max) : 0;
+    const auto own = LockOwn<PatientLock>();
+    return own ? LoadBands(*own, out, count, max) : 0;
 }
 
 std::uint64_t TessellaDuckworkSHM::ReadOwnHpLp(float& hpHz, float& lpHz) const {
     hpHz = kDefaultHpHz;
     lpHz = kDefaultLpHz;
-    const PatientLock lock(OpenSegment());
-    return lock ? LoadHpLp(OwnSlot(), hpHz, lpHz) : 0;
+    const auto own = LockOwn<PatientLock>();
+    return own ? LoadHpLp(*own, hpHz, lpHz) : 0;
 }
 
 std::uint64_t TessellaDuckworkSHM::ReadOwnControls(float& attackMs, float& releaseMs,
@@ -96,6 +120,6 @@ std::uint64_t TessellaDuckworkSHM::ReadOwnControls(float& attackMs, float& relea
     attackMs = kDefaultAttackMs;
     releaseMs = kDefaultReleaseMs;
     makeupDb = kDefaultMakeupDb;
-    const PatientLock lock(OpenSegment());
-    return lock ? LoadControls(OwnSlot(), attackMs, releaseMs, makeupDb) : 0;
+    const auto own = LockOwn<PatientLock>();
+    return own ? LoadControls(*own, attackMs, releaseMs, makeupDb) : 0;
 }

@@ -13,7 +13,7 @@ void Repoint(RegistrySegment& segment, RegistrySlot& slot, std::uint64_t slotId,
     if (former == 0 || former == newPeer)
         return;
     for (RegistrySlot& other : segment.slots)
-        if (IsActive(other) && other.instanceId == former &&
+        if (IsActive(other) && OwnerOf(other) == former &&
             other.remoteId.load(std::memory_order_relaxed) == slotId)
             other.remoteId.exchange(0, std::memory_order_relaxed);
 }

@@ -4,13 +4,10 @@
 #include "shm/Pairing.h"
 
 #include <algorithm>
-#include <boost/interprocess/shared_memory_object.hpp>
 #include <chrono>
 #include <exception>
+#include <system_error>
 #include <thread>
-#include <utility>
-
-namespace bip = boost::interprocess;
 
 namespace shm {
 namespace {
@@ -19,18 +16,17 @@ constexpr int kReadTries = 5;
 constexpr std::chrono::milliseconds kReadPause{2};
 
 /// The mapped registry; throws when it is absent, not permitted in this mode or of another size.
-bip::mapped_region Map(bip::mode_t mode) {
-    const bip::shared_memory_object object(bip::open_only, kSegmentName, mode);
-    bip::offset_t size = 0;
-    if (!object.get_size(size) || size != static_cast<bip::offset_t>(kSegmentBytes))
-        throw bip::interprocess_exception("not a registry of this layout");
-    return {object, mode, 0, kSegmentBytes};
+GuardedMapping Map(SegmentObject::Access access) {
+    const auto object = SegmentObject::OpenExisting(access);
+    if (!object || object.Size() != kSegmentBytes)
+        throw std::system_error(std::make_error_code(std::errc::no_such_file_or_directory));
+    return {object, access};
 }
 
 SlotSnapshot Copy(const RegistrySlot& slot, int index) {
     SlotSnapshot copy;
     copy.index = index;
-    copy.id = slot.instanceId;
+    copy.id = OwnerOf(slot);
     copy.remoteId = slot.remoteId.load(std::memory_order_relaxed);
     LoadName(slot, copy.name);
     copy.active = IsActive(slot);
@@ -56,17 +52,20 @@ void CopyAll(const RegistrySegment& segment, std::vector<SlotSnapshot>& out) {
 
 bool RegistryMonitor::Attach() noexcept {
     segment = nullptr;
-    for (const bip::mode_t mode : {bip::read_write, bip::read_only}) {
+    writing.Lead(nullptr);
+    using enum SegmentObject::Access;
+    for (const SegmentObject::Access access : {ReadWrite, Read}) {
         try {
-            region = Map(mode);
+            mapping = Map(access);
         } catch (const std::exception&) {
             continue;
         }
-        auto& mapped = *static_cast<RegistrySegment*>(region.get_address());
+        auto& mapped = *static_cast<RegistrySegment*>(mapping.Address());
         if (!IsReady(mapped))
             return false;
         segment = &mapped;
-        writable = mode == bip::read_write;
+        writable = access == ReadWrite;
+        writing.Lead(writable ? segment : nullptr);
         return true;
     }
     return false;
@@ -90,7 +89,7 @@ bool RegistryMonitor::ReadSlots(std::vector<SlotSnapshot>& out) const {
 }
 
 bool RegistryMonitor::Pair(std::uint64_t idA, std::uint64_t idB) {
-    const LockedSlot<PatientLock> slot(WritableSegment(), idA);
+    const LockedSlot<PatientLock> slot(writing, idA);
     if (!slot || idA == idB || !FindSlot(*segment, idB))
         return false;
     LinkSlot(*segment, *slot, idA, idB);
@@ -98,46 +97,46 @@ bool RegistryMonitor::Pair(std::uint64_t idA, std::uint64_t idB) {
 }
 
 bool RegistryMonitor::Unpair(std::uint64_t id) {
-    const LockedSlot<PatientLock> slot(WritableSegment(), id);
+    const LockedSlot<PatientLock> slot(writing, id);
     if (slot)
         LinkSlot(*segment, *slot, id, 0);
     return static_cast<bool>(slot);
 }
 
 bool RegistryMonitor::Rename(std::uint64_t id, const char* name) {
-    const LockedSlot<PatientLock> slot(WritableSegment(), id);
+    const LockedSlot<PatientLock> slot(writing, id);
     if (slot)
         StoreName(*slot, name);
     return static_cast<bool>(slot);
 }
 
 bool RegistryMonitor::SetBypassOf(std::uint64_t id, bool on) {
-    const LockedSlot<PatientLock> slot(WritableSegment(), id);
+    const LockedSlot<PatientLock> slot(writing, id);
     if (slot)
         StoreFlag(slot->bypass, on);
     return static_cast<bool>(slot);
 }
 
 bool RegistryMonitor::SetDuckSelfOf(std::uint64_t id, bool on) {
-    const LockedSlot<PatientLock> slot(WritableSegment(), id);
+    const LockedSlot<PatientLock> slot(writing, id);
     if (slot)
         StoreFlag(slot->duckSelf, on);
     return static_cast<bool>(slot);
 }
 
 std::uint64_t RegistryMonitor::WriteBandsOf(std::uint64_t id, const TDBand* bands, int n) {
-    const LockedSlot<PatientLock> slot(WritableSegment(), id);
+    const LockedSlot<PatientLock> slot(writing, id);
     return slot ? StoreBands(*slot, bands, n) : 0;
 }
 
 std::uint64_t RegistryMonitor::WriteHpLpOf(std::uint64_t id, float hpHz, float lpHz) {
-    const LockedSlot<PatientLock> slot(WritableSegment(), id);
+    const LockedSlot<PatientLock> slot(writing, id);
     return slot ? StoreHpLp(*slot, hpHz, lpHz) : 0;
 }
 
 std::uint64_t RegistryMonitor::WriteControlsOf(std::uint64_t id, float attackMs, float releaseMs,
                                                float makeupDb) {
-    const LockedSlot<PatientLock> slot(WritableSegment(), id);
+    const LockedSlot<PatientLock> slot(writing, id);
     return slot ? StoreControls(*slot, attackMs, releaseMs, makeupDb) : 0;
 }
 

@@ -1,10 +1,10 @@
 /// A look at the live registry from outside, for tools and tests: it never claims a slot.
 #pragma once
 
-#include "shm/SegmentLayout.h"
+#include "shm/GuardedMapping.h"
+#include "shm/SegmentSource.h"
 #include "shm/TDRecords.h"
 
-#include <boost/interprocess/mapped_region.hpp>
 #include <cstdint>
 #include <vector>
 
@@ -64,10 +64,9 @@ public:
                                   float makeupDb);
 
 private:
-    RegistrySegment* WritableSegment() const { return writable ? segment : nullptr; }
-
-    boost::interprocess::mapped_region region;
+    GuardedMapping mapping;
     RegistrySegment* segment = nullptr;
+    SegmentSource writing; ///< The same, if it is writable.
     bool writable = false;
 };
 

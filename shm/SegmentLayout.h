@@ -30,8 +30,8 @@ using Padding = std::array<std::byte, n>;
 /// What one instance publishes. The owner and its peer both write the settings groups; each group
 /// has a counter that every write steps, so that either sees the other's edits.
 struct RegistrySlot {
-    std::uint64_t instanceId;            ///< Owner: (pid << 32) XOR address of its handle.
-    std::atomic<std::uint64_t> remoteId; ///< The peer's instanceId; 0 = unpaired.
+    std::atomic<std::uint64_t> instanceId; ///< Owner: (pid << 32) XOR address of its handle.
+    std::atomic<std::uint64_t> remoteId;   ///< The peer's instanceId; 0 = unpaired.
     std::array<char, kNameBytes> displayName;
     std::atomic<std::uint8_t> active; ///< Bit 0: slot in use.
     Padding<3> afterActive;

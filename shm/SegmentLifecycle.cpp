@@ -1,113 +1,19 @@
 #include "shm/LockedSlot.h"
+#include "shm/Patience.h"
 #include "shm/TessellaDuckworkSHM.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <chrono>
-#include <cstring>
 #include <exception>
-#include <fcntl.h>
+#include <limits>
 #include <mutex>
-#include <pthread.h>
-#include <thread>
 #include <unistd.h>
+#include <utility>
 
 using namespace shm;
-namespace bip = boost::interprocess;
 
 namespace {
 
-constexpr int kReadyChecks = 100;
-constexpr std::chrono::milliseconds kReadyPause{10};
-
-/// Lets one Open at a time run in this process.
+/// Lets one thread at a time in this process join the registry.
 std::mutex sInitMutex;
-
-/// Creates the object at its full size; throws when it exists.
-bip::shared_memory_object Create() {
-    bip::shared_memory_object object(bip::create_only, kSegmentName, bip::read_write,
-                                     bip::permissions(0644)); // exact, whatever the umask
-    object.truncate(kSegmentBytes);
-    // A full /dev/shm must fail here, not kill the host at the first store to the mapping.
-    int error = 0;
-    do
-        error = posix_fallocate(object.get_mapping_handle().handle, 0, kSegmentBytes);
-    while (error == EINTR);
-    if (error != 0)
-        throw bip::interprocess_exception(bip::error_info(error));
-    return object;
-}
-
-/// Whether an existing object is, or within 1 s becomes, a registry of this layout.
-bool BecomesReady(const bip::shared_memory_object& object) {
-    bip::offset_t size = 0;
-    if (!object.get_size(size))
-        throw bip::interprocess_exception("the registry's size cannot be read");
-    if (size != static_cast<bip::offset_t>(kSegmentBytes))
-        return false;
-    const bip::mapped_region probe(object, bip::read_only, 0, kSegmentBytes);
-    const auto& segment = *static_cast<const RegistrySegment*>(probe.get_address());
-    for (int check = 0; check < kReadyChecks; ++check) {
-        if (IsReady(segment))
-            return true;
-        std::this_thread::sleep_for(kReadyPause);
-    }
-    return false;
-}
-
-/// Opens the registry object, replacing one that nobody can use. True when it is newly created
-/// and so must be initialised; throws when the system refuses.
-bool CreateOrJoin(bip::shared_memory_object& object) {
-    try {
-        object = Create();
-        return true;
-    } catch (const bip::interprocess_exception& refusal) {
-        if (refusal.get_error_code() != bip::already_exists_error)
-            throw;
-    }
-    object = bip::shared_memory_object(bip::open_only, kSegmentName, bip::read_write);
-    if (BecomesReady(object))
-        return false;
-    object = bip::shared_memory_object();
-    bip::shared_memory_object::remove(kSegmentName);
-    object = Create();
-    return true;
-}
-
-/// Makes the lock. Not left to boost's constructor: its newer versions make a robust mutex, which
-/// builds with older ones do not expect in the segment.
-void InitialiseMutex(bip::interprocess_mutex& mutex) {
-    pthread_mutexattr_t attributes;
-    pthread_mutexattr_init(&attributes);
-    pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
-    pthread_mutex_init(reinterpret_cast<pthread_mutex_t*>(&mutex), &attributes);
-    pthread_mutexattr_destroy(&attributes);
-}
-
-/// Makes an empty registry of a new object, to which nobody else writes yet.
-void Initialise(void* bytes) {
-    std::memset(bytes, 0, kSegmentBytes);
-    auto& segment = *static_cast<RegistrySegment*>(bytes);
-    segment.version = kLayoutVersion;
-    InitialiseMutex(segment.mutex);
-    // Release: whoever sees the magic word sees all of the above.
-    segment.magic.store(kMagic, std::memory_order_release);
-}
-
-/// Whether the existing object may be removed: too short, or a registry without a live slot.
-bool IsStale(const bip::shared_memory_object& object, int maxAgeSeconds) {
-    bip::offset_t size = 0;
-    if (!object.get_size(size) || size < static_cast<bip::offset_t>(kSegmentBytes))
-        return true;
-    const bip::mapped_region region(object, bip::read_only, 0, kSegmentBytes);
-    const auto& segment = *static_cast<const RegistrySegment*>(region.get_address());
-    if (segment.magic.load(std::memory_order_acquire) != kMagic)
-        return false; // perhaps being initialised: Open waits for it
-    const std::int64_t now = Now();
-    return std::ranges::none_of(segment.slots, [now, maxAgeSeconds](const RegistrySlot& slot) {
-        return IsActive(slot) && IsAlive(slot, now, maxAgeSeconds);
-    });
-}
 
 } // namespace
 
@@ -118,53 +24,107 @@ bool TessellaDuckworkSHM::Open() {
     const std::lock_guard guard(sInitMutex);
     ForceCleanIfStale(kAliveSeconds);
     try {
-        JoinSegment();
-        opened = ClaimSlot();
+        myId =
+            (static_cast<std::uint64_t>(getpid()) << 32) ^ reinterpret_cast<std::uintptr_t>(this);
+        memory = {.displayName = {"TessellaDuckwork"}};
+        MoveTo(JoinRegistry(myId, memory, Arrival::Start));
+        opened = true;
     } catch (const std::exception&) {
-        opened = false;
-    }
-    if (!opened)
         ResetMembers();
+    }
     return opened;
 }
 
 void TessellaDuckworkSHM::Close() noexcept {
     try {
-        const PatientLock lock(OpenSegment());
-        if (lock)
-            OwnSlot().active.exchange(0, std::memory_order_relaxed); // the lock publishes
+        if (const auto own = LockOwn<PatientLock>())
+            own->active.exchange(0, std::memory_order_relaxed); // the lock publishes
     } catch (const std::exception&) {
         // The slot stays marked active until its heartbeat is too old.
     }
     ResetMembers();
 }
 
-void TessellaDuckworkSHM::Touch() {
-    const TryLock lock(OpenSegment());
-    if (lock && OwnSlot().instanceId == myId)
-        Revive(OwnSlot());
+void TessellaDuckworkSHM::Touch() noexcept {
+    if (!opened)
+        return;
+    if (source.IsIdle())
+        retired.clear();
+    const bool alive = ShowLife() || HoldsSlot(Now() - kAliveSeconds); // or the lock is merely busy
+    if (!alive || !IsAtHome())
+        ComeBack();
+}
+
+/// False when the slot cannot be had, also for a lock that is broken and not only busy.
+bool TessellaDuckworkSHM::ShowLife() noexcept try {
+    const auto own = LockOwn<TryLock>();
+    if (!own)
+        return false;
+    Revive(*own);
+    Remember(*own);
+    return true;
+} catch (const std::exception&) {
+    return false;
+}
+
+/// Whether newcomers find the segment of this handle under the registry's name.
+bool TessellaDuckworkSHM::IsAtHome() const noexcept try {
+    return IsReady(*SegmentUse(source)) && object.IsNamed();
+} catch (const std::exception&) {
+    return false;
+}
+
+/// Claims another slot when the own one, or the segment that it lies in, is lost: swept while this
+/// process stood still, removed, emptied, or locked for good by a process that died. A segment in
+/// use that cannot be joined is left alone, and so is this handle, until a later heartbeat.
+void TessellaDuckworkSHM::ComeBack() noexcept try {
+    const std::unique_lock guard(sInitMutex, std::try_to_lock);
+    if (!guard)
+        return;
+    // Long enough for anybody but a dead or stopped process; the owner may be about to close.
+    static const std::atomic<bool> kGoingOn = true;
+    const Patience brief(kGoingOn, 5);
+    ForceCleanIfStale(kAliveSeconds);
+    constexpr std::int64_t kEver = std::numeric_limits<std::int64_t>::min();
+    if (HoldsSlot(kEver) && IsAtHome())
+        return; // the lock is lost, but not for everybody's ten seconds yet
+    Membership next = JoinRegistry(myId, Remembered(), Arrival::WhileRunning);
+    if (const auto left = LockOwn<TryLock>())
+        left->active.exchange(0, std::memory_order_relaxed); // the lock publishes
+    MoveTo(std::move(next));
+} catch (const std::exception&) {
+    // Later, perhaps.
+}
+
+/// Whether the slot is still this instance's and has shown life since then.
+bool TessellaDuckworkSHM::HoldsSlot(std::int64_t since) const {
+    const SegmentUse segment(source);
+    const RegistrySlot& slot = segment->slots[SlotIndex()];
+    return OwnerOf(slot) == myId && IsAlive(slot, since, 0);
 }
 
 void TessellaDuckworkSHM::CleanDead() {
     const std::int64_t now = Now();
-    const PatientLock lock(OpenSegment());
+    const SegmentUse segment(source);
+    const PatientLock lock(segment.Get());
     if (!lock)
         return;
-    header->slotHighWater = 0;
+    segment->slotHighWater = 0;
     for (std::int32_t i = 0; i < kSlotCount; ++i) {
-        RegistrySlot& slot = header->slots[static_cast<std::size_t>(i)];
-        if (slot.instanceId != myId && IsActive(slot) && !IsAlive(slot, now, kAliveSeconds))
+        RegistrySlot& slot = segment->slots[static_cast<std::size_t>(i)];
+        if (OwnerOf(slot) != myId && IsActive(slot) && !IsAlive(slot, now, kAliveSeconds))
             slot.active.exchange(0, std::memory_order_relaxed); // the lock publishes
         if (IsActive(slot))
-            header->slotHighWater = i + 1;
+            segment->slotHighWater = i + 1;
     }
 }
 
 void TessellaDuckworkSHM::ForceCleanIfStale(int maxAgeSeconds) noexcept {
     try {
-        bip::shared_memory_object object(bip::open_only, kSegmentName, bip::read_only);
-        if (IsStale(object, maxAgeSeconds))
-            bip::shared_memory_object::remove(kSegmentName);
+        const auto found = SegmentObject::OpenExisting(SegmentObject::Access::Read);
+        const auto stale = [&] { return IsStale(found, maxAgeSeconds); };
+        if (found && found.IsOwn() && stale())
+            found.RemoveIf(stale);
     } catch (const std::exception&) {
         // No segment, or none that may be judged: nothing to clean.
     }
@@ -173,54 +133,49 @@ void TessellaDuckworkSHM::ForceCleanIfStale(int maxAgeSeconds) noexcept {
 bool TessellaDuckworkSHM::GetActiveInstances(std::vector<TDInstanceInfo>& out) const {
     out.clear();
     out.reserve(kSlotCount);
-    const PatientLock lock(OpenSegment());
+    const SegmentUse segment(source);
+    const PatientLock lock(segment.Get());
     if (!lock)
         return false;
-    for (const RegistrySlot& slot : header->slots) {
-        if (!IsActive(slot) || slot.instanceId == myId)
+    for (const RegistrySlot& slot : segment->slots) {
+        if (!IsActive(slot) || OwnerOf(slot) == myId)
             continue;
         TDInstanceInfo& info = out.emplace_back();
-        info.id = slot.instanceId;
+        info.id = OwnerOf(slot);
         LoadName(slot, info.name);
     }
     return true;
 }
 
-RegistrySlot& TessellaDuckworkSHM::OwnSlot() const {
-    return header->slots[static_cast<std::size_t>(slotIndex)];
+/// Makes a claimed slot the own one. Other threads may be at work in the former segment.
+void TessellaDuckworkSHM::MoveTo(Membership&& member) {
+    if (opened)
+        retired.push_back(std::move(mapping));
+    object = std::move(member.object);
+    mapping = std::move(member.mapping);
+    slotIndex.store(member.slotIndex, std::memory_order_relaxed);
+    source.Lead(member.segment);
 }
 
-void TessellaDuckworkSHM::JoinSegment() {
-    const bool created = CreateOrJoin(object);
-    region = bip::mapped_region(object, bip::read_write, 0, kSegmentBytes);
-    if (created)
-        Initialise(region.get_address());
-    header = static_cast<RegistrySegment*>(region.get_address());
-    myId = (static_cast<std::uint64_t>(getpid()) << 32) ^ reinterpret_cast<std::uintptr_t>(this);
+/// Keeps what the own slot holds, for ComeBack. The registry lock is held. Never waits: where
+/// another thread is at it, that one sees the same slot, or a newer one.
+void TessellaDuckworkSHM::Remember(const RegistrySlot& slot) {
+    if (const std::unique_lock guard(memoryMutex, std::try_to_lock); guard)
+        memory = SaveSettings(slot);
 }
 
-bool TessellaDuckworkSHM::ClaimSlot() {
-    const PatientLock lock(header);
-    if (!lock)
-        return false;
-    const auto slot = std::ranges::find_if_not(header->slots, IsActive);
-    if (slot == header->slots.end())
-        return false;
-    slotIndex = static_cast<std::int32_t>(slot - header->slots.begin());
-    ClearSlot(*slot);
-    slot->instanceId = myId;
-    Revive(*slot);
-    StoreName(*slot, "TessellaDuckwork");
-    header->slotHighWater = std::max(header->slotHighWater, slotIndex + 1);
-    return true;
+SlotSettings TessellaDuckworkSHM::Remembered() {
+    const std::lock_guard guard(memoryMutex);
+    return memory;
 }
 
 void TessellaDuckworkSHM::ResetMembers() {
-    header = nullptr;
+    source.Lead(nullptr);
     opened = false;
-    slotIndex = -1;
+    slotIndex.store(0, std::memory_order_relaxed);
     myId = 0;
     remoteId.store(0, std::memory_order_relaxed); // the handle has no other user now
+    retired.clear();
     held = {};
     published.reset();
 }

@@ -9,7 +9,7 @@ RegistrySlot* FindSlot(RegistrySegment& segment, std::uint64_t id) {
     if (id == 0)
         return nullptr;
     const auto found = std::ranges::find_if(segment.slots, [id](const RegistrySlot& slot) {
-        return IsActive(slot) && slot.instanceId == id;
+        return IsActive(slot) && OwnerOf(slot) == id;
     });
     return found != segment.slots.end() ? &*found : nullptr;
 }
@@ -17,7 +17,7 @@ RegistrySlot* FindSlot(RegistrySegment& segment, std::uint64_t id) {
 // Field by field: a former owner that was swept may still read its flags and counters unlocked,
 // which a memset over them would tear.
 void ClearSlot(RegistrySlot& slot) {
-    slot.instanceId = 0;
+    slot.instanceId.store(0, std::memory_order_relaxed);
     slot.remoteId.store(0, std::memory_order_relaxed);
     slot.displayName = {};
     slot.active.store(0, std::memory_order_relaxed);

@@ -27,6 +27,11 @@ inline bool IsActive(const RegistrySlot& slot) {
     return (slot.active.load(std::memory_order_relaxed) & 1U) != 0;
 }
 
+/// Whose slot it is. Needs no lock; under it, the answer lasts.
+inline std::uint64_t OwnerOf(const RegistrySlot& slot) {
+    return slot.instanceId.load(std::memory_order_relaxed); // the lock publishes the rest
+}
+
 /// Whether the owner gave a sign of life in the last maxAgeSeconds before now. Needs no lock.
 inline bool IsAlive(const RegistrySlot& slot, std::int64_t now, int maxAgeSeconds) {
     // The heartbeat may be any number of a foreign writer: nothing is subtracted from it.

@@ -1,25 +1,29 @@
 /// An instance's handle on the machine-wide registry: its own slot, its peer, the other instances.
 #pragma once
 
-#include "shm/SegmentLayout.h"
+#include "shm/LockedSlot.h"
+#include "shm/Membership.h"
 #include "shm/TDRecords.h"
 
 #include <array>
 #include <atomic>
-#include <boost/interprocess/mapped_region.hpp>
-#include <boost/interprocess/shared_memory_object.hpp>
 #include <cstdint>
+#include <mutex>
 #include <optional>
+#include <type_traits>
 #include <vector>
 
 /// One per plug-in instance, at a fixed address (the instance id contains it).
 ///
 /// Threads: Open, Close and the destructor run on the main thread while no other thread uses the
 /// handle; every other operation may run beside any other, each from the threads noted with it.
+/// A slot can be lost: swept while this process stood still and claimed by another instance, or
+/// with its whole segment. No operation then touches what is not its own; the next Touch claims
+/// another slot and restores in it what the lost one held, counters included.
 /// Locks, after each operation: *patient* waits up to 0.5 s, *try* never waits, *none* takes none.
-/// Failure: on a closed handle, a busy lock or a missing peer an operation does nothing and
-/// returns the value noted as "else". Operations with a lock let boost's lock_exception pass (the
-/// mutex itself is broken, which is not expected); callers that must not throw absorb it.
+/// Failure: on a closed handle, a busy lock, a lost slot or a missing peer an operation does
+/// nothing and returns the value noted as "else". Operations with a lock let boost's lock_exception
+/// pass (the mutex itself is broken, which is not expected); callers that must not throw absorb it.
 /// Numbers are handed on as another process left them: floats may be anything, also not finite,
 /// and the reader checks them. Counts, names and flags are made safe here.
 class TessellaDuckworkSHM {
@@ -61,13 +65,16 @@ public:
     /// Releases the own slot. The slot's contents, a peer's link to it, the mapping and the
     /// object's name stay. With the lock busy the slot is left to the sweeps. [main; patient]
     void Close() noexcept;
-    /// Heartbeat: marks the own slot alive, unless another instance has taken it. [heartbeat; try]
-    void Touch();
+    /// Heartbeat: marks the own slot alive. When the slot or its segment is lost, joins the
+    /// registry that stands there now, or makes one, under the same id. [heartbeat; tries of up to
+    /// 50 ms]
+    void Touch() noexcept;
     /// Frees the slots of other instances without a sign of life for 11 s. [ui; patient]
     void CleanDead();
     /// Removes the segment's name when no slot in it has shown life for maxAgeSeconds, or when it
-    /// is too short to be a registry. A segment still without magic word is left alone. Only
-    /// reads, needs no open handle. [any but audio; none]
+    /// is too short to be a registry. One that has just been made, is still without magic word or
+    /// belongs to another user is left alone. Only reads, needs no open handle. [any but audio;
+    /// none]
     static void ForceCleanIfStale(int maxAgeSeconds) noexcept;
     /// Lists every other active instance in slot order; a crashed one stays until CleanDead.
     /// Else false and an empty list. [ui; patient]
@@ -85,8 +92,9 @@ public:
     // Own slot (OwnSlot.cpp). The writers of a settings group return its new counter, which the
     // caller records: a counter that later differs means that the peer has edited the group.
 
-    /// Copies at most 63 bytes of a NUL-terminated name. [main, ui; patient]
-    void SetDisplayName(const char* name);
+    /// Copies at most 63 bytes of a NUL-terminated name. Else false. [main, ui; patient]
+    bool SetDisplayName(const char* name);
+    bool TrySetDisplayName(const char* name); ///< The same for the audio thread. [audio; try]
     /// Writes the whole band set: min(n, 3) bands. Else 0. [main, ui; patient]
     std::uint64_t WriteBands(const TDBand* bands, int n);
     /// Writes both filter corners. Else 0. [main, ui; patient]
@@ -94,15 +102,18 @@ public:
     /// Writes all three controls. Else 0. [main, ui; patient]
     std::uint64_t WriteControls(float attackMs, float releaseMs, float makeupDb);
     /// WriteControls for the audio thread. nullopt when the lock was busy (try again in a later
-    /// block), 0 when closed. [audio; try]
+    /// block), 0 when closed; the same for the two below. [audio; try]
     std::optional<std::uint64_t> TryWriteControls(float attackMs, float releaseMs, float makeupDb);
+    std::optional<std::uint64_t> TryWriteBands(const TDBand* bands, int n);
+    std::optional<std::uint64_t> TryWriteHpLp(float hpHz, float lpHz);
     /// Stores three values nobody reads yet, and the heartbeat. [ui; try]
     void WriteState(const float* state);
     /// Publishes the display spectrum: min(n, 256) dB values. [ui; patient]
     void WriteBins(const float* bins, int n);
-    void PublishDuckSelf(bool on);  ///< [main, ui; patient]
-    void SetMyLatency(int samples); ///< [main; patient]
-    void SetMyBypass(bool on);      ///< [main, ui; patient]
+    bool PublishDuckSelf(bool on);    ///< Else false. [main, ui; patient]
+    bool TryPublishDuckSelf(bool on); ///< Else false. [audio; try]
+    void SetMyLatency(int samples);   ///< [main; patient]
+    void SetMyBypass(bool on);        ///< [main, ui; patient]
     /// The own bypass flag, which the peer may have changed. Busy: the flag as last read; closed:
     /// false. [main, ui; try]
     bool ReadMyBypass();
@@ -164,7 +175,8 @@ public:
     /// applied, and min(n, 1024) magnitudes of the peer (peerBins may be null: not wanted).
     /// peerBins keeps its contents from call to call: a spectrum that it holds is not copied again.
     /// Takes no lock when no group changed and no spectrum is wanted, no peer set or nothing new
-    /// published. False when closed (cycle untouched) or busy (flags and peer id set, no values).
+    /// published. False when closed (cycle untouched), busy (flags and peer id set, no values) or
+    /// without a slot for the moment (bypass as last read).
     /// RemoteId() follows the slot. [audio; try]
     bool ReadAudioCycle(std::uint64_t lastBandsSeq, std::uint64_t lastHpLpSeq,
                         std::uint64_t lastControlsSeq, TDAudioReadCycle& cycle, float* peerBins,
@@ -176,8 +188,8 @@ public:
 private:
     /// What the caller of ReadAudioCycle has got.
     struct HeldSpectrum {
-        const shm::RegistrySlot* slot = nullptr;
-        std::uint64_t peerId = 0;
+        std::size_t slot = 0;
+        std::uint64_t peerId = 0; ///< 0: nothing.
         std::uint64_t seq = 0;
         const float* where = nullptr;
         int count = 0;
@@ -188,21 +200,53 @@ private:
         bool operator==(const PublishedMeters&) const = default;
     };
 
-    [[nodiscard]] bool HoldsSpectrum(const float* peerBins, int n) const;
-    shm::RegistrySegment* OpenSegment() const { return opened ? header : nullptr; }
-    shm::RegistrySlot& OwnSlot() const;
-    void JoinSegment();
-    bool ClaimSlot();
+    [[nodiscard]] bool HoldsSpectrum(const shm::RegistrySegment& segment, const float* peerBins,
+                                     int n) const;
+    [[nodiscard]] std::size_t SlotIndex() const {
+        return static_cast<std::size_t>(slotIndex.load(std::memory_order_relaxed)); // as `source`
+    }
+    template <class Lock>
+    shm::LockedSlot<Lock> LockOwn() const {
+        return {source, SlotIndex(), myId};
+    }
+    template <class Lock>
+    shm::LockedSlot<Lock> LockPeer() const {
+        return {source, RemoteId()};
+    }
+    /// Changes the own slot and remembers what it then holds. The change's result, or nothing when
+    /// the slot cannot be had.
+    template <class Lock, class Change>
+    std::optional<std::invoke_result_t<Change, shm::RegistrySlot&>> ChangeOwn(Change&& change) {
+        const auto own = LockOwn<Lock>();
+        if (!own)
+            return std::nullopt;
+        const auto result = change(*own);
+        Remember(*own);
+        return result;
+    }
+    [[nodiscard]] bool ShowLife() noexcept;
+    [[nodiscard]] bool HoldsSlot(std::int64_t since) const;
+    [[nodiscard]] bool IsAtHome() const noexcept;
+    void ComeBack() noexcept;
+    void MoveTo(shm::Membership&& member);
+    void Remember(const shm::RegistrySlot& slot);
+    shm::SlotSettings Remembered();
     void ResetMembers();
 
-    bool opened = false; ///< This, slotIndex, myId and header change in Open and Close only.
-    std::int32_t slotIndex = -1;
+    bool opened = false; ///< This and myId change in Open and Close only.
     std::uint64_t myId = 0;
     std::atomic<std::uint64_t> remoteId{0};
     std::atomic<bool> cachedBypass{false};
     HeldSpectrum held;                        ///< [audio]
     std::optional<PublishedMeters> published; ///< [audio]
-    boost::interprocess::shared_memory_object object;
-    boost::interprocess::mapped_region region;
-    shm::RegistrySegment* header = nullptr; ///< The mapped segment; null without a slot.
+
+    // Where the own slot lies. Changes in Open, Close and Touch. Whoever meets the new segment with
+    // the former index, or the other way round, finds a slot that is not its own.
+    shm::SegmentSource source; ///< In mapping; null without a slot.
+    std::atomic<std::int32_t> slotIndex{0};
+    shm::SegmentObject object;                ///< [main, heartbeat]
+    shm::GuardedMapping mapping;              ///< [main, heartbeat]
+    std::vector<shm::GuardedMapping> retired; ///< Left behind, perhaps in use. [main, heartbeat]
+    std::mutex memoryMutex;                   ///< Guards the following; held for a copy.
+    shm::SlotSettings memory;                 ///< What the own slot held when last changed or seen.
 };

@@ -62,6 +62,13 @@ inline struct stat Stat() {
     return status;
 }
 
+/// Sets back by that many seconds when the object was made.
+inline void Age(int seconds) {
+    const timespec made{.tv_sec = std::time(nullptr) - seconds, .tv_nsec = 0};
+    const timespec times[] = {made, made};
+    utimensat(AT_FDCWD, kPath, times, 0);
+}
+
 /// An object of that size with version, magic and one slot with the given activity. No mutex:
 /// zero bytes are an unlocked one.
 inline void Make(std::size_t bytes, std::uint32_t version, const char* magic, std::uint8_t active,

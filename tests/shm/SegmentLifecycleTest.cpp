@@ -151,13 +151,61 @@ TEST_F(SegmentLifecycle, SweepsTheDeadAndListsTheOthers) {
     handles[3].Touch();
     EXPECT_EQ(active(3), 1);
     EXPECT_GE(segment.Get<std::int64_t>(Slot(3) + kHeartbeat), now);
-    segment.Put(Slot(4) + kId, std::uint64_t{77});
-    handles[4].Touch();
-    EXPECT_EQ(active(4), 0) << "taken over by another instance: left alone";
-    handles[4].WriteAudioCycle(kZeros, kZeros, nullptr, 0, false);
-    EXPECT_EQ(active(4), 1) << "a running audio thread revives its slot unasked";
+    segment.Put(Slot(2) + kActive, std::uint8_t{0});
+    handles[2].WriteAudioCycle(kZeros, kZeros, nullptr, 0, false);
+    EXPECT_EQ(active(2), 1) << "a running audio thread revives its slot unasked";
     handles[0].Close();
     EXPECT_TRUE(!handles[0].GetActiveInstances(list) && list.empty());
+}
+
+TEST_F(SegmentLifecycle, AnInstanceWhoseSlotIsTakenWritesNowhereAndComesBackInAnother) {
+    TessellaDuckworkSHM peer, handle;
+    ASSERT_TRUE(peer.Open() && handle.Open());
+    handle.SetDisplayName("kick");
+    handle.WriteHpLp(30, 9000);
+    handle.WriteHpLp(40, 8000);
+    handle.SetMyBypass(true);
+    handle.SetRemoteId(peer.MyId());
+    TessellaDuckworkSHM::TDAudioReadCycle cycle;
+    handle.ReadAudioCycle(0, 2, 0, cycle, nullptr, 0);
+
+    Segment segment;
+    const std::string taken(5376, '\x5A'); // by a newcomer with odd habits
+    std::memcpy(segment.base + Slot(1), taken.data(), taken.size());
+    segment.Put(Slot(1) + kActive, std::uint8_t{1});
+    const std::string before(segment.base + Slot(1), 5376);
+    const TDBand band;
+    handle.SetDisplayName("x");
+    EXPECT_EQ(handle.WriteBands(&band, 1) + handle.WriteHpLp(1, 2) + handle.WriteControls(1, 2, 3),
+              0U);
+    EXPECT_FALSE(handle.TryWriteControls(1, 2, 3) || handle.TryWriteBands(&band, 1) ||
+                 handle.TryWriteHpLp(1, 2));
+    EXPECT_FALSE(handle.PublishDuckSelf(true) || handle.TryPublishDuckSelf(true));
+    handle.WriteState(kZeros);
+    handle.WriteBins(kZeros, 3);
+    handle.SetMyLatency(3);
+    handle.SetMyBypass(false);
+    EXPECT_FALSE(handle.WriteAudioCycle(kZeros, kZeros, kZeros, 3, true));
+    cycle = {};
+    EXPECT_FALSE(handle.ReadAudioCycle(0, 2, 0, cycle, nullptr, 0));
+    EXPECT_TRUE(cycle.bypass && !cycle.hpLpChanged) << "bypassed as before, and no foreign edits";
+    EXPECT_EQ(handle.RemoteId(), peer.MyId());
+    handle.Touch();
+    EXPECT_EQ(std::string(segment.base + Slot(1), 5376), before);
+
+    EXPECT_EQ(segment.Get<std::uint64_t>(Slot(2) + kId), handle.MyId());
+    EXPECT_EQ(std::string(segment.base + Slot(2) + kName), "kick");
+    EXPECT_EQ(segment.Get<std::uint64_t>(Slot(2) + kRemote), peer.MyId());
+    EXPECT_TRUE(handle.ReadAudioCycle(0, 2, 0, cycle, nullptr, 0));
+    EXPECT_TRUE(cycle.bypass && !cycle.hpLpChanged) << "nor is its own past news";
+    float hpHz = 0, lpHz = 0;
+    EXPECT_EQ(handle.ReadOwnHpLp(hpHz, lpHz), 2U);
+    EXPECT_TRUE(hpHz == 40.0F && lpHz == 8000.0F);
+
+    peer.SetRemoteId(0);
+    segment.Put(Slot(2) + kId, std::uint64_t{77});
+    handle.Close();
+    EXPECT_EQ(segment.Get<std::uint8_t>(Slot(2) + kActive), 1) << "not its to close";
 }
 
 TEST_F(SegmentLifecycle, AHolderThatDiedMakesPatientOperationsGiveUp) {

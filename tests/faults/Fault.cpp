@@ -1,0 +1,73 @@
+#include "tests/faults/Fault.h"
+
+#include "tests/shm/RawSegment.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <thread>
+
+namespace faults {
+
+void Row::add(const Row& other) {
+    require(!other.failed(), other.problem);
+    worstBlockUs = std::max(worstBlockUs, other.worstBlockUs);
+    worstWaitMs = std::max(worstWaitMs, other.worstWaitMs);
+}
+
+pid_t spawn(const std::function<bool()>& work) {
+    const pid_t child = fork();
+    if (child != 0)
+        return child;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    alarm(1800);
+    try {
+        _exit(work() ? 0 : 1);
+    } catch (...) {
+        _exit(1);
+    }
+}
+
+bool succeeded(pid_t child) {
+    int status = 0;
+    return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+void destroy(pid_t child) {
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+}
+
+bool eventually(const std::function<bool()>& holds, int milliseconds) {
+    using namespace std::chrono;
+    for (const auto end = steady_clock::now() + 1ms * milliseconds; steady_clock::now() < end;
+         std::this_thread::sleep_for(1ms))
+        if (holds())
+            return true;
+    return holds();
+}
+
+Row timed(const std::function<void()>& call) {
+    using namespace std::chrono;
+    const auto start = steady_clock::now();
+    call();
+    return {.worstWaitMs = duration<double, std::milli>(steady_clock::now() - start).count()};
+}
+
+bool lockIsLost() {
+    raw::Segment segment;
+    const bool free = eventually([&] { return pthread_mutex_trylock(segment.Mutex()) == 0; }, 200);
+    return !free || pthread_mutex_unlock(segment.Mutex()) != 0;
+}
+
+void letAMinutePass(const std::vector<std::uint64_t>& except) {
+    raw::Segment segment;
+    for (std::size_t k = 0; k < 16; ++k)
+        if (std::ranges::find(except, segment.Get<std::uint64_t>(raw::Slot(k))) == except.end())
+            segment.Put(raw::Slot(k) + raw::kHeartbeat, std::int64_t{std::time(nullptr) - 60});
+    raw::Age(60); // after the stores, which count as a change of the file
+}
+
+} // namespace faults

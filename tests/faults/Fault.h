@@ -1,0 +1,62 @@
+/// What the fault harness is made of: named faults, the row that each leaves, and their tools.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace faults {
+
+/// What one fault has shown. `problem` stays empty when all went as it must.
+struct Row {
+    int rounds = 0;
+    std::string outcome{}, problem{};
+    double worstBlockUs = -1.0; ///< processor time of one block; below 0: no audio in this fault
+    double worstWaitMs = -1.0;  ///< of one call on the main thread
+    std::string lost = "nothing";
+
+    /// Notes the first thing that is not as it must be.
+    void require(bool holds, const std::string& what) {
+        problem = holds || failed() ? problem : what;
+    }
+    [[nodiscard]] bool failed() const { return !problem.empty(); }
+    /// Takes over what another row has measured, and its problem.
+    void add(const Row& other);
+};
+
+struct Fault {
+    const char* name;
+    const char* injected;
+    std::function<Row(bool full)> run;
+};
+using Faults = std::vector<Fault>;
+Faults processFaults();
+Faults objectFaults();
+
+/// Runs something in a child process, which then ends, with 1 for false or an exception. It dies
+/// with its parent, and after half an hour at the latest.
+pid_t spawn(const std::function<bool()>& work);
+bool succeeded(pid_t child); ///< Waits for its end: by itself and with true?
+void destroy(pid_t child);   ///< Kills it and waits for its end.
+
+/// Calls again and again, every millisecond, until true; false when that takes too long.
+bool eventually(const std::function<bool()>& holds, int milliseconds = 5000);
+/// How long a call takes, as a row.
+Row timed(const std::function<void()>& call);
+/// Whether the registry lock is out of use: nobody alive holds it for 0.2 s.
+bool lockIsLost();
+/// Sets the heartbeats, except those of some instances, and the object's time back by a minute, as
+/// if it had passed without a sign of life.
+void letAMinutePass(const std::vector<std::uint64_t>& except = {});
+
+// Clock.cpp: the harness's own `time`, `fstat` and `nanosleep` stand in for the C library's, for
+// the loaded plug-in too. All heartbeats come every 0.15 s instead of 3 s: sleeps of exactly 0.1 s,
+// of which their pauses are made, last a twentieth.
+
+/// Steps the wall clock of all processes of the harness by so many seconds, and the times of files
+/// that are written from now on.
+void stepClock(std::int64_t seconds);
+
+} // namespace faults

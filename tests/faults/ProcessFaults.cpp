@@ -1,0 +1,321 @@
+// Processes that are killed, stopped, started at the same instant, or find the lock busy.
+#include "host/ByteStream.h"
+#include "shm/TessellaDuckworkSHM.h"
+#include "tests/faults/Studio.h"
+#include "tests/host/Track.h"
+#include "tests/shm/RawSegment.h"
+#include "tests/support/Chunks.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <clap/ext/state.h>
+#include <csignal>
+#include <random>
+#include <thread>
+
+namespace faults {
+namespace {
+
+constexpr float kZeros[1024] = {};
+
+/// A stage of an instance's life, to be repeated without end.
+using Stage = void (*)(TessellaDuckworkSHM& handle, std::uint64_t other);
+
+constexpr Stage kStages[] = {
+    [](TessellaDuckworkSHM& handle, std::uint64_t) { (void)handle.Open(); }, // closes first
+    [](TessellaDuckworkSHM& handle, std::uint64_t) {
+        const TDBand bands[3];
+        handle.SetDisplayName("soon gone");
+        handle.WriteBands(bands, 3);
+        handle.WriteHpLp(20, 20000);
+        handle.WriteControls(10, 100, 0);
+        handle.WriteAudioCycle(kZeros, kZeros, kZeros, 1024, true);
+    },
+    [](TessellaDuckworkSHM& handle, std::uint64_t other) {
+        handle.SetRemoteId(other);
+        handle.WriteRemoteHpLp(20, 20000);
+        handle.SetRemoteId(0);
+    },
+    [](TessellaDuckworkSHM& handle, std::uint64_t) {
+        handle.CleanDead();
+        handle.Touch();
+        TessellaDuckworkSHM::ForceCleanIfStale(10);
+    }};
+
+constexpr Stage kCreating = [](TessellaDuckworkSHM& handle, std::uint64_t) {
+    raw::Remove();
+    (void)handle.Open();
+};
+
+/// Lets a process live for a random time of at most so many microseconds.
+void killIn(Stage stage, std::uint64_t other, std::minstd_rand& random, unsigned most) {
+    const pid_t child = spawn([=]() -> bool {
+        for (TessellaDuckworkSHM handle;;)
+            if (handle.Opened() || handle.Open() || stage == kCreating)
+                stage(handle, other);
+    });
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % most));
+    destroy(child);
+}
+
+/// Two newcomers must find each other and pair; they sweep first, as an editor does.
+Row newPair(int round) {
+    TessellaDuckworkSHM a;
+    TessellaDuckworkSHM b;
+    bool both = false;
+    Row row = timed([&] { both = a.Open(); });
+    a.CleanDead();
+    both = both && b.Open();
+    a.SetRemoteId(b.MyId());
+    b.SyncRemoteId();
+    row.require(both && b.RemoteId() == a.MyId(), "no new pair in round " + std::to_string(round));
+    return row;
+}
+
+Row killBesideAStudio(bool full) {
+    Row row{.rounds = full ? 3000 : 100};
+    const Studio studio;
+    std::minstd_rand random(20);
+    int lost = 0;
+    for (int round = 0; round < row.rounds && !row.failed(); ++round) {
+        killIn(kStages[round % 4], studio.kick(), random, 6000);
+        const bool isLost = lockIsLost();
+        // The dead have been silent for long. So have the living, when nobody gets the lock.
+        letAMinutePass(isLost ? std::vector<std::uint64_t>{}
+                              : std::vector{studio.kick(), studio.bass()});
+        lost += isLost ? 1 : 0;
+        row.add(newPair(round));
+        row.require(eventually([&] { return studio.pair(); }), "the living are not listed");
+        if (isLost || round % 100 == 99)
+            row.require(studio.isBack(), "the living are not paired");
+    }
+    row.outcome = "a new pair forms after each; " + std::to_string(lost) +
+                  " left the lock behind: all move to a new registry";
+    row.lost = "ducking for 10 s where the lock was left behind";
+    row.add(studio.report());
+    return row;
+}
+
+Row killWhileCreating(bool full) {
+    Row row{.rounds = full ? 1000 : 100};
+    std::minstd_rand random(21);
+    int waits = 0;
+    for (int round = 0; round < row.rounds && !row.failed(); ++round) {
+        killIn(kCreating, 0, random, 3000);
+        const bool whole =
+            access(raw::kPath, F_OK) == 0 && raw::Stat().st_size == off_t{raw::kBytes};
+        if (whole && lockIsLost())
+            letAMinutePass();
+        const Row pair = newPair(round);
+        waits += pair.worstWaitMs > 900 ? 1 : 0;
+        row.add(pair);
+    }
+    row.outcome = "a new pair forms after each; " + std::to_string(waits) +
+                  " waited 1 s for a registry left half-made";
+    return row;
+}
+
+Row killHolder(bool full) {
+    Row row{.rounds = full ? 5 : 1};
+    const Studio studio;
+    for (int round = 0; round < row.rounds && !row.failed(); ++round) {
+        const ino_t before = raw::Stat().st_ino;
+        (void)succeeded(spawn([] {
+            raw::Segment segment;
+            pthread_mutex_lock(segment.Mutex());
+            return raise(SIGKILL) == 0;
+        }));
+        row.require(lockIsLost(), "the lock is free");
+        // Nobody opens a registry meanwhile: those who are there help themselves.
+        row.require(eventually([&] { return raw::Stat().st_ino != before; }, 15000) &&
+                        studio.isBack(),
+                    "the living are not paired in a new registry");
+    }
+    row.outcome = "after 10 s all move to a new registry by themselves";
+    row.lost = "ducking for 10 s";
+    row.add(studio.report());
+    return row;
+}
+
+constexpr int kProcesses = 8;
+
+/// What the processes of one crowd share: the round that everybody is in, and who is how far.
+struct Crowd {
+    std::atomic<int> started, opened, alone, looked, closed;
+    std::atomic<double> worstOpenMs;
+};
+
+void await(const std::atomic<int>& counter, int count) {
+    while (counter < count)
+        sched_yield();
+}
+
+/// One of the crowd: opens with all others, then counts them.
+bool takePart(Crowd& crowd, int rounds) {
+    TessellaDuckworkSHM handle;
+    std::vector<TDInstanceInfo> others;
+    for (int round = 1; round <= rounds; ++round, ++crowd.closed) {
+        await(crowd.started, round);
+        const Row open = timed([&] { (void)handle.Open(); });
+        crowd.worstOpenMs = std::max<double>(crowd.worstOpenMs, open.worstWaitMs);
+        ++crowd.opened;
+        await(crowd.opened, kProcesses * round);
+        if (!handle.GetActiveInstances(others) || others.size() != kProcesses - 1)
+            ++crowd.alone;
+        ++crowd.looked;
+        await(crowd.looked, kProcesses * round);
+        handle.Close();
+    }
+    return true;
+}
+
+Row startTogether(bool full) {
+    Row row{.rounds = full ? 6000 : 600};
+    auto& crowd = *new (mmap(nullptr, sizeof(Crowd), PROT_READ | PROT_WRITE,
+                             MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Crowd{};
+    std::array<pid_t, kProcesses> children{};
+    for (pid_t& child : children)
+        child = spawn([&] { return takePart(crowd, row.rounds); });
+    for (int round = 0; round < row.rounds; ++round) {
+        if (round % 4 == 0)
+            raw::Remove();
+        else if (round % 4 < 3) // else as the round before has left it
+            raw::Make(round % 4 == 1 ? raw::kBytes : 100, 10, "GRDT", 1, 1000);
+        ++crowd.started;
+        await(crowd.closed, kProcesses * (round + 1));
+    }
+    for (const pid_t child : children)
+        row.require(succeeded(child), "a process has failed");
+    row.require(crowd.alone == 0,
+                std::to_string(crowd.alone) + " instances did not see all the others");
+    row.worstWaitMs = crowd.worstOpenMs;
+    row.outcome = "all eight in one registry, in every round";
+    return row;
+}
+
+/// Stops the studio, which lies in slots 0 and 1, gives those to newcomers, and wakes it again.
+Row stopAndTake(bool full) {
+    Row row{.rounds = full ? 3 : 1};
+    for (int round = 0; round < row.rounds && !row.failed(); ++round) {
+        raw::Remove();
+        const Studio studio;
+        TessellaDuckworkSHM keeper; // without somebody alive the whole registry would be replaced
+        std::array<TessellaDuckworkSHM, 2> newcomers;
+        row.require(keeper.Open(), "no keeper");
+        kill(studio.process(), SIGSTOP);
+        row.require(!lockIsLost(), "stopped with the lock in its hand, once in thousands of times");
+        for (int second = 0; full && second < 15; ++second, keeper.Touch())
+            std::this_thread::sleep_for(std::chrono::seconds(1));
+        if (!full)
+            letAMinutePass({keeper.MyId()});
+        keeper.CleanDead();
+        for (TessellaDuckworkSHM& newcomer : newcomers)
+            row.require(newcomer.Open(), "no newcomer");
+        const raw::Segment segment;
+        const std::string taken(segment.base + raw::Slot(0), segment.base + raw::Slot(2));
+        kill(studio.process(), SIGCONT);
+        row.require(studio.isBack(), "the woken are not paired");
+        row.require(taken == std::string(segment.base + raw::Slot(0), taken.size()),
+                    "the woken have written into foreign slots");
+        row.add(studio.report());
+    }
+    row.outcome = "swept, slots taken; woken, it claims others and leaves those alone";
+    row.lost = "ducking while it stands, and until the next heartbeat";
+    return row;
+}
+
+/// The studio stands still during the step, so that nobody is quicker than the sweeps.
+Row stepClockByAnHour(bool full) {
+    Row row{.rounds = full ? 40 : 4};
+    const Studio studio;
+    int replaced = 0;
+    for (int round = 0; round < row.rounds && !row.failed(); ++round) {
+        const ino_t before = raw::Stat().st_ino;
+        kill(studio.process(), SIGSTOP);
+        stepClock(round % 4 < 2 ? 3600 : -3600);
+        TessellaDuckworkSHM newcomer;
+        if (round % 2 == 0)
+            row.add(timed([&] { row.require(newcomer.Open(), "no newcomer"); }));
+        newcomer.CleanDead();
+        kill(studio.process(), SIGCONT);
+        row.require(studio.isBack(), "the living are not paired in round " + std::to_string(round));
+        replaced += raw::Stat().st_ino != before ? 1 : 0;
+    }
+    row.outcome = "all paired after the next heartbeat, " + std::to_string(replaced) +
+                  " times in a new registry";
+    row.lost = "ducking until the next heartbeat where replaced";
+    row.add(studio.report());
+    return row;
+}
+
+/// The fields of the slot that a loaded state fills.
+std::string published(const support::Track& track) {
+    const raw::Segment segment;
+    for (std::size_t k = 0; k < 16; ++k)
+        if (const char* slot = segment.base + raw::Slot(k);
+            segment.Get<std::uint64_t>(raw::Slot(k)) == track.id())
+            return std::string(slot + raw::kName, 64) + std::string(slot + raw::kBandCount, 4) +
+                   std::string(slot + raw::kBands, 68) + std::string(slot + raw::kControls, 12) +
+                   std::string(slot + raw::kBypass, 2);
+    return "";
+}
+
+/// Loads a state while the lock is busy for longer than anybody waits, while audio plays or not.
+Row loadWhileBusy(bool full) {
+    Row row{.rounds = full ? 20 : 2};
+    const support::Stereo silence{std::vector<double>(512), std::vector<double>(512)};
+    const auto load = [&](const support::Track& track) {
+        const host::ByteSource state(support::chunkFile("before"));
+        const auto* table = track.instance.extension<clap_plugin_state_t>(CLAP_EXT_STATE);
+        row.require(table->load(track.instance.plugin(), state.stream()), "the state is refused");
+    };
+    const support::Track expected;
+    load(expected);
+    for (int round = 0; round < row.rounds && !row.failed(); ++round) {
+        support::Track track;
+        track.start(48000.0);
+        const auto playOrSave = [&] {
+            host::ByteSink sink;
+            if (round % 2 == 0)
+                (void)track.play(silence, 64);
+            else
+                track.instance.extension<clap_plugin_state_t>(CLAP_EXT_STATE)
+                    ->save(track.instance.plugin(), sink.stream());
+        };
+        {
+            const raw::HeldLock busy;
+            row.add(timed([&] { load(track); }));
+            playOrSave();
+        }
+        row.require(published(track) != published(expected), "published under a busy lock");
+        playOrSave();
+        row.require(published(track) == published(expected), "not published afterwards");
+    }
+    row.require(row.worstWaitMs < 750, "waited for more than one patient lock");
+    row.outcome = "bands, filters, controls, name, priority published with the next block or save";
+    return row;
+}
+
+} // namespace
+
+Faults processFaults() {
+    return {{"kill-beside-pair",
+             "kill -9 at a random moment of opening, closing, publishing, pairing, sweeping",
+             killBesideAStudio},
+            {"kill-creating", "kill -9 at a random moment of creating and initialising",
+             killWhileCreating},
+            {"kill-lock-holder", "kill -9 of a process that holds the lock", killHolder},
+            {"start-together",
+             "8 processes open at one instant; there is nothing, a dead registry, a short file, a "
+             "released one",
+             startTogether},
+            {"stopped-for-15-s", "SIGSTOP of a host for 15 s, its slots claimed by others, SIGCONT",
+             stopAndTake},
+            {"clock-stepped", "wall clock stepped by an hour, forwards and backwards",
+             stepClockByAnHour},
+            {"state-load-while-busy", "lock held while a state is loaded", loadWhileBusy}};
+}
+
+} // namespace faults
