@@ -15,6 +15,8 @@ target_compile_options(td_options INTERFACE -Wall -Wextra -Wpedantic -Wconversio
 if(TD_WERROR)
     target_compile_options(td_options INTERFACE -Werror)
 endif()
+# Foreign sources too: what people run must not tell, or depend on, where it was built.
+add_compile_options("$<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>")
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
     # Every 64-bit PC since about 2009; wider code is chosen at run time.
     target_compile_options(td_options INTERFACE -march=x86-64-v2)

@@ -62,8 +62,9 @@ void declareGeneralOptions(CLI::App& app, Options& options, RawArguments& raw) {
     app.add_flag("--no-sound", raw.noSound, "Process, but leave the sound device alone");
     app.add_flag("--private", options.privateRegistry,
                  "Use a registry of one's own, unseen by an open project");
-    app.add_option("--plugin", raw.plugin,
-                   "The plug-in (else beside this program, then ~/.clap and /usr/lib/clap)")
+    app.add_option(
+           "--plugin", raw.plugin,
+           "The plug-in (else beside this program or in ../lib/clap, ~/.clap, /usr/lib/clap)")
         ->type_name("FILE.clap");
 }
 

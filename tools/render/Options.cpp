@@ -101,8 +101,9 @@ void declareGeneralOptions(CLI::App& app, Options& options, RawFlags& raw) {
         ->check(CLI::Range(0.0, 3600.0))
         ->capture_default_str();
     app.add_flag("--fast", raw.fast, "With --pair-with: as fast as possible instead");
-    app.add_option("--plugin", raw.plugin,
-                   "The plug-in (else beside this program, then ~/.clap and /usr/lib/clap)")
+    app.add_option(
+           "--plugin", raw.plugin,
+           "The plug-in (else beside this program or in ../lib/clap, ~/.clap, /usr/lib/clap)")
         ->type_name("FILE.clap");
     app.add_flag("--list-params", options.listParams, "Show the parameters and end");
 }

@@ -15,7 +15,9 @@ constexpr const char* kFileName = "TessellaDuckwork.clap";
 std::vector<fs::path> searchFolders() {
     std::vector<fs::path> folders;
     std::error_code error;
-    folders.push_back(fs::read_symlink("/proc/self/exe", error).parent_path());
+    const fs::path own = fs::read_symlink("/proc/self/exe", error).parent_path();
+    folders.push_back(own);
+    folders.push_back(own.parent_path() / "lib/clap"); // installed, under whatever prefix
     if (const char* home = std::getenv("HOME"))
         folders.push_back(fs::path(home) / ".clap");
     folders.emplace_back("/usr/lib/clap");

@@ -6,8 +6,8 @@
 
 namespace render {
 
-/// The given path, else the first of: beside this program, ~/.clap, /usr/lib/clap. Throws
-/// Failure when there is none.
+/// The given path, else the first of: beside this program, ../lib/clap from there, ~/.clap,
+/// /usr/lib/clap. Throws Failure when there is none.
 [[nodiscard]] std::filesystem::path findPlugin(const std::optional<std::filesystem::path>& given);
 
 } // namespace render

@@ -1,0 +1,42 @@
+# What a user gets, and where; packaging/pack makes a .deb and a tar.xz of it.
+set(user_programs tessella-editor tessella-registry tessella-render tessella-state)
+set(prepared "${PROJECT_BINARY_DIR}/packaging")
+set(doc_folder share/doc/tessella-duckwork)
+
+add_custom_target(package_texts ALL
+    COMMAND "${PROJECT_SOURCE_DIR}/packaging/prepare" "${PROJECT_VERSION}" "${prepared}"
+    COMMENT "Man pages, changelog and metainfo"
+    VERBATIM)
+add_custom_target(package_contents DEPENDS TessellaDuckwork ${user_programs} package_texts)
+
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON) # package_contents is enough: no tests
+set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS # whatever the umask
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+# Hosts look in /usr/lib/clap, not in the folder for one architecture.
+install(TARGETS TessellaDuckwork LIBRARY DESTINATION lib/clap
+    PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+install(TARGETS ${user_programs} RUNTIME DESTINATION bin)
+install(DIRECTORY "${prepared}/man1" DESTINATION share/man)
+install(DIRECTORY "${prepared}/metainfo" DESTINATION share)
+install(FILES "${prepared}/changelog.gz" packaging/copyright README.md CONTRIBUTING.md
+    DESTINATION ${doc_folder})
+# The same folders as in the sources: documents link to each other and to their pictures.
+install(DIRECTORY docs DESTINATION ${doc_folder}
+    FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
+install(DIRECTORY examples DESTINATION ${doc_folder})
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME tessella-duckwork)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_VENDOR Orlavenko)
+set(CPACK_PACKAGE_CONTACT "TessellaDuckwork authors <authors@tessella-duckwork.example>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "spectral ducking effect as a CLAP plug-in")
+set(CPACK_PACKAGE_DESCRIPTION_FILE "${PROJECT_SOURCE_DIR}/packaging/description")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+set(CPACK_DEBIAN_PACKAGE_SECTION sound)
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS qtractor)
+include(CPack)
