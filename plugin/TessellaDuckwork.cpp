@@ -1,6 +1,7 @@
 #include "plugin/TessellaDuckwork.h"
 
 #include "plugin/EditorSize.h"
+#include "shm/Patience.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -37,8 +38,8 @@ TessellaDuckwork::TessellaDuckwork(const iplug::InstanceInfo& info)
     SnapWorkingValues();
     std::snprintf(instanceName.data(), instanceName.size(), "TessellaDuckwork #%d",
                   sInstanceCounter.fetch_add(1, std::memory_order_relaxed) + 1);
-    if (shm.Open())
-        PublishStartingSettings();
+    (void)shm.Open(); // else the heartbeat tries again
+    PublishStartingSettings();
     worker = std::thread([this] { RunHeartbeat(); });
 }
 
@@ -50,31 +51,41 @@ TessellaDuckwork::~TessellaDuckwork() {
 }
 
 void TessellaDuckwork::PublishStartingSettings() {
-    shm.SetDisplayName(instanceName.data());
-    const TDBand wholeRange;
-    RecordOwnWrite(lastBandsSeq, seenBandsSeq, shm.WriteBands(&wholeRange, 1));
-    RecordOwnWrite(lastHpLpSeq, seenHpLpSeq,
-                   shm.WriteHpLp(static_cast<float>(Mirror(HP)), static_cast<float>(Mirror(LP))));
-    PublishControls();
-    shm.PublishDuckSelf(duckSelf);
+    const shm::Patience once;
+    TakeName(instanceName);
+    Republish();
+    SetDuckSelf(duckSelf);
 }
 
-/// Touches the slot every 3 s; ends within 100 ms of being told to.
+/// Touches the slot every 3 s, or tries to get one; ends within 100 ms of being told to.
 void TessellaDuckwork::RunHeartbeat() {
     constexpr int kTicksBetweenTouches = 30;
     const auto stopped = [this] { return stopWorker.load(std::memory_order_relaxed); };
     while (!stopped()) {
-        WithRegistry([this] { shm.Touch(); });
+        WithRegistry([this] {
+            if (shm.OpenLater())
+                shm.Touch();
+        });
         for (int tick = 0; tick < kTicksBetweenTouches && !stopped(); ++tick)
             sleepTick();
     }
+}
+
+bool TessellaDuckwork::activate(double sampleRate, std::uint32_t minFrames,
+                                std::uint32_t maxFrames) noexcept {
+    const shm::Patience once; // for all that activation has to read and publish
+    return IPlugCLAP::activate(sampleRate, minFrames, maxFrames);
 }
 
 void TessellaDuckwork::OnReset() {
     hostSampleRate = GetSampleRate();
     analyzer.retune(hostSampleRate);
     const auto transformSize = static_cast<int>(processor.reset(hostSampleRate));
-    WithRegistry([&] { shm.SetMyLatency(transformSize); });
+    {
+        const AudioGate::Closed closed(applyGate);
+        NotePublished(Latency, false);
+        WithRegistry([&] { NotePublished(Latency, shm.SetMyLatency(transformSize)); });
+    }
     UpdateEnvelope();
     peerBins.fill(0.0F);
     shm.ForgetPeerSpectrum();
@@ -93,11 +104,8 @@ void TessellaDuckwork::SetInstanceName(const char* name) {
         return;
     std::array<char, shm::kNameBytes> cut{};
     std::memcpy(cut.data(), name, strnlen(name, cut.size() - 1));
-    {
-        const std::scoped_lock lock(persistedMutex);
-        instanceName = cut;
-    }
-    WithRegistry([&] { shm.SetDisplayName(cut.data()); });
+    const AudioGate::Closed closed(applyGate);
+    TakeName(cut);
 }
 
 void TessellaDuckwork::OnParentWindowResize(int widthPx, int heightPx) {

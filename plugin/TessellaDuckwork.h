@@ -155,7 +155,9 @@ public:
     bool SerializeState(iplug::IByteChunk& chunk) override;
     int UnserializeState(const iplug::IByteChunk& chunk, int start) override;
 
-    // Processing (TessellaDuckworkProcess.cpp; OnReset: TessellaDuckwork.cpp)
+    // Processing (TessellaDuckworkProcess.cpp; activate, OnReset: TessellaDuckwork.cpp)
+    bool activate(double sampleRate, std::uint32_t minFrames,
+                  std::uint32_t maxFrames) noexcept override;
     void OnReset() override;
     void ProcessBlock(const double* const* inputs, double* const* outputs, int nFrames) override;
 
@@ -274,8 +276,8 @@ private:
     /// block, and not to be overwritten from the registry before. [any]
     dsp::Relaxed<bool> controlsUnpublished = false;
     /// What of the own slot, besides the controls, the registry has not got yet, because it was
-    /// busy.
-    enum Unpublished : unsigned { Name = 1, BandSet = 2, Filters = 4, Priority = 8 };
+    /// busy or closed.
+    enum Unpublished : unsigned { Name = 1, BandSet = 2, Filters = 4, Priority = 8, Latency = 16 };
     /// The same as a set: published with a later block, and not overwritten from the registry
     /// before. Changes while applyGate is closed or passed. [any]
     std::atomic<unsigned> unpublished = 0;

@@ -22,8 +22,7 @@ void* TessellaDuckwork::OpenWindow(void* parent) {
     CloseWindow();
     {
         // Long enough for anybody but a dead or stopped process, and nothing the host would notice.
-        static const std::atomic<bool> goingOn = true;
-        const shm::Patience brief(goingOn, 2);
+        const shm::Patience brief(2);
         FlushSHMToParams();
     }
     const editor::SizePx size =

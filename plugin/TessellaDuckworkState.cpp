@@ -7,10 +7,6 @@
 
 namespace {
 
-/// A state is loaded or saved with at most one patient wait for the registry, not one for each part
-/// of it: what cannot be published then is published later.
-const std::atomic<bool> kGoingOn = true;
-
 /// Splits that come from no real band set are not worth more than those of the parameters.
 bool usableEdges(float loHz, float hiHz) {
     constexpr float kLeastHz = 1.0F;
@@ -37,7 +33,7 @@ void copyFlags(const From& from, To& to) {
 
 bool TessellaDuckwork::SerializeState(iplug::IByteChunk& chunk) {
     {
-        const shm::Patience once(kGoingOn);
+        const shm::Patience once; // not for each part of it
         FlushSHMToParams();
     }
     state::ParamValues params;
@@ -74,7 +70,7 @@ state::Head TessellaDuckwork::HeadForState() const {
 int TessellaDuckwork::UnserializeState(const iplug::IByteChunk& chunk, int start) {
     // The state is taken whole: no block's registry edit comes in between.
     const AudioGate::Closed closed(applyGate);
-    const shm::Patience once(kGoingOn);
+    const shm::Patience once; // what cannot be published now is published later
     const state::Reading reading = state::read(chunk, start);
     TakeHead(reading);
     for (int index = 0; index < reading.paramCount; ++index)
@@ -178,10 +174,8 @@ std::array<TDBand, dsp::kBandCount> TessellaDuckwork::BandsToPublish(int count) 
 }
 
 /// Writes all settings into the own slot, where the peer and the editors find them. What a busy
-/// registry does not take is left to a later block.
+/// or closed registry does not take is left to a later block.
 void TessellaDuckwork::Republish() {
-    if (!shm.Opened())
-        return;
     const int count = activeBandCount;
     std::array<TDBand, dsp::kBandCount> bands;
     {

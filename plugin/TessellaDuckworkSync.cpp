@@ -15,14 +15,15 @@ void TessellaDuckwork::OnParamChange(int index) {
 
 void TessellaDuckwork::UpdateEnvelope() { processor.setTimes(Mirror(Attack), Mirror(Release)); }
 
-/// Writes the controls into the own slot. When the registry is busy, or on the audio thread is not
-/// to be had at once, the write is left to a later block: until then the registry's old values
-/// must not come back over the new ones. What has been waited for in vain is not waited for again.
+/// Writes the controls into the own slot. When the registry is closed or busy, or on the audio
+/// thread is not to be had at once, the write is left to a later block: until then the registry's
+/// old values must not come back over the new ones. What has been waited for in vain is not waited
+/// for again.
 void TessellaDuckwork::PublishControls() {
-    if (!shm.Opened())
-        return;
     const bool waitedBefore = controlsUnpublished;
     controlsUnpublished = true;
+    if (!shm.Opened())
+        return;
     if (OnAudioThread()) {
         TryPublishControls();
         return;
@@ -43,7 +44,7 @@ void TessellaDuckwork::PublishControls() {
 
 /// One try to publish what is left to publish.
 void TessellaDuckwork::TryPublishControls() {
-    if (!controlsUnpublished)
+    if (!controlsUnpublished || !shm.Opened())
         return;
     WithRegistry([this] {
         const auto seq = shm.TryWriteControls(static_cast<float>(Mirror(Attack)),
@@ -81,6 +82,8 @@ void TessellaDuckwork::TryPublishLeftOver() {
         }
         if (IsUnpublished(Priority))
             NotePublished(Priority, shm.TryPublishDuckSelf(duckSelf));
+        if (IsUnpublished(Latency))
+            NotePublished(Latency, shm.TrySetMyLatency(processor.fftSize));
     });
 }
 

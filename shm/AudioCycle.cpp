@@ -43,7 +43,7 @@ bool TessellaDuckworkSHM::WriteAudioCycle(const float* state, const float* gainR
     PublishedMeters meters;
     std::copy_n(state, meters.state.size(), meters.state.begin());
     std::copy_n(gainReduction, meters.gainReduction.size(), meters.gainReduction.begin());
-    if (!hasBins && published == meters && OwnerOf(seen) == myId && IsActive(seen) &&
+    if (!hasBins && published == meters && OwnerOf(seen) == MyId() && IsActive(seen) &&
         IsAlive(seen, now, 0))
         return true;
     const auto own = LockOwn<TryLock>();
@@ -64,11 +64,11 @@ bool TessellaDuckworkSHM::WriteAudioCycle(const float* state, const float* gainR
 }
 
 /// Whether a copy would change nothing. No lock: whatever becomes of the peer's slot, its mark or
-/// its owner goes, or its counter starts again at 0.
+/// its owner goes, or its counter starts again at 0; and another segment is another place.
 bool TessellaDuckworkSHM::HoldsSpectrum(const RegistrySegment& segment, const float* peerBins,
                                         int n) const {
     const RegistrySlot& slot = segment.slots[held.slot];
-    return held.peerId != 0 && held.peerId == remoteId.load(std::memory_order_relaxed) &&
+    return held.segment == &segment && held.peerId == remoteId.load(std::memory_order_relaxed) &&
            held.where == peerBins && held.count == n && OwnerOf(slot) == held.peerId &&
            IsActive(slot) && held.seq == LoadSeq(slot.audioBinsSeq);
 }
@@ -80,7 +80,7 @@ bool TessellaDuckworkSHM::ReadAudioCycle(std::uint64_t lastBandsSeq, std::uint64
     if (!segment)
         return false;
     const RegistrySlot& slot = segment->slots[SlotIndex()];
-    if (OwnerOf(slot) != myId) {
+    if (OwnerOf(slot) != MyId()) {
         // What another instance has put there is not meant for this one.
         cycle.bypass = cachedBypass.load(std::memory_order_relaxed);
         return false;
@@ -108,8 +108,9 @@ bool TessellaDuckworkSHM::ReadAudioCycle(std::uint64_t lastBandsSeq, std::uint64
         held = {};
     if (peer) {
         LoadAudioBins(*peer, peerBins, n);
-        held = {static_cast<std::size_t>(peer - own.Segment().slots.data()), cycle.remoteId,
-                LoadSeq(peer->audioBinsSeq), peerBins, n};
+        held = {&own.Segment(), static_cast<std::size_t>(peer - own.Segment().slots.data()),
+                cycle.remoteId, LoadSeq(peer->audioBinsSeq),
+                peerBins,       n};
         cycle.audioValid = cycle.audioNew = true;
     }
     return true;

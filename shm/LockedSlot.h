@@ -19,7 +19,7 @@ public:
 
     /// The slot that an instance has claimed, active or not, unless another has claimed it since.
     LockedSlot(const SegmentSource& source, std::size_t index, std::uint64_t id)
-        : segment(source), lock(segment.Get()) {
+        : segment(source), lock(id != 0 ? segment.Get() : nullptr) {
         if (lock && OwnerOf(segment->slots[index]) == id)
             slot = &segment->slots[index];
     }

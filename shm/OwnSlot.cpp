@@ -22,6 +22,12 @@ auto WritingHpLp(float hpHz, float lpHz) {
 auto WritingControls(float attackMs, float releaseMs, float makeupDb) {
     return [=](RegistrySlot& own) { return StoreControls(own, attackMs, releaseMs, makeupDb); };
 }
+auto SettingLatency(int samples) {
+    return [=](RegistrySlot& own) {
+        own.latencySamples = samples;
+        return true;
+    };
+}
 auto SettingFlag(std::atomic<std::uint8_t> RegistrySlot::*flag, bool on) {
     return [=](RegistrySlot& own) {
         StoreFlag(own.*flag, on);
@@ -44,7 +50,7 @@ std::uint64_t TessellaDuckworkSHM::WriteBands(const TDBand* bands, int n) {
 }
 
 std::optional<std::uint64_t> TessellaDuckworkSHM::TryWriteBands(const TDBand* bands, int n) {
-    return opened ? ChangeOwn<TryLock>(WritingBands(bands, n)) : 0;
+    return Opened() ? ChangeOwn<TryLock>(WritingBands(bands, n)) : 0;
 }
 
 std::uint64_t TessellaDuckworkSHM::WriteHpLp(float hpHz, float lpHz) {
@@ -52,7 +58,7 @@ std::uint64_t TessellaDuckworkSHM::WriteHpLp(float hpHz, float lpHz) {
 }
 
 std::optional<std::uint64_t> TessellaDuckworkSHM::TryWriteHpLp(float hpHz, float lpHz) {
-    return opened ? ChangeOwn<TryLock>(WritingHpLp(hpHz, lpHz)) : 0;
+    return Opened() ? ChangeOwn<TryLock>(WritingHpLp(hpHz, lpHz)) : 0;
 }
 
 std::uint64_t TessellaDuckworkSHM::WriteControls(float attackMs, float releaseMs, float makeupDb) {
@@ -61,7 +67,7 @@ std::uint64_t TessellaDuckworkSHM::WriteControls(float attackMs, float releaseMs
 
 std::optional<std::uint64_t> TessellaDuckworkSHM::TryWriteControls(float attackMs, float releaseMs,
                                                                    float makeupDb) {
-    return opened ? ChangeOwn<TryLock>(WritingControls(attackMs, releaseMs, makeupDb)) : 0;
+    return Opened() ? ChangeOwn<TryLock>(WritingControls(attackMs, releaseMs, makeupDb)) : 0;
 }
 
 void TessellaDuckworkSHM::WriteState(const float* state) {
@@ -85,8 +91,12 @@ bool TessellaDuckworkSHM::TryPublishDuckSelf(bool on) {
     return ChangeOwn<TryLock>(SettingFlag(&RegistrySlot::duckSelf, on)).has_value();
 }
 
-void TessellaDuckworkSHM::SetMyLatency(int samples) {
-    ChangeOwn<PatientLock>([=](RegistrySlot& own) { return own.latencySamples = samples; });
+bool TessellaDuckworkSHM::SetMyLatency(int samples) {
+    return ChangeOwn<PatientLock>(SettingLatency(samples)).has_value();
+}
+
+bool TessellaDuckworkSHM::TrySetMyLatency(int samples) {
+    return ChangeOwn<TryLock>(SettingLatency(samples)).has_value();
 }
 
 void TessellaDuckworkSHM::SetMyBypass(bool on) {
@@ -94,7 +104,7 @@ void TessellaDuckworkSHM::SetMyBypass(bool on) {
 }
 
 bool TessellaDuckworkSHM::ReadMyBypass() {
-    if (!opened)
+    if (!Opened())
         return false;
     // Relaxed: a flag by itself, whichever thread read it last.
     if (const auto own = LockOwn<TryLock>())

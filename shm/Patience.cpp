@@ -7,8 +7,11 @@ namespace shm {
 namespace {
 
 thread_local Patience* tPatience = nullptr;
+const std::atomic<bool> kGoingOn = true;
 
 } // namespace
+
+Patience::Patience(int pauses) noexcept : Patience(kGoingOn, pauses) {}
 
 Patience::Patience(const std::atomic<bool>& goingOn, int pauses) noexcept
     : going(goingOn), pausesLeft(pauses) {

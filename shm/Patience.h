@@ -13,6 +13,7 @@ inline constexpr int kLockRetries = 50;
 /// long where one after the other is taken, as in a frame of the editor. Does not nest. [main, ui]
 class Patience {
 public:
+    explicit Patience(int pauses = kLockRetries) noexcept;
     explicit Patience(const std::atomic<bool>& goingOn, int pauses = kLockRetries) noexcept;
     ~Patience();
     /// It is used up: a lock has not been had.

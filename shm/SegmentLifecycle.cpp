@@ -15,6 +15,10 @@ namespace {
 /// Lets one thread at a time in this process join the registry.
 std::mutex sInitMutex;
 
+/// For a thread whose owner may be about to end it: long enough for anybody but a dead or stopped
+/// process.
+constexpr int kBriefPauses = 5;
+
 } // namespace
 
 TessellaDuckworkSHM::~TessellaDuckworkSHM() { Close(); }
@@ -22,17 +26,26 @@ TessellaDuckworkSHM::~TessellaDuckworkSHM() { Close(); }
 bool TessellaDuckworkSHM::Open() {
     Close();
     const std::lock_guard guard(sInitMutex);
+    return Enter(Arrival::Start);
+}
+
+bool TessellaDuckworkSHM::OpenLater() noexcept {
+    if (Opened())
+        return true;
+    const std::unique_lock guard(sInitMutex, std::try_to_lock);
+    const Patience brief(kBriefPauses);
+    return guard && Enter(Arrival::WhileRunning);
+}
+
+bool TessellaDuckworkSHM::Enter(Arrival arrival) noexcept try {
     ForceCleanIfStale(kAliveSeconds);
-    try {
-        myId =
-            (static_cast<std::uint64_t>(getpid()) << 32) ^ reinterpret_cast<std::uintptr_t>(this);
-        memory = {.displayName = {"TessellaDuckwork"}};
-        MoveTo(JoinRegistry(myId, memory, Arrival::Start));
-        opened = true;
-    } catch (const std::exception&) {
-        ResetMembers();
-    }
-    return opened;
+    const std::uint64_t id =
+        (static_cast<std::uint64_t>(getpid()) << 32) ^ reinterpret_cast<std::uintptr_t>(this);
+    memory = {.displayName = {"TessellaDuckwork"}};
+    MoveTo(JoinRegistry(id, memory, arrival), id);
+    return true;
+} catch (const std::exception&) {
+    return false;
 }
 
 void TessellaDuckworkSHM::Close() noexcept {
@@ -46,7 +59,7 @@ void TessellaDuckworkSHM::Close() noexcept {
 }
 
 void TessellaDuckworkSHM::Touch() noexcept {
-    if (!opened)
+    if (!Opened())
         return;
     if (source.IsIdle())
         retired.clear();
@@ -81,17 +94,15 @@ void TessellaDuckworkSHM::ComeBack() noexcept try {
     const std::unique_lock guard(sInitMutex, std::try_to_lock);
     if (!guard)
         return;
-    // Long enough for anybody but a dead or stopped process; the owner may be about to close.
-    static const std::atomic<bool> kGoingOn = true;
-    const Patience brief(kGoingOn, 5);
+    const Patience brief(kBriefPauses);
     ForceCleanIfStale(kAliveSeconds);
     constexpr std::int64_t kEver = std::numeric_limits<std::int64_t>::min();
     if (HoldsSlot(kEver) && IsAtHome())
         return; // the lock is lost, but not for everybody's ten seconds yet
-    Membership next = JoinRegistry(myId, Remembered(), Arrival::WhileRunning);
+    Membership next = JoinRegistry(MyId(), Remembered(), Arrival::WhileRunning);
     if (const auto left = LockOwn<TryLock>())
         left->active.exchange(0, std::memory_order_relaxed); // the lock publishes
-    MoveTo(std::move(next));
+    MoveTo(std::move(next), MyId());
 } catch (const std::exception&) {
     // Later, perhaps.
 }
@@ -100,7 +111,7 @@ void TessellaDuckworkSHM::ComeBack() noexcept try {
 bool TessellaDuckworkSHM::HoldsSlot(std::int64_t since) const {
     const SegmentUse segment(source);
     const RegistrySlot& slot = segment->slots[SlotIndex()];
-    return OwnerOf(slot) == myId && IsAlive(slot, since, 0);
+    return OwnerOf(slot) == MyId() && IsAlive(slot, since, 0);
 }
 
 void TessellaDuckworkSHM::CleanDead() {
@@ -112,7 +123,7 @@ void TessellaDuckworkSHM::CleanDead() {
     segment->slotHighWater = 0;
     for (std::int32_t i = 0; i < kSlotCount; ++i) {
         RegistrySlot& slot = segment->slots[static_cast<std::size_t>(i)];
-        if (OwnerOf(slot) != myId && IsActive(slot) && !IsAlive(slot, now, kAliveSeconds))
+        if (OwnerOf(slot) != MyId() && IsActive(slot) && !IsAlive(slot, now, kAliveSeconds))
             slot.active.exchange(0, std::memory_order_relaxed); // the lock publishes
         if (IsActive(slot))
             segment->slotHighWater = i + 1;
@@ -138,7 +149,7 @@ bool TessellaDuckworkSHM::GetActiveInstances(std::vector<TDInstanceInfo>& out) c
     if (!lock)
         return false;
     for (const RegistrySlot& slot : segment->slots) {
-        if (!IsActive(slot) || OwnerOf(slot) == myId)
+        if (!IsActive(slot) || OwnerOf(slot) == MyId())
             continue;
         TDInstanceInfo& info = out.emplace_back();
         info.id = OwnerOf(slot);
@@ -148,13 +159,15 @@ bool TessellaDuckworkSHM::GetActiveInstances(std::vector<TDInstanceInfo>& out) c
 }
 
 /// Makes a claimed slot the own one. Other threads may be at work in the former segment.
-void TessellaDuckworkSHM::MoveTo(Membership&& member) {
-    if (opened)
+void TessellaDuckworkSHM::MoveTo(Membership&& member, std::uint64_t id) {
+    if (Opened())
         retired.push_back(std::move(mapping));
     object = std::move(member.object);
     mapping = std::move(member.mapping);
     slotIndex.store(member.slotIndex, std::memory_order_relaxed);
+    myId.store(id, std::memory_order_relaxed); // the segment publishes both
     source.Lead(member.segment);
+    opened.store(true, std::memory_order_release); // last: what finds it true finds the rest
 }
 
 /// Keeps what the own slot holds, for ComeBack. The registry lock is held. Never waits: where
@@ -171,10 +184,11 @@ SlotSettings TessellaDuckworkSHM::Remembered() {
 
 void TessellaDuckworkSHM::ResetMembers() {
     source.Lead(nullptr);
-    opened = false;
+    // Relaxed: the handle has no other user now.
+    opened.store(false, std::memory_order_relaxed);
     slotIndex.store(0, std::memory_order_relaxed);
-    myId = 0;
-    remoteId.store(0, std::memory_order_relaxed); // the handle has no other user now
+    myId.store(0, std::memory_order_relaxed);
+    remoteId.store(0, std::memory_order_relaxed);
     retired.clear();
     held = {};
     published.reset();

@@ -16,7 +16,8 @@
 /// One per plug-in instance, at a fixed address (the instance id contains it).
 ///
 /// Threads: Open, Close and the destructor run on the main thread while no other thread uses the
-/// handle; every other operation may run beside any other, each from the threads noted with it.
+/// handle; every other operation, OpenLater too, may run beside any other, each from the threads
+/// noted with it.
 /// A slot can be lost: swept while this process stood still and claimed by another instance, or
 /// with its whole segment. No operation then touches what is not its own; the next Touch claims
 /// another slot and restores in it what the lost one held, counters included.
@@ -62,6 +63,9 @@ public:
     /// creating. False: no free slot, busy lock or system error; the handle is closed then. No
     /// exception. [main; patient]
     [[nodiscard]] bool Open();
+    /// Open once more, for a handle that Open has left closed: what stood in the way may be gone.
+    /// Gives nobody time to finish a segment. True when open. [heartbeat; tries of up to 50 ms]
+    bool OpenLater() noexcept;
     /// Releases the own slot. The slot's contents, a peer's link to it, the mapping and the
     /// object's name stay. With the lock busy the slot is left to the sweeps. [main; patient]
     void Close() noexcept;
@@ -81,9 +85,9 @@ public:
     bool GetActiveInstances(std::vector<TDInstanceInfo>& out) const;
 
     /// Whether a slot is held, constant from a successful Open to Close. [any]
-    [[nodiscard]] bool Opened() const { return opened; }
+    [[nodiscard]] bool Opened() const { return opened.load(std::memory_order_acquire); }
     /// Own instance id, constant from Open to Close; 0 when closed. [any]
-    [[nodiscard]] std::uint64_t MyId() const { return myId; }
+    [[nodiscard]] std::uint64_t MyId() const { return myId.load(std::memory_order_relaxed); }
     /// The peer's id as last set or read; 0 when unpaired. [any; none]
     [[nodiscard]] std::uint64_t RemoteId() const {
         return remoteId.load(std::memory_order_relaxed); // a value by itself, publishes nothing
@@ -110,10 +114,11 @@ public:
     void WriteState(const float* state);
     /// Publishes the display spectrum: min(n, 256) dB values. [ui; patient]
     void WriteBins(const float* bins, int n);
-    bool PublishDuckSelf(bool on);    ///< Else false. [main, ui; patient]
-    bool TryPublishDuckSelf(bool on); ///< Else false. [audio; try]
-    void SetMyLatency(int samples);   ///< [main; patient]
-    void SetMyBypass(bool on);        ///< [main, ui; patient]
+    bool PublishDuckSelf(bool on);     ///< Else false. [main, ui; patient]
+    bool TryPublishDuckSelf(bool on);  ///< Else false. [audio; try]
+    bool SetMyLatency(int samples);    ///< Else false. [main; patient]
+    bool TrySetMyLatency(int samples); ///< Else false. [audio; try]
+    void SetMyBypass(bool on);         ///< [main, ui; patient]
     /// The own bypass flag, which the peer may have changed. Busy: the flag as last read; closed:
     /// false. [main, ui; try]
     bool ReadMyBypass();
@@ -188,8 +193,9 @@ public:
 private:
     /// What the caller of ReadAudioCycle has got.
     struct HeldSpectrum {
+        const shm::RegistrySegment* segment = nullptr; ///< Null: nothing. Compared, not followed.
         std::size_t slot = 0;
-        std::uint64_t peerId = 0; ///< 0: nothing.
+        std::uint64_t peerId = 0;
         std::uint64_t seq = 0;
         const float* where = nullptr;
         int count = 0;
@@ -207,7 +213,7 @@ private:
     }
     template <class Lock>
     shm::LockedSlot<Lock> LockOwn() const {
-        return {source, SlotIndex(), myId};
+        return {source, SlotIndex(), MyId()};
     }
     template <class Lock>
     shm::LockedSlot<Lock> LockPeer() const {
@@ -224,24 +230,25 @@ private:
         Remember(*own);
         return result;
     }
+    bool Enter(shm::Arrival arrival) noexcept;
     [[nodiscard]] bool ShowLife() noexcept;
     [[nodiscard]] bool HoldsSlot(std::int64_t since) const;
     [[nodiscard]] bool IsAtHome() const noexcept;
     void ComeBack() noexcept;
-    void MoveTo(shm::Membership&& member);
+    void MoveTo(shm::Membership&& member, std::uint64_t id);
     void Remember(const shm::RegistrySlot& slot);
     shm::SlotSettings Remembered();
     void ResetMembers();
 
-    bool opened = false; ///< This and myId change in Open and Close only.
-    std::uint64_t myId = 0;
+    std::atomic<bool> opened{false}; ///< This and myId change in Open, OpenLater and Close only.
+    std::atomic<std::uint64_t> myId{0};
     std::atomic<std::uint64_t> remoteId{0};
     std::atomic<bool> cachedBypass{false};
     HeldSpectrum held;                        ///< [audio]
     std::optional<PublishedMeters> published; ///< [audio]
 
-    // Where the own slot lies. Changes in Open, Close and Touch. Whoever meets the new segment with
-    // the former index, or the other way round, finds a slot that is not its own.
+    // Where the own slot lies. Changes in Open, OpenLater, Close and Touch. Whoever meets the new
+    // segment with the former index, or the other way round, finds a slot that is not its own.
     shm::SegmentSource source; ///< In mapping; null without a slot.
     std::atomic<std::int32_t> slotIndex{0};
     shm::SegmentObject object;                ///< [main, heartbeat]

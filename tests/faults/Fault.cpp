@@ -1,5 +1,6 @@
 #include "tests/faults/Fault.h"
 
+#include "shm/TessellaDuckworkSHM.h"
 #include "tests/shm/RawSegment.h"
 
 #include <algorithm>
@@ -15,6 +16,17 @@ void Row::add(const Row& other) {
     require(!other.failed(), other.problem);
     worstBlockUs = std::max(worstBlockUs, other.worstBlockUs);
     worstWaitMs = std::max(worstWaitMs, other.worstWaitMs);
+    blocks += other.blocks;
+    calls += other.calls;
+    repairs += other.repairs;
+}
+
+std::string callsOf(const Row& row) {
+    if (row.blocks == 0)
+        return "–";
+    const std::string repaired =
+        row.repairs != 0 ? ", memory replaced " + std::to_string(row.repairs) + " times" : "";
+    return std::to_string(row.calls) + " in " + std::to_string(row.blocks) + " blocks" + repaired;
 }
 
 pid_t spawn(const std::function<bool()>& work) {
@@ -22,7 +34,7 @@ pid_t spawn(const std::function<bool()>& work) {
     if (child != 0)
         return child;
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    alarm(1800);
+    alarm(4 * 3600);
     try {
         _exit(work() ? 0 : 1);
     } catch (...) {
@@ -54,6 +66,19 @@ Row timed(const std::function<void()>& call) {
     const auto start = steady_clock::now();
     call();
     return {.worstWaitMs = duration<double, std::milli>(steady_clock::now() - start).count()};
+}
+
+Row newPair(int round) {
+    TessellaDuckworkSHM a;
+    TessellaDuckworkSHM b;
+    bool both = false;
+    Row row = timed([&] { both = a.Open(); });
+    a.CleanDead();
+    both = both && b.Open();
+    a.SetRemoteId(b.MyId());
+    b.SyncRemoteId();
+    row.require(both && b.RemoteId() == a.MyId(), "no new pair in round " + std::to_string(round));
+    return row;
 }
 
 bool lockIsLost() {

@@ -16,6 +16,9 @@ struct Row {
     double worstBlockUs = -1.0; ///< processor time of one block; below 0: no audio in this fault
     double worstWaitMs = -1.0;  ///< of one call on the main thread
     std::string lost = "nothing";
+    // Of the audio threads: blocks, what they called beside the clock, and how often lost memory
+    // was replaced under them (see RealTimeWatch).
+    std::uint64_t blocks = 0, calls = 0, repairs = 0;
 
     /// Notes the first thing that is not as it must be.
     void require(bool holds, const std::string& what) {
@@ -25,6 +28,9 @@ struct Row {
     /// Takes over what another row has measured, and its problem.
     void add(const Row& other);
 };
+
+/// "0 in 4711 blocks", with the repairs where there were any; a dash without audio.
+std::string callsOf(const Row& row);
 
 struct Fault {
     const char* name;
@@ -36,7 +42,7 @@ Faults processFaults();
 Faults objectFaults();
 
 /// Runs something in a child process, which then ends, with 1 for false or an exception. It dies
-/// with its parent, and after half an hour at the latest.
+/// with its parent, and after four hours at the latest.
 pid_t spawn(const std::function<bool()>& work);
 bool succeeded(pid_t child); ///< Waits for its end: by itself and with true?
 void destroy(pid_t child);   ///< Kills it and waits for its end.
@@ -45,6 +51,8 @@ void destroy(pid_t child);   ///< Kills it and waits for its end.
 bool eventually(const std::function<bool()>& holds, int milliseconds = 5000);
 /// How long a call takes, as a row.
 Row timed(const std::function<void()>& call);
+/// Two newcomers must find each other and pair; they sweep first, as an editor does.
+Row newPair(int round);
 /// Whether the registry lock is out of use: nobody alive holds it for 0.2 s.
 bool lockIsLost();
 /// Sets the heartbeats, except those of some instances, and the object's time back by a minute, as

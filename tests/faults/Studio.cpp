@@ -1,6 +1,8 @@
 #include "tests/faults/Studio.h"
 
 #include "host/ByteStream.h"
+#include "tests/editor/OpenEditor.h"
+#include "tests/host/RealTimeWatch.h"
 #include "tests/host/Track.h"
 
 #include <algorithm>
@@ -9,6 +11,8 @@
 #include <clap/ext/state.h>
 #include <cmath>
 #include <cstring>
+#include <deque>
+#include <optional>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -16,17 +20,24 @@
 
 namespace faults {
 
+/// The host's process writes it, the harness reads it.
 struct Studio::Shared {
-    std::atomic<std::uint64_t> kick, bass, blocks, wrong, waits, ducked, saves;
-    std::atomic<double> worstBlockUs, worstSaveMs;
+    std::atomic<std::uint64_t> kick[kMostPairs], bass[kMostPairs];
+    std::atomic<std::uint64_t> periods, wrong, waits, ducked, missed, saves, visitors;
+    std::atomic<std::uint64_t> calls, repairs;
+    std::atomic<int> lastSystemCall;
+    std::atomic<double> worstSaveMs;
+    Times blockTimes, periodTimes;
     std::atomic<bool> ready;
 };
 
 namespace {
 
-constexpr std::size_t kBlock = 128;
+constexpr double kRate = 48000.0;
 constexpr std::size_t kLoop = 8192; ///< the noise repeats itself
 constexpr std::size_t kDelay = 2048;
+/// The level of few samples of noise is uncertain; without ducking it is exactly 1.
+constexpr double kDucked = 0.8;
 constexpr const char* kKickName = "kick of the studio";
 
 double threadMicroseconds() {
@@ -44,32 +55,57 @@ std::uint64_t threadSleeps() {
 
 /// One instance on a loop of noise.
 struct Player {
-    support::Track& track;
+    Player(std::uint32_t frames, unsigned seed)
+        : block(frames), in(support::noise(kLoop, 0.5, seed)), audio(frames) {}
+
+    const std::uint32_t block;
+    support::Track track{};
     support::Stereo in;
-    host::AudioBuffers audio{kBlock};
+    host::AudioBuffers audio;
     std::size_t at = 0;
     double error = 0.0; ///< of the last block: its largest difference from the input as it was
     double gain = 1.0;  ///< and its level divided by that of the input
 
-    void block(Studio::Shared& shared) {
-        for (std::uint32_t i = 0; i < kBlock; ++i) {
+    /// Returns its processor time, µs.
+    double play(Studio::Shared& shared) {
+        for (std::uint32_t i = 0; i < block; ++i) {
             audio.input().set(0, i, in.left[(at + i) % kLoop]);
             audio.input().set(1, i, in.right[(at + i) % kLoop]);
         }
         const std::uint64_t sleeps = threadSleeps();
         const double before = threadMicroseconds();
-        track.instance.process(audio, kBlock);
-        shared.worstBlockUs = std::max<double>(shared.worstBlockUs, threadMicroseconds() - before);
-        shared.waits += threadSleeps() - sleeps;
-        if ((at += kBlock) > 2 * kDelay)
+        support::Offences seen;
+        {
+            const support::RealTimeWatch watch;
+            track.instance.process(audio, block);
+            seen = watch.seen();
+        }
+        const double used = threadMicroseconds() - before;
+        shared.blockTimes.add(used);
+        note(seen, shared);
+        if (seen.repairs == 0) // which may have to wait for the process's memory map
+            shared.waits += threadSleeps() - sleeps;
+        if ((at += block) > 2 * kDelay)
             measure();
+        return used;
     }
+
+    static void note(const support::Offences& seen, Studio::Shared& shared) {
+        const int calls = seen.allocations + seen.locks + seen.systemCalls;
+        if (calls != 0)
+            shared.calls += static_cast<std::uint64_t>(calls);
+        if (seen.lastSystemCall >= 0)
+            shared.lastSystemCall = seen.lastSystemCall;
+        if (seen.repairs != 0)
+            shared.repairs += static_cast<std::uint64_t>(seen.repairs);
+    }
+
     void measure() {
         double out = 0.0;
         double was = 0.0;
         error = 0.0;
-        for (std::uint32_t i = 0; i < kBlock; ++i) {
-            const double x = in.left[(at - kBlock + i + kLoop - kDelay) % kLoop];
+        for (std::uint32_t i = 0; i < block; ++i) {
+            const double x = in.left[(at - block + i + kLoop - kDelay) % kLoop];
             const double y = audio.output().get(0, i);
             error = std::max(error, std::abs(y - x));
             out += y * y;
@@ -79,51 +115,117 @@ struct Player {
     }
 };
 
-[[noreturn]] void playForever(support::Track& kick, support::Track& bass, Studio::Shared& shared) {
-    Player kickPlayer{kick, support::noise(kLoop, 0.5, 1)};
-    Player bassPlayer{bass, support::noise(kLoop, 0.5, 2)};
-    for (;; std::this_thread::sleep_for(std::chrono::microseconds(1300))) {
-        kickPlayer.block(shared);
-        bassPlayer.block(shared);
-        shared.wrong += kickPlayer.error < 1e-6 && bassPlayer.gain < 1.5 ? 0 : 1; // NaN: wrong
-        shared.ducked += bassPlayer.gain < 0.5 ? 1 : 0;
-        ++shared.blocks;
+struct Pair {
+    Pair(std::uint32_t block, unsigned seed) : kick(block, seed), bass(block, seed + 1) {}
+    Player kick, bass;
+};
+
+/// Waits for the next period; after a long interruption starts anew, as a sound card does.
+class Pace {
+public:
+    explicit Pace(const Studio::Setup& setup)
+        : period(setup.realTime ? std::chrono::nanoseconds(std::llround(1e9 * setup.block / kRate))
+                                : std::chrono::microseconds(1300)),
+          catchesUp(setup.realTime) {}
+    void wait() {
+        const auto now = std::chrono::steady_clock::now();
+        due =
+            std::max(due + period, catchesUp ? now - std::chrono::milliseconds(100) : now + period);
+        std::this_thread::sleep_until(due);
+    }
+
+private:
+    const std::chrono::nanoseconds period;
+    const bool catchesUp;
+    std::chrono::steady_clock::time_point due = std::chrono::steady_clock::now();
+};
+
+[[noreturn]] void playForever(std::deque<Pair>& pairs, const Studio::Setup& setup,
+                              Studio::Shared& shared) {
+    if (!support::trapSystemCalls())
+        _exit(1);
+    const double periodUs = 1e6 * setup.block / kRate;
+    for (Pace pace(setup);; pace.wait()) {
+        double used = 0.0;
+        bool ducked = true;
+        for (auto& [kick, bass] : pairs) {
+            used += kick.play(shared) + bass.play(shared);
+            shared.wrong += kick.error < 1e-6 && bass.gain < 1.5 ? 0 : 1; // NaN: wrong
+            ducked = ducked && bass.gain < kDucked;
+        }
+        shared.ducked += ducked ? 1 : 0;
+        shared.periodTimes.add(used);
+        shared.missed += used > periodUs ? 1 : 0;
+        ++shared.periods;
     }
 }
 
-[[noreturn]] void runHost(Studio::Shared& shared, bool paired) {
-    support::Track kick;
-    support::Track bass;
-    shared.kick = kick.id();
-    shared.bass = bass.id();
-    bass.set({{ThreshLow, -60}, {ThreshMid, -60}, {ThreshHigh, -60}, {Release, 20}});
-    bass.set({{RatioLow, 20}, {RatioMid, 20}, {RatioHigh, 20}});
-    shm::RegistryMonitor monitor;
-    if (paired && !(monitor.Attach() && monitor.SetDuckSelfOf(kick.id(), false) &&
-                    monitor.Rename(kick.id(), kKickName) && monitor.Pair(kick.id(), bass.id())))
+/// Basses that duck whatever sounds, kicks that never do.
+bool prepare(std::deque<Pair>& pairs, bool paired) {
+    for (auto& [kick, bass] : pairs) {
+        bass.track.set({{ThreshLow, -60}, {ThreshMid, -60}, {ThreshHigh, -60}, {Release, 20}});
+        bass.track.set({{RatioLow, 20}, {RatioMid, 20}, {RatioHigh, 20}});
+        const std::uint64_t id = kick.track.id();
+        shm::RegistryMonitor monitor;
+        if (paired && !(monitor.Attach() && monitor.SetDuckSelfOf(id, false) &&
+                        monitor.Rename(id, kKickName) && monitor.Pair(id, bass.track.id())))
+            return false;
+    }
+    for (auto& [kick, bass] : pairs)
+        for (Player* const player : {&kick, &bass}) {
+            player->track.start(kRate, {.maxFrames = player->block});
+            // The first block tells the host of the tail, and our host takes a note.
+            player->track.instance.process(player->audio, player->block);
+        }
+    return true;
+}
+
+/// An instance that comes, plays a moment, and goes.
+void visit() {
+    static const support::Stereo silence{std::vector<double>(256), std::vector<double>(256)};
+    support::Track visitor;
+    visitor.start(kRate);
+    (void)visitor.play(silence, 64);
+}
+
+[[noreturn]] void runHost(Studio::Shared& shared, const Studio::Setup& setup) {
+    std::deque<Pair> pairs;
+    for (std::size_t i = 0; i < setup.pairs; ++i) {
+        const auto& [kick, bass] = pairs.emplace_back(setup.block, 2 * unsigned(i) + 1);
+        shared.kick[i] = kick.track.id();
+        shared.bass[i] = bass.track.id();
+    }
+    if (!prepare(pairs, setup.paired))
         _exit(1);
-    kick.start(48000.0);
-    bass.start(48000.0);
-    std::thread([&] { playForever(kick, bass, shared); }).detach();
+    support::Track& bass = pairs.front().bass.track;
+    std::thread([&] { playForever(pairs, setup, shared); }).detach();
+    std::optional<support::Screen> screen;
+    std::optional<support::OpenEditor> editor;
+    if (setup.editorAt) {
+        screen.emplace();
+        editor.emplace(*screen, pairs.front().kick.track, host::GuiSize{480, 300}, *setup.editorAt);
+    }
     shared.ready = true;
     const auto* table = bass.instance.extension<clap_plugin_state_t>(CLAP_EXT_STATE);
     for (;; std::this_thread::sleep_for(std::chrono::milliseconds(20)), ++shared.saves) {
         host::ByteSink sink;
         const auto save = [&] { table->save(bass.instance.plugin(), sink.stream()); };
         shared.worstSaveMs = std::max<double>(shared.worstSaveMs, timed(save).worstWaitMs);
+        if (setup.visitors) {
+            visit();
+            ++shared.visitors;
+        }
     }
 }
 
 } // namespace
 
-Studio::Studio(bool paired)
-    : shared(*new (mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS,
-                        -1, 0)) Shared{}),
-      child(spawn([this, paired]() -> bool { runHost(shared, paired); })) {
+Studio::Studio(const Setup& wanted)
+    : setup(wanted), shared(*new (mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE,
+                                       MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Shared{}),
+      child(spawn([this]() -> bool { runHost(shared, setup); })) {
     const bool ready = eventually([this] { return shared.ready.load(); }, 20000);
-    kickId = shared.kick;
-    bassId = shared.bass;
-    if (!ready || (paired && !isDucked()))
+    if (!ready || (setup.paired && !isDucked()))
         throw std::runtime_error("the studio does not start");
 }
 
@@ -132,25 +234,45 @@ Studio::~Studio() {
     munmap(&shared, sizeof shared);
 }
 
+std::uint64_t Studio::kick(std::size_t pair) const { return shared.kick[pair]; }
+std::uint64_t Studio::bass(std::size_t pair) const { return shared.bass[pair]; }
+const Times& Studio::blockTimes() const { return shared.blockTimes; }
+const Times& Studio::periodTimes() const { return shared.periodTimes; }
+std::uint64_t Studio::missed() const { return shared.missed; }
+std::uint64_t Studio::visitors() const { return shared.visitors; }
+
 bool Studio::pair() const {
     shm::RegistryMonitor monitor;
-    return monitor.Attach() && monitor.Pair(kickId, bassId);
+    bool done = monitor.Attach();
+    for (std::size_t i = 0; i < setup.pairs && done; ++i)
+        done = monitor.Pair(kick(i), bass(i));
+    return done;
+}
+
+std::uint64_t Studio::blocksIn(int samples) const {
+    return static_cast<std::uint64_t>(samples) / setup.block;
 }
 
 bool Studio::isDucked() const {
-    const std::uint64_t settled = shared.blocks + 50; // release and delay are over
-    if (!eventually([&] { return shared.blocks >= settled; }))
+    const std::uint64_t settled = shared.periods + blocksIn(6400); // release and delay are over
+    if (!eventually([&] { return shared.periods >= settled; }))
         return false;
     const std::uint64_t before = shared.ducked;
-    return eventually([&] { return shared.blocks >= settled + 20; }) &&
-           shared.ducked >= before + 14;
+    const std::uint64_t looked = blocksIn(2560);
+    return eventually([&] { return shared.periods >= settled + looked; }) &&
+           shared.ducked >= before + looked * 7 / 10;
 }
 
 bool Studio::isListed() const try {
-    const auto kick = support::activeSlot(kickId);
-    const auto bass = support::activeSlot(bassId);
-    return kick && bass && kick->remoteId == bassId && bass->remoteId == kickId &&
-           !kick->duckSelf && std::strcmp(kick->name, kKickName) == 0;
+    for (std::size_t i = 0; i < setup.pairs; ++i) {
+        const auto kickSlot = support::activeSlot(kick(i));
+        const auto bassSlot = support::activeSlot(bass(i));
+        if (!kickSlot || !bassSlot || kickSlot->remoteId != bass(i) ||
+            bassSlot->remoteId != kick(i) || kickSlot->duckSelf ||
+            std::strcmp(kickSlot->name, kKickName) != 0)
+            return false;
+    }
+    return true;
 } catch (const boost::interprocess::interprocess_exception&) {
     return false; // a broken lock
 }
@@ -160,14 +282,20 @@ bool Studio::isBack() const {
 }
 
 Row Studio::report() const {
-    Row row{.worstBlockUs = shared.worstBlockUs, .worstWaitMs = shared.worstSaveMs};
-    const std::uint64_t blocks = shared.blocks;
+    Row row{.worstBlockUs = shared.blockTimes.longest(), .worstWaitMs = shared.worstSaveMs};
+    row.blocks = shared.blockTimes.size();
+    row.calls = shared.calls;
+    row.repairs = shared.repairs;
+    const std::uint64_t periods = shared.periods;
     const std::uint64_t saves = shared.saves;
     row.require(waitpid(child, nullptr, WNOHANG) == 0, "the host has died");
-    row.require(eventually([&] { return shared.blocks > blocks && shared.saves > saves; }),
+    row.require(eventually([&] { return shared.periods > periods && shared.saves > saves; }),
                 "the host no longer plays");
     row.require(shared.wrong == 0, std::to_string(shared.wrong) + " wrong blocks");
     row.require(shared.waits == 0, std::to_string(shared.waits) + " sleeps of the audio thread");
+    row.require(shared.calls == 0, std::to_string(shared.calls) +
+                                       " calls on the audio thread, last system call " +
+                                       std::to_string(shared.lastSystemCall));
     return row;
 }
 

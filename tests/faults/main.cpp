@@ -1,9 +1,11 @@
 /// fault-harness [--full] [NAME...]: breaks the registry on purpose and looks what becomes of those
 /// who use it. A row a fault, fields separated by tabs: name, injected, rounds, outcome, worst
-/// audio block µs, worst wait on the main thread ms, lost. Exit status 1 when anything is not as it
-/// must be.
+/// audio block µs, worst wait on the main thread ms, calls on the audio thread, lost.
+/// fault-harness soak MINUTES: see Soak.h.
+/// Exit status 1 when anything is not as it must be.
 #include "host/PrivateShm.h"
 #include "tests/faults/Fault.h"
+#include "tests/faults/Soak.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -24,9 +26,9 @@ faults::Row runSafely(const faults::Fault& fault, bool full) {
 bool report(const faults::Fault& fault, bool full) {
     unlink("/dev/shm/td_spectral_registry");
     const faults::Row row = runSafely(fault, full);
-    std::printf("%s\t%s\t%d\t%s\t%.0f\t%.1f\t%s\n", fault.name, fault.injected, row.rounds,
+    std::printf("%s\t%s\t%d\t%s\t%.0f\t%.1f\t%s\t%s\n", fault.name, fault.injected, row.rounds,
                 (row.failed() ? "FAILED: " + row.problem : row.outcome).c_str(), row.worstBlockUs,
-                row.worstWaitMs, row.lost.c_str());
+                row.worstWaitMs, faults::callsOf(row).c_str(), row.lost.c_str());
     std::fflush(stdout);
     return !row.failed();
 }
@@ -41,6 +43,8 @@ int main(int argc, char** argv) {
                    stderr);
         return 1;
     }
+    if (names.size() == 2 && names[0] == "soak")
+        return faults::soak(std::stod(names[1])) ? 0 : 1;
     bool allWell = true;
     for (const auto& group : {faults::processFaults(), faults::objectFaults()})
         for (const faults::Fault& fault : group)

@@ -126,4 +126,30 @@ TEST_F(AudioCycle, NeitherCopiesNorLocksForWhatTheOtherSideHas) {
     EXPECT_TRUE(Read(cycle, got.data()) && cycle.audioValid) << "back, though nothing else changed";
 }
 
+TEST_F(AudioCycle, TakesNoSpectrumOfALostSegmentForOneOfTheNext) {
+    peer.SetRemoteId(own.MyId());
+    const Three meters{};
+    std::array<float, 1024> sent;
+    sent.fill(0.5F);
+    const auto publish = [&] {
+        return peer.WriteAudioCycle(meters.data(), meters.data(), sent.data(), 1024, true);
+    };
+    Cycle cycle;
+    EXPECT_TRUE(publish() && Read(cycle, got.data()) && got[0] == 0.5F);
+    Remove();
+    own.Touch();
+    EXPECT_TRUE(Read(cycle, got.data()) && !cycle.audioValid)
+        << "the frozen one of the old segment";
+    peer.Touch();
+    EXPECT_TRUE(Read(cycle, got.data()) && cycle.audioNew && got[0] == 0.0F) << "none yet";
+    // Once more, unread in between: slot, id and counter are then those of the spectrum held.
+    EXPECT_TRUE(publish() && Read(cycle, got.data()) && got[0] == 0.5F);
+    Remove();
+    own.Touch();
+    peer.Touch();
+    sent.fill(0.25F);
+    EXPECT_TRUE(publish() && Read(cycle, got.data()));
+    EXPECT_TRUE(cycle.audioNew && got[0] == 0.25F) << "the same slot and counter elsewhere";
+}
+
 } // namespace

@@ -1,3 +1,4 @@
+#include "shm/SlotFields.h"
 #include "shm/TessellaDuckworkSHM.h"
 #include "tests/shm/RawSegment.h"
 
@@ -5,6 +6,7 @@
 #include <chrono>
 #include <csignal>
 #include <limits>
+#include <memory>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <thread>
@@ -120,6 +122,52 @@ TEST_F(SegmentLifecycle, WaitsForASegmentThatIsBeingCreated) {
     EXPECT_TRUE(handle.Open());
     creator.join();
     EXPECT_EQ(Stat().st_ino, former);
+}
+
+TEST_F(SegmentLifecycle, AFreshSegmentIsNotStaleBeforeSomebodyHasClaimedASlot) {
+    for (const int age : {0, 60}) {
+        Make(kBytes, 10, "GRDT", 0, 0);
+        Segment().Put(Slot(0) + kId, std::uint64_t{0});
+        Age(age);
+        TessellaDuckworkSHM::ForceCleanIfStale(10);
+        EXPECT_EQ(access(kPath, F_OK) == 0, age == 0) << age << " s old";
+    }
+}
+
+TEST_F(SegmentLifecycle, LandsWhereTheNameLeadsThoughTheSegmentIsReplacedMeanwhile) {
+    TessellaDuckworkSHM keeper, late;
+    ASSERT_TRUE(keeper.Open());
+    auto held = std::make_unique<HeldLock>();
+    std::thread opening([&late] { EXPECT_TRUE(late.Open()); });
+    std::this_thread::sleep_for(100ms); // it waits for the lock; if not yet, it has it easier
+    Remove();
+    Segment& old = held->segment;
+    pthread_mutex_unlock(old.Mutex());
+    opening.join();
+    EXPECT_TRUE(access(kPath, F_OK) == 0 &&
+                Segment().Get<std::uint64_t>(Slot(0) + kId) == late.MyId());
+    EXPECT_EQ(old.Get<std::uint8_t>(Slot(1) + kActive), 0) << "given back";
+    pthread_mutex_lock(old.Mutex()); // for held
+}
+
+TEST_F(SegmentLifecycle, WhatOpenCouldNotGetComesLater) {
+    std::array<TessellaDuckworkSHM, 16> handles;
+    for (auto& handle : handles)
+        ASSERT_TRUE(handle.Open());
+    TessellaDuckworkSHM late;
+    EXPECT_FALSE(late.Open() || late.OpenLater());
+    late.Touch();
+    EXPECT_TRUE(!late.Opened() && late.MyId() == 0);
+    handles[3].Close();
+    EXPECT_TRUE(late.OpenLater() && late.OpenLater());
+    EXPECT_EQ(Segment().Get<std::uint64_t>(Slot(3) + kId), late.MyId());
+    EXPECT_EQ(late.WriteHpLp(1, 2), 1U);
+    late.Close();
+    Make(kBytes, 10, "GRD?", 1, 0); // made by somebody at this moment
+    EXPECT_FALSE(late.OpenLater()) << "waits for nobody, removes nothing";
+    std::memcpy(Segment().base + kMagic, "GRDT", 4);
+    Segment().Put(Slot(0) + kHeartbeat, shm::Now());
+    EXPECT_TRUE(late.OpenLater());
 }
 
 TEST_F(SegmentLifecycle, SweepsTheDeadAndListsTheOthers) {

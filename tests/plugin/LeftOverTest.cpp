@@ -1,0 +1,64 @@
+#include "tests/plugin/Plugged.h"
+#include "tests/shm/RawSegment.h"
+
+#include <array>
+#include <chrono>
+#include <memory>
+#include <thread>
+
+namespace {
+
+using support::Plugged;
+using namespace std::chrono_literals;
+
+TEST(LeftOver, ANameGivenWhileTheRegistryIsBusyIsPublishedWithTheNextBlock) {
+    Plugged p;
+    p.start();
+    {
+        const raw::HeldLock busy;
+        p.plug.SetInstanceName("kick");
+    }
+    EXPECT_STRNE(p.slot().name, "kick");
+    p.block();
+    EXPECT_STREQ(p.slot().name, "kick");
+}
+
+TEST(LeftOver, ActivationWaitsForTheRegistryOnceAndPublishesTheDelayLater) {
+    Plugged p;
+    const auto began = std::chrono::steady_clock::now();
+    {
+        const raw::HeldLock busy;
+        p.start();
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - began, 900ms) << "once would be half a second";
+    EXPECT_EQ(p.slot().latencySamples, 0);
+    p.block();
+    EXPECT_EQ(p.slot().latencySamples, 1024);
+}
+
+TEST(LeftOver, AnInstanceWithoutASlotTakesTheNextOneWithAllItsSettings) {
+    std::array<TessellaDuckworkSHM, 16> others;
+    for (auto& other : others)
+        ASSERT_TRUE(other.Open());
+    Plugged p(5);
+    p.plug.SetDuckSelf(false);
+    p.plug.SetInstanceName("late");
+    p.in.addParamValue(HP, p.plug.GetParam(HP).ToHost(120));
+    p.in.addParamValue(Attack, p.plug.GetParam(Attack).ToHost(33));
+    p.start();
+    p.block();
+    EXPECT_FALSE(p.plug.Registry().Opened());
+    others[5].Close();
+    for (int i = 0; i < 2000 && !p.plug.Registry().Opened(); ++i)
+        std::this_thread::sleep_for(10ms); // the next heartbeat
+    p.block();
+    const auto slot = p.slot();
+    EXPECT_EQ(slot.id, p.plug.Registry().MyId());
+    EXPECT_STREQ(slot.name, "late");
+    EXPECT_TRUE(slot.bandCount == 1 && slot.bands[0].ratio == 4.0F && slot.latencySamples == 1024);
+    EXPECT_TRUE(slot.hpHz == 120.0F && slot.attackMs == 33.0F);
+    EXPECT_TRUE(!slot.duckSelf && !p.plug.DuckSelf()) << "nothing of an empty slot is taken over";
+    EXPECT_EQ(p.value(Attack), 33.0);
+}
+
+} // namespace
