@@ -97,7 +97,7 @@ void IPlugCLAP::ProcessAudio(const clap_process_t& block) noexcept {
         if (block.frames_count - offset <= longest)
             break; // before the offset can wrap around
     }
-    for (std::uint32_t port = 0; port < block.audio_outputs_count; ++port)
+    for (std::uint32_t port = 0; block.audio_outputs && port < block.audio_outputs_count; ++port)
         block.audio_outputs[port].constant_mask = 0;
 }
 

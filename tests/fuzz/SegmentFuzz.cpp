@@ -1,16 +1,11 @@
 /// A hostile registry: any bytes in any field but the lock, seen by all who read them: blocks, the
 /// editor's poll, saves. Between them the user goes on, with any gesture anywhere.
-#include "host/PrivateShm.h"
-#include "shm/SegmentLayout.h"
+#include "tests/fuzz/Bytes.h"
+#include "tests/fuzz/MappedRegistry.h"
 #include "tests/fuzz/Subject.h"
 #include "ui/EditorSession.h"
 
-#include <fuzzer/FuzzedDataProvider.h>
-
 #include <algorithm>
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -27,35 +22,20 @@ class NoWindow final : public ui::SessionWindow {
     void resize(ui::SizePx) override {}
 };
 
-/// The bytes of the registry that stands now; every run begins with the ones of the first.
-class Bytes {
-public:
-    Bytes() {
-        const int file = shm_open(shm::kSegmentName, O_RDWR | O_CLOEXEC, 0);
-        demand(file >= 0, "there is a registry");
-        base = static_cast<unsigned char*>(
-            mmap(nullptr, kSegmentBytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
-        close(file);
-        static const std::vector<unsigned char> first(base, base + kSegmentBytes);
-        std::copy(first.begin(), first.begin() + kLockBegin, base);
-        std::copy(first.begin() + kLockEnd, first.end(), base + kLockEnd);
-    }
-    ~Bytes() { munmap(base, kSegmentBytes); }
-    Bytes(const Bytes&) = delete;
-    Bytes& operator=(const Bytes&) = delete;
+/// Every run begins with the bytes of the first one.
+void restore(const fuzz::MappedRegistry& registry) {
+    unsigned char* const base = registry.bytes();
+    static const std::vector<unsigned char> first(base, base + kSegmentBytes);
+    std::copy(first.begin(), first.begin() + kLockBegin, base);
+    std::copy(first.begin() + kLockEnd, first.end(), base + kLockEnd);
+}
 
-    void poke(FuzzedDataProvider& bytes) {
-        const auto slot = bytes.ConsumeIntegralInRange<std::size_t>(0, 2);
-        const auto field = bytes.ConsumeIntegralInRange<std::size_t>(0, 1400);
-        for (std::size_t at = 56 + 5376 * slot + field;
-             const unsigned char byte : bytes.ConsumeBytes<unsigned char>(8))
-            if (const std::size_t here = at++; here >= kLockEnd && here < kSegmentBytes)
-                base[here] = byte;
-    }
-
-private:
-    unsigned char* base;
-};
+void poke(const fuzz::MappedRegistry& registry, fuzz::Bytes& bytes) {
+    const std::size_t slot = bytes.below(3), field = bytes.below(1401);
+    for (std::size_t at = 56 + 5376 * slot + field; const std::uint8_t byte : bytes.some(8))
+        if (const std::size_t here = at++; here >= kLockEnd && here < kSegmentBytes)
+            registry.bytes()[here] = byte;
+}
 
 struct Studio {
     fuzz::Subject own, peer;
@@ -95,47 +75,43 @@ void checkPanel(const ui::Panel& panel) {
                "names have an end");
 }
 
-void gesture(ui::EditorSession& session, FuzzedDataProvider& bytes) {
-    const ui::Point at{static_cast<float>(bytes.ConsumeIntegralInRange(-10, 970)),
-                       static_cast<float>(bytes.ConsumeIntegralInRange(-10, 610))};
-    const auto button = static_cast<ui::EditorSession::Button>(bytes.ConsumeIntegralInRange(0, 2));
-    switch (bytes.ConsumeIntegralInRange(0, 5)) {
+void gesture(ui::EditorSession& session, fuzz::Bytes& bytes) {
+    const ui::Point at{static_cast<float>(bytes.between(-10, 970)),
+                       static_cast<float>(bytes.between(-10, 610))};
+    const auto button = static_cast<ui::EditorSession::Button>(bytes.below(3));
+    switch (bytes.below(6)) {
     case 0:
-        session.press({at, at.x, button, 0.1 * bytes.ConsumeIntegralInRange(0, 100)});
+        session.press({at, at.x, button, 0.1 * bytes.below(101)});
         break;
     case 1:
-        session.move(at, at.x, bytes.ConsumeBool());
+        session.move(at, at.x, bytes.flip());
         break;
     case 2:
         session.release();
         break;
     case 3:
-        session.scroll(at, bytes.ConsumeBool() ? 1.0 : -1.0);
+        session.scroll(at, bytes.flip() ? 1.0 : -1.0);
         break;
     case 4:
-        session.text(bytes.ConsumeRandomLengthString(8).c_str());
+        session.text(bytes.text(8).c_str());
         break;
     default:
-        bytes.ConsumeBool() ? session.commitName() : session.eraseCharacter();
+        bytes.flip() ? session.commitName() : session.eraseCharacter();
     }
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    demand(host::enterPrivateShm(), "a private /dev/shm is to be had");
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static Studio& studio = *new Studio; // as long as the process
-    Bytes registry;
-    FuzzedDataProvider bytes(data, size);
-    for (int steps = 0; bytes.remaining_bytes() > 0 && steps < 64; ++steps)
-        switch (bytes.ConsumeIntegralInRange(0, 5)) {
+    const fuzz::MappedRegistry registry;
+    restore(registry);
+    fuzz::Bytes bytes(data, size);
+    for (int steps = 0; !bytes.empty() && steps < 64; ++steps)
+        switch (bytes.below(6)) {
         case 0:
         case 1:
-            registry.poke(bytes);
+            poke(registry, bytes);
             break;
         case 2:
             studio.own.playBlock();

@@ -1,6 +1,5 @@
 /// Any bytes as a saved state: loaded, saved, loaded again and played. One instance takes them all,
 /// one after another, as a host that recalls presets does.
-#include "host/PrivateShm.h"
 #include "tests/fuzz/Subject.h"
 
 #include <algorithm>
@@ -24,12 +23,6 @@ Subject& subject() {
 }
 
 } // namespace
-
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    demand(host::enterPrivateShm(), "a private /dev/shm is to be had");
-    subject();
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     iplug::IByteChunk input;

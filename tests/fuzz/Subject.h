@@ -4,23 +4,14 @@
 #include "host/AudioBuffers.h"
 #include "host/Instance.h"
 #include "plugin/TessellaDuckwork.h"
+#include "tests/fuzz/Demand.h"
 
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
 namespace fuzz {
 
 constexpr std::uint32_t kFrames = 64;
-
-/// Ends the run with a finding.
-inline void demand(bool holds, const char* what) {
-    if (holds)
-        return;
-    std::fprintf(stderr, "violated: %s\n", what);
-    std::abort();
-}
 
 /// Processing, with a registry slot if there is one.
 struct Subject {
@@ -46,11 +37,14 @@ struct Subject {
         }
     }
 
+    void checkOutput(std::uint32_t frames) {
+        for (std::uint32_t i = 0; i < 2 * frames; ++i)
+            demand(std::isfinite(audio.output().get(i % 2, i / 2)), "the output is finite");
+    }
+
     void playBlock() {
         instance.process(audio, kFrames);
-        for (std::uint32_t channel = 0; channel < 2; ++channel)
-            for (std::uint32_t i = 0; i < kFrames; ++i)
-                demand(std::isfinite(audio.output().get(channel, i)), "the output is finite");
+        checkOutput(kFrames);
     }
 };
 

@@ -62,6 +62,11 @@ TEST(Parameters, TextAndValueAgreeBothWays) {
             ASSERT_EQ(again, text) << info.name;
             ASSERT_EQ(track.params.fromText(info.id, again).value(), read) << info.name << text;
             ASSERT_FALSE(text.starts_with("-0.0")) << info.name;
+            // Texts are right to half a digit.
+            const double digit = text.find('.') != std::string::npos ? 0.1 : 1.0;
+            const Row& row = kRows[info.id];
+            const double perUnit = (info.max_value - info.min_value) / (row.max - row.min);
+            ASSERT_NEAR(read, value, 0.5000001 * digit * perUnit) << info.name << text;
         }
 }
 

@@ -4,10 +4,12 @@
 #include "plugin/StateChunk.h"
 #include "shm/SegmentLayout.h"
 
+#include <cmath>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -15,6 +17,8 @@
 namespace {
 
 using Row = std::vector<std::string>;
+
+constexpr double kLowestEdgeHz = 20.0, kHighestEdgeHz = 20000.0; // the editor's axis
 
 /// The cells of the tables of a document whose first cell is a number, without their backquotes.
 std::vector<Row> numberedRows(const std::string& name) {
@@ -132,6 +136,46 @@ TEST(Documents, GiveTheRangesOfTheParameters) {
             ++found;
         }
     EXPECT_EQ(found, kNumParams);
+}
+
+/// All "A to B" of a line.
+std::vector<std::pair<double, double>> rangesIn(const std::string& line) {
+    static const std::regex range("(-?[0-9.]+) to (-?[0-9.]+)");
+    std::vector<std::pair<double, double>> found;
+    for (std::sregex_iterator at(line.begin(), line.end(), range), end; at != end; ++at)
+        found.emplace_back(std::stod((*at)[1]), std::stod((*at)[2]));
+    return found;
+}
+
+TEST(Documents, GiveTheUserTheRangesOfTheSettings) {
+    const std::map<std::string, std::vector<ParamIndex>> settings = {
+        {"Threshold", {ThreshLow}}, {"Ratio", {RatioLow}}, {"Band edges", {FreqLow, FreqHigh}},
+        {"HP, LP", {HP, LP}},       {"Attack", {Attack}},  {"Release", {Release}},
+        {"Make-up", {Makeup}}};
+    std::ifstream manual(TD_DOCUMENTS "/manual.md");
+    std::size_t found = 0;
+    for (std::string line; std::getline(manual, line);) {
+        const auto setting = settings.find(line.substr(0, line.find(" |")).erase(0, 2));
+        if (!line.starts_with("| ") || setting == settings.end())
+            continue;
+        ++found;
+        std::vector<std::pair<double, double>> expected;
+        if (setting->first == "Band edges")
+            expected.emplace_back(kLowestEdgeHz, kHighestEdgeHz);
+        for (const ParamIndex param : setting->second)
+            expected.emplace_back(kParamTable[param].min, kParamTable[param].max);
+        EXPECT_EQ(rangesIn(line), expected) << line;
+        if (setting->first == "Band edges")
+            continue;
+        std::istringstream defaults(line.substr(line.find('|', line.find('|', 2) + 1) + 1));
+        for (const ParamIndex param : setting->second) {
+            double value = NAN;
+            EXPECT_TRUE(defaults >> value) << line;
+            EXPECT_EQ(value, kParamTable[param].defaultValue) << line;
+            defaults.ignore(1, ',');
+        }
+    }
+    EXPECT_EQ(found, settings.size());
 }
 
 TEST(Documents, GiveTheDelays) {

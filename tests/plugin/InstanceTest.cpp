@@ -1,5 +1,6 @@
 #include "dsp/BandLevels.h"
 #include "plugin/ParamQueue.h"
+#include "tests/plugin/NoEditor.h"
 #include "tests/plugin/Plugged.h"
 #include "tests/shm/RawSegment.h"
 
@@ -180,6 +181,88 @@ TEST(Instance, MeasuresAndPublishesAtOnceWhatIsNew) {
     p.monitor.SetBypassOf(p.id, false);
     play(3, 1);
     expectLevelsOfPublished("back from bypass, no frame");
+}
+
+TEST(Instance, ShowsThePeersLevelOfItsLastSpectrum) {
+    Plugged own(0), peer(1);
+    own.start();
+    peer.start();
+    ASSERT_TRUE(own.monitor.Pair(own.id, peer.id));
+    const auto publish = [&](double level) { // a frame, then the third block after it
+        for (int block = 0; block < 9; ++block) {
+            for (std::uint32_t i = 0; i < Plugged::kFrames; ++i)
+                peer.audio.input().set(0, i, i % 2 == 0 ? level : 0.0);
+            peer.block();
+        }
+    };
+    const auto published = [&] {
+        const auto bins =
+            raw::Segment().Get<std::array<float, 1024>>(raw::Slot(1) + raw::kAudioBins);
+        return dsp::bandLevels(bins.data(), 512, 48000.0F / 1024.0F, own.value(FreqLow),
+                               own.value(FreqHigh), dsp::peerLevelScale(1024));
+    };
+    const auto shown = [&] {
+        own.instance.process(own.audio, 1, own.in, own.sent); // never completes a frame of its own
+        own.in.clear();
+        return support::handedPeerLevel;
+    };
+    const struct {
+        const char* why;
+        std::function<void()> happens;
+        bool visible = true;
+    } cases[] = {
+        {"a spectrum", [&] { publish(0.5); }},
+        {"the same one", [] {}},
+        {"another", [&] { publish(0.125); }},
+        {"another split",
+         [&] { own.in.addParamValue(FreqHigh, own.plug.GetParam(FreqHigh).ToHost(15000)); }},
+        {"no peer", [&] { own.monitor.Unpair(own.id); }, false},
+        {"the peer again", [&] { own.monitor.Pair(own.id, peer.id); }},
+    };
+    for (const auto& c : cases) {
+        c.happens();
+        const dsp::BandLevels levels = shown();
+        EXPECT_EQ(levels, c.visible ? published() : dsp::BandLevels{}) << c.why;
+        EXPECT_EQ(levels[2] > 0.001F, c.visible) << c.why;
+    }
+    own.monitor.WriteHpLpOf(own.id, 100, 10000);
+    {
+        const raw::HeldLock busy;
+        EXPECT_EQ(shown(), dsp::BandLevels{}) << "a busy registry shows no peer";
+    }
+    EXPECT_EQ(shown(), published()) << "free again, with the same spectrum";
+}
+
+TEST(Instance, GlidesAtTheSamePaceInBlocksOfAnySize) {
+    const auto play = [](std::uint32_t before, std::uint32_t after) {
+        Plugged p;
+        p.start();
+        p.audio.input().fill(0.25);
+        std::vector<double> out;
+        const auto run = [&](std::uint32_t frames) {
+            for (std::uint32_t done = 0; done < 4096; done += frames) {
+                p.instance.process(p.audio, frames, p.in, p.sent);
+                p.in.clear();
+                for (std::uint32_t i = 0; i < frames; ++i)
+                    out.push_back(p.audio.output().get(0, i));
+            }
+        };
+        run(before);
+        p.in.addParamValue(Makeup, p.plug.GetParam(Makeup).ToHost(12.0));
+        run(after);
+        return out;
+    };
+    const auto expected = play(64, 64);
+    // The first frame with the new setting has glided for one hop; its middle, where it alone
+    // counts, comes out two frames after the change.
+    const double hopMs = 512 / 48.0;
+    EXPECT_NEAR(expected[4096 + 2048], 0.25 * std::pow(10, 12 * (1 - std::exp(-hopMs / 30)) / 20),
+                1e-5);
+    for (const auto& [before, after] : {std::pair{64U, 1U}, {1U, 64U}, {16U, 32U}}) {
+        const auto out = play(before, after); // sizes that divide a hop: frames meet equal settings
+        for (std::size_t i = 0; i < out.size(); ++i)
+            ASSERT_NEAR(out[i], expected[i], 1e-5) << before << ", then " << after << ", at " << i;
+    }
 }
 
 TEST(Instance, ReportsTheEditorsGesturesInOrderAsFastAsTheHostTakesThem) {

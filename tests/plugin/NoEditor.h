@@ -1,0 +1,11 @@
+/// What the instance would have shown in its window.
+#pragma once
+
+#include "dsp/BandLevels.h"
+
+namespace support {
+
+/// The peer's levels as the thread's last block handed them over.
+extern thread_local dsp::BandLevels handedPeerLevel;
+
+} // namespace support
