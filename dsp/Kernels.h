@@ -19,11 +19,16 @@ struct Kernels {
     /// One step of all gains. True if all are 1 now.
     bool (*glideGains)(const GainGlide& glide);
     float (*sumOf)(const float* values, int n);
+    /// The same of those that are finite and not negative.
+    double (*sumOfMagnitudes)(const float* values, int n);
     /// Whether all values are 0; n is a multiple of 64, the values aligned to 64 bytes.
     bool (*isSilent)(const float* values, int n);
     /// Samples to single precision: NaN becomes 0, all else is limited to ±1e15. No overlap.
     void (*toFloat)(const double* from, float* to, int n);
     void (*toDouble)(const float* from, double* to, int n); ///< no overlap
+    void (*narrow)(const double* from, float* to, int n);   ///< as they are; no overlap
+    /// (left + right) / 2; no overlap with to.
+    void (*meanOf)(const double* left, const double* right, float* to, int n);
 };
 
 /// Place of a transform size in Kernels' tables: 512 is 0, 4096 is 3. [any]

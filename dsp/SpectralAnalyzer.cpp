@@ -1,8 +1,10 @@
 #include "dsp/SpectralAnalyzer.h"
 
+#include "dsp/Kernels.h"
 #include "dsp/SampleRate.h"
 #include "dsp/fft.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -31,12 +33,15 @@ void SpectralAnalyzer::retune(double newSampleRate) {
 }
 
 void SpectralAnalyzer::push(const double* left, const double* right, int n) {
-    const std::uint32_t count = writeCount.load(std::memory_order_relaxed);
-    for (int i = 0; i < n; ++i) {
-        const double mono = right != nullptr ? (left[i] + right[i]) * 0.5 : left[i];
-        history[(count + static_cast<std::uint32_t>(i)) & kHistoryMask] = static_cast<float>(mono);
+    const Kernels* const kernels = usableKernels().front();
+    const double* const other = right != nullptr ? right : left;
+    std::uint32_t count = writeCount.load(std::memory_order_relaxed);
+    for (int i = 0, run = 0; i < n; i += run, count += static_cast<std::uint32_t>(run)) {
+        const std::uint32_t start = count & kHistoryMask;
+        run = std::min(n - i, static_cast<int>(kHistorySize - start));
+        kernels->meanOf(left + i, other + i, history.data() + start, run);
     }
-    writeCount.store(count + static_cast<std::uint32_t>(n), std::memory_order_release);
+    writeCount.store(count, std::memory_order_release);
 }
 
 } // namespace dsp

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "dsp/DisplayBins.h"
-#include "dsp/Relaxed.h"
 
 #include <array>
 #include <atomic>
@@ -29,7 +28,7 @@ public:
     /// Appends n samples of (left + right) / 2, or of left alone when right is null. [audio]
     void push(const double* left, const double* right, int n);
 
-    std::array<Relaxed<float>, kHistorySize> history{}; ///< index = count & kHistoryMask
+    std::array<float, kHistorySize> history{}; ///< index = count & kHistoryMask
     /// Samples pushed, free-running. Stored with release after the samples it counts: a reader that
     /// loads it with acquire sees them.
     std::atomic<std::uint32_t> writeCount{0};

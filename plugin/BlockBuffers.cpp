@@ -1,5 +1,7 @@
 #include "plugin/BlockBuffers.h"
 
+#include "dsp/Kernels.h"
+
 #include <algorithm>
 
 namespace iplug {
@@ -51,7 +53,7 @@ void BlockBuffers::AttachInput(int channel, const clap_audio_buffer_t* port,
     double* const line = Scratch(channel);
     inputs[std::size_t(channel)] = samples != nullptr ? samples : line;
     if (samples == nullptr && floats != nullptr)
-        std::copy_n(floats, frames, line);
+        dsp::usableKernels().front()->toDouble(floats, line, static_cast<int>(frames));
     else if (samples == nullptr)
         std::fill_n(line, frames, 0.0);
 }
@@ -69,8 +71,8 @@ void BlockBuffers::AttachOutput(int channel, const clap_audio_buffer_t* port,
 void BlockBuffers::Deliver() noexcept {
     for (std::size_t channel = 0; channel < kChannels; ++channel)
         if (floatOutputs[channel] != nullptr)
-            std::transform(outputs[channel], outputs[channel] + frames, floatOutputs[channel],
-                           [](double sample) { return static_cast<float>(sample); });
+            dsp::usableKernels().front()->narrow(outputs[channel], floatOutputs[channel],
+                                                 static_cast<int>(frames));
 }
 
 } // namespace iplug

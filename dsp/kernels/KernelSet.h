@@ -27,9 +27,12 @@ constexpr Kernels tableNamed(const char* name) {
         .passFrame = {passFrame<512>, passFrame<1024>, passFrame<2048>, passFrame<4096>},
         .glideGains = glideGains,
         .sumOf = sumOf,
+        .sumOfMagnitudes = sumOfMagnitudes,
         .isSilent = isSilent,
         .toFloat = toFloat,
-        .toDouble = toDouble};
+        .toDouble = toDouble,
+        .narrow = narrow,
+        .meanOf = meanOf};
 }
 
 } // namespace

@@ -11,14 +11,45 @@ namespace {
 /// greatest float: nothing downstream can become infinite.
 constexpr float kMaxSample = 1e15F;
 
+/// As many doubles as a vector holds.
+constexpr int kDoubles = kWidth / 2;
+using DoubleVec [[gnu::vector_size(8 * kDoubles)]] = double;
+using HalfBits [[gnu::vector_size(4 * kDoubles)]] = std::int32_t;
+using UnalignedDoubleVec [[gnu::vector_size(8 * kDoubles), gnu::aligned(8)]] = double;
+using UnalignedHalfVec [[gnu::vector_size(4 * kDoubles), gnu::aligned(4)]] = float;
+
+inline HalfVec halfAt(const double* from) {
+    return __builtin_convertvector(DoubleVec(*reinterpret_cast<const UnalignedDoubleVec*>(from)),
+                                   HalfVec);
+}
+
 /// NaN becomes 0, all else is limited to ±1e15: as floats, so that all steps are of one width.
-void toFloat(const double* from, float* __restrict to, int n) {
-    for (int i = 0; i < n; ++i) {
-        const auto sample = static_cast<float>(from[i]); // infinite, if too large for a float
-        const float number = sample == sample ? sample : 0.0F;
-        const float bounded = number < kMaxSample ? number : kMaxSample;
-        to[i] = bounded > -kMaxSample ? bounded : -kMaxSample;
+template <class T>
+inline T usableSample(T sample) {
+    const T most = T{} + kMaxSample;
+    const T number = sample == sample ? sample : T{};
+    const T bounded = number < most ? number : most;
+    return bounded > -most ? bounded : -most;
+}
+
+void toFloat(const double* from, float* to, int n) {
+    int i = 0;
+    for (; i + kWidth <= n; i += kWidth) {
+        const Vec samples = joined(halfAt(from + i), halfAt(from + i + kDoubles));
+        storeAnywhere(to + i, usableSample(samples));
     }
+    for (; i < n; ++i) // infinite, if too large for a float
+        to[i] = usableSample(static_cast<float>(from[i]));
+}
+
+void narrow(const double* from, float* __restrict to, int n) {
+    for (int i = 0; i < n; ++i)
+        to[i] = static_cast<float>(from[i]);
+}
+
+void meanOf(const double* left, const double* right, float* __restrict to, int n) {
+    for (int i = 0; i < n; ++i)
+        to[i] = static_cast<float>((left[i] + right[i]) * 0.5);
 }
 
 void toDouble(const float* __restrict from, double* to, int n) {
@@ -36,6 +67,29 @@ float sumOf(const float* values, int n) {
     float sum = sumOfLanes((sums[0] + sums[1]) + (sums[2] + sums[3]));
     for (; i < n; ++i)
         sum += values[i];
+    return sum;
+}
+
+/// In doubles: a float sum of a thousand huge values would overflow.
+double sumOfMagnitudes(const float* values, int n) {
+    constexpr int kSums = 4;
+    constexpr std::int32_t kInfinity = 0x7F800000; // magnitudes are, as bits, from 0 to below it
+    DoubleVec sums[kSums] = {};
+    int i = 0;
+    for (; i + kSums * kDoubles <= n; i += kSums * kDoubles)
+        for (int part = 0; part < kSums; ++part) {
+            const HalfVec value =
+                *reinterpret_cast<const UnalignedHalfVec*>(values + i + part * kDoubles);
+            const auto bits = reinterpret_cast<HalfBits>(value);
+            const HalfBits usable = bits & (bits >= 0) & (bits < kInfinity);
+            sums[part] += __builtin_convertvector(reinterpret_cast<HalfVec>(usable), DoubleVec);
+        }
+    const DoubleVec all = (sums[0] + sums[1]) + (sums[2] + sums[3]);
+    double sum = 0.0;
+    for (int lane = 0; lane < kDoubles; ++lane)
+        sum += all[lane];
+    for (; i < n; ++i)
+        sum += values[i] >= 0.0F && values[i] < __builtin_inff() ? values[i] : 0.0F;
     return sum;
 }
 

@@ -21,6 +21,7 @@ constexpr int kWidth = TD_KERNEL_WIDTH;
 using Vec [[gnu::vector_size(4 * kWidth)]] = float;
 using IntVec [[gnu::vector_size(4 * kWidth)]] = std::int32_t;
 using BitVec [[gnu::vector_size(4 * kWidth)]] = std::uint32_t;
+using HalfVec [[gnu::vector_size(2 * kWidth)]] = float;
 using UnalignedVec [[gnu::vector_size(4 * kWidth), gnu::aligned(4)]] = float;
 
 inline Vec load(const float* aligned) { return *reinterpret_cast<const Vec*>(aligned); }
@@ -73,6 +74,9 @@ inline float sumOfLanes(Vec value) {
 }
 
 #if TD_KERNEL_WIDTH == 8
+inline Vec joined(HalfVec low, HalfVec high) {
+    return __builtin_shufflevector(low, high, 0, 1, 2, 3, 4, 5, 6, 7);
+}
 inline Vec reversed(Vec v) { return __builtin_shufflevector(v, v, 7, 6, 5, 4, 3, 2, 1, 0); }
 
 #if defined(TD_KERNEL_INTRINSICS)
@@ -106,6 +110,9 @@ inline Vec lowAndHighHalf(Vec low, Vec high) {
     }
 }
 #else
+inline Vec joined(HalfVec low, HalfVec high) {
+    return __builtin_shufflevector(low, high, 0, 1, 2, 3);
+}
 inline Vec reversed(Vec v) { return __builtin_shufflevector(v, v, 3, 2, 1, 0); }
 
 /// Lane i of vector j becomes lane j of vector i.
