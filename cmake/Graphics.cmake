@@ -42,12 +42,13 @@ target_include_directories(td_glad SYSTEM PUBLIC "${glad_dir}/include")
 # Xrandr: with it a parent window that is gone makes puglRealize read through a null pointer.
 td_foreign_library(td_pugl
     "${PUGL_SOURCE_DIR}/src/common.c" "${PUGL_SOURCE_DIR}/src/internal.c"
-    "${PUGL_SOURCE_DIR}/src/x11.c" "${PUGL_SOURCE_DIR}/src/x11_gl.c")
+    "${PUGL_SOURCE_DIR}/src/x11.c" "${PUGL_SOURCE_DIR}/src/x11_gl.c"
+    "${PROJECT_SOURCE_DIR}/ui/PuglLocale.c")
 target_include_directories(td_pugl SYSTEM PUBLIC "${PUGL_SOURCE_DIR}/include")
 target_compile_definitions(td_pugl
     PUBLIC PUGL_API= PUGL_DISABLE_DEPRECATED PUGL_NO_INCLUDE_GL_H PUGL_NO_INCLUDE_GLU_H
     PRIVATE HAVE_XCURSOR=1 USE_XCURSOR=1 USE_XRANDR=0 USE_XSYNC=0
-            XSetLocaleModifiers=tdLeaveLocaleModifiers) # see ui/PuglCompat.cpp
+            XSetLocaleModifiers=tdLeaveLocaleModifiers) # see ui/PuglLocale.c
 target_link_libraries(td_pugl PUBLIC PkgConfig::x11 PkgConfig::gl PRIVATE PkgConfig::xcursor)
 
 td_foreign_library(td_nanovg

@@ -17,7 +17,3 @@ PuglStatus puglShow(PuglView* view, PuglShowCommand) {
 }
 
 #endif
-
-/// What pugl calls in the place of Xlib's XSetLocaleModifiers: which input method is opened is for
-/// InputMethodScope to say.
-extern "C" char* tdLeaveLocaleModifiers(const char*) { return nullptr; }
