@@ -1,11 +1,14 @@
 /// A hostile registry: any bytes in any field but the lock, seen by all who read them: blocks, the
 /// editor's poll, saves. Between them the user goes on, with any gesture anywhere.
+#include "shm/SegmentLayout.h"
 #include "tests/fuzz/Bytes.h"
 #include "tests/fuzz/MappedRegistry.h"
 #include "tests/fuzz/Subject.h"
 #include "ui/EditorSession.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <vector>
 
 namespace {
@@ -35,6 +38,35 @@ void poke(const fuzz::MappedRegistry& registry, fuzz::Bytes& bytes) {
     for (std::size_t at = 56 + 5376 * slot + field; const std::uint8_t byte : bytes.some(8))
         if (const std::size_t here = at++; here >= kLockEnd && here < kSegmentBytes)
             registry.bytes()[here] = byte;
+}
+
+/// Numbers of a slot that a counter announces; kNoCounter: read without.
+struct Group {
+    unsigned begin, words, counter;
+};
+constexpr unsigned kNoCounter = 0;
+#define TD_AT(field) offsetof(shm::RegistrySlot, field)
+constexpr Group kGroups[] = {
+    {TD_AT(displayName), 16, kNoCounter},   {TD_AT(gainReduction), 3, kNoCounter},
+    {TD_AT(bandCount), 1, TD_AT(bandsSeq)}, {TD_AT(bands), 15, TD_AT(bandsSeq)},
+    {TD_AT(hpHz), 2, TD_AT(hpLpSeq)},       {TD_AT(controls), 3, TD_AT(controlsSeq)},
+    {TD_AT(bypass), 1, TD_AT(controlsSeq)}, {TD_AT(audioBins), 1024, TD_AT(audioBinsSeq)}};
+#undef TD_AT
+constexpr std::uint32_t kOdd[] = {0x7FC00000, 0x7F800000, 0xFF800000, 0x7F7FFFFF, // NaN, ±inf, most
+                                  0xFFFFFFFF, 0x80000000, 0x00000001, 0x41414141};
+
+/// One odd word in all of a group or in one of its numbers, announced as its owner would: single
+/// bytes seldom make one that a reader takes up.
+void forge(const fuzz::MappedRegistry& registry, fuzz::Bytes& bytes) {
+    unsigned char* const slot = registry.bytes() + 56 + 5376 * bytes.below(3);
+    const Group& group = bytes.oneOf(kGroups);
+    const std::uint32_t odd = bytes.oneOf(kOdd);
+    const unsigned only = bytes.flip() ? group.words : bytes.below(group.words);
+    for (unsigned word = 0; word < group.words; ++word)
+        if (only == group.words || only == word)
+            std::memcpy(slot + group.begin + std::size_t{4} * word, &odd, 4);
+    if (group.counter != kNoCounter)
+        ++slot[group.counter];
 }
 
 struct Studio {
@@ -108,10 +140,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     restore(registry);
     fuzz::Bytes bytes(data, size);
     for (int steps = 0; !bytes.empty() && steps < 64; ++steps)
-        switch (bytes.below(6)) {
+        switch (bytes.below(7)) {
         case 0:
-        case 1:
             poke(registry, bytes);
+            break;
+        case 1:
+        case 6:
+            forge(registry, bytes);
             break;
         case 2:
             studio.own.playBlock();
