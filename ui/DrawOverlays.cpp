@@ -24,7 +24,8 @@ void drawCurtain(const DrawTools& tools, const Rect& curtain) {
 
 // Filters
 
-constexpr Point kGripSize = {14.0F, 16.0F};
+/// With the line beside it no wider than the handle's reach: all of it can be gripped.
+constexpr Point kGripSize = {8.0F, 16.0F};
 
 struct FilterView {
     bool highPass;
@@ -34,7 +35,7 @@ struct FilterView {
     ShortText label;
 };
 
-/// A tab that shows the filter's slope.
+/// A flag that shows the filter's slope.
 void drawGrip(const DrawTools& tools, const FilterView& filter, Point centre) {
     const Rect grip = {centre.x - 0.5F * kGripSize.x, centre.y - 0.5F * kGripSize.y, kGripSize.x,
                        kGripSize.y};
@@ -42,9 +43,9 @@ void drawGrip(const DrawTools& tools, const FilterView& filter, Point centre) {
     strokeBox(tools, grip, 3.0F, filter.hot ? theme::kHandleOutline : filter.colour);
     const float mirror = filter.highPass ? 1.0F : -1.0F;
     nvgBeginPath(tools.vg);
-    nvgMoveTo(tools.vg, centre.x - mirror * 4.0F, centre.y + 4.0F);
+    nvgMoveTo(tools.vg, centre.x - mirror * 2.5F, centre.y + 4.0F);
     nvgLineTo(tools.vg, centre.x - mirror * 0.5F, centre.y - 3.0F);
-    nvgLineTo(tools.vg, centre.x + mirror * 4.0F, centre.y - 3.0F);
+    nvgLineTo(tools.vg, centre.x + mirror * 2.5F, centre.y - 3.0F);
     nvgStrokeColor(tools.vg, nvg(filter.hot ? theme::kDarkText : theme::kText));
     nvgStrokeWidth(tools.vg, 1.5F);
     nvgStroke(tools.vg);
@@ -70,9 +71,9 @@ void drawFilter(const DrawTools& tools, const Rect& panel, const FilterView& fil
         fillBox(tools, ignored, 0.0F, theme::kIgnoredRange);
     drawVertical(tools, filter.x, panel.y, panel.bottom(), filter.hot ? theme::kHot : filter.colour,
                  filter.hot ? 2.0F : 1.0F);
-    // At the ends of the axis the grip stays whole.
-    const float room = 0.5F * kGripSize.x + 2.0F;
-    const Point grip = {std::clamp(filter.x, panel.x + room, panel.right() - room),
+    // A flag at the line, within what the filter leaves: whole also at the ends of the axis.
+    const float inward = filter.highPass ? 1.0F : -1.0F;
+    const Point grip = {filter.x + inward * (1.0F + 0.5F * kGripSize.x),
                         panel.y + 0.5F * kFilterHandleHeight + 1.0F};
     drawGrip(tools, filter, grip);
     drawFilterLabel(tools, panel, filter, grip);

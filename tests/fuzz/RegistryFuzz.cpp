@@ -5,6 +5,7 @@
 #include "tests/fuzz/MappedRegistry.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace {
