@@ -21,16 +21,20 @@ def describe(slot, slots):
     peer = field(slot, "Q", 8)
     names = [name_of(other) for other in slots if field(other, "Q", 0) == peer]
     count = min(max(field(slot, "i", 120), 0), 3)
-    bands = [field(slot, "4f", 136 + 20 * band) for band in range(count)]
+    bands = [field(slot, "4fB", 136 + 20 * band) for band in range(count)]
     return (f"{name_of(slot)}: peer {names[0] if peer and names else '-'}"
             f"{', bypassed' if slot[240] else ''}{', ducks' if slot[241] else ', keeps its level'}"
-            + "".join(f"; {lo:.0f} to {hi:.0f} Hz above {threshold:.1f} dB {ratio:.1f}:1"
-                      for lo, hi, threshold, ratio in bands))
+            + "".join(f"; {lo:.0f} to {hi:.0f} Hz "
+                      + (f"above {threshold:.1f} dB {ratio:.1f}:1" if enabled else "off")
+                      for lo, hi, threshold, ratio, enabled in bands))
 
 
 def main():
-    with open(sys.argv[1] if len(sys.argv) > 1 else PATH, "rb") as file:
-        segment = file.read()
+    try:
+        with open(sys.argv[1] if len(sys.argv) > 1 else PATH, "rb") as file:
+            segment = file.read()
+    except FileNotFoundError:
+        sys.exit("no registry")
     if len(segment) != SIZE or field(segment, "I", 86072) != MAGIC \
             or field(segment, "I", 0) != VERSION:
         sys.exit("not a registry of this version")

@@ -115,7 +115,7 @@ void TessellaDuckwork::OnParentWindowResize(int widthPx, int heightPx) {
     SetEditorSize(widthPx, heightPx);
 }
 
-// Deliberate: these bounds are tighter than those of the static configuration.
+// Deliberate: these bounds are not those of the static configuration.
 bool TessellaDuckwork::ConstrainEditorResize(int& widthPx, int& heightPx) const {
     const editor::SizePx asked{widthPx, heightPx};
     const editor::SizePx allowed = editor::constrained(asked);

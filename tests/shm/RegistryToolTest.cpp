@@ -59,9 +59,11 @@ TEST_F(RegistryToolLive, IsReadByTheExample) {
     bass.SetRemoteId(kick.MyId());
     bass.SetMyBypass(true);
     bass.PublishDuckSelf(true);
-    const TDBand bands[] = {{}, {.loHz = 200, .hiHz = 5000, .threshDb = -31.5F, .ratio = 2}};
+    const TDBand bands[] = {{},
+                            {.loHz = 200, .hiHz = 5000, .threshDb = -31.5F, .ratio = 2},
+                            {.loHz = 5000, .hiHz = 9000, .enabled = false}};
     kick.WriteBands(bands, 1);
-    bass.WriteBands(bands, 2);
+    bass.WriteBands(bands, 3);
     std::string printed;
     FILE* const example = popen("python3 " TD_EXAMPLES "/registry-reader.py 2>&1", "r");
     for (int c = fgetc(example); c != EOF; c = fgetc(example))
@@ -69,7 +71,7 @@ TEST_F(RegistryToolLive, IsReadByTheExample) {
     EXPECT_EQ(pclose(example), 0);
     EXPECT_EQ(printed, "Kick: peer Bäss, keeps its level; 20 to 20000 Hz above -20.0 dB 4.0:1\n"
                        "Bäss: peer Kick, bypassed, ducks; 20 to 20000 Hz above -20.0 dB 4.0:1; "
-                       "200 to 5000 Hz above -31.5 dB 2.0:1\n");
+                       "200 to 5000 Hz above -31.5 dB 2.0:1; 5000 to 9000 Hz off\n");
 }
 
 } // namespace

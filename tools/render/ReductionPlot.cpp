@@ -97,7 +97,8 @@ void drawReductionPlot(Painter& painter, const Rect& panel, const RenderResult& 
     std::vector<LegendEntry> legend;
     if (partner != nullptr) {
         drawPartner(painter, panel, time, result, *partner);
-        legend.push_back({"level of " + partner->name, theme::kPartner.faded(0.5), true});
+        legend.push_back(
+            {"amplitude of " + partner->name + " (own scale)", theme::kPartner.faded(0.5), true});
     }
     for (std::size_t band = kBands; band-- > 0;)
         drawBand(painter, panel, time, y, result, track, band);

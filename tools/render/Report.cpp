@@ -1,5 +1,7 @@
 #include "tools/render/Report.h"
 
+#include "tools/common/Text.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <iomanip>
@@ -12,12 +14,21 @@ constexpr const char* kRule = "                                 low           mi
 constexpr const char* kHead =
     "gain reduction, dB            mean   most   mean   most   mean   most";
 
-std::string shortened(const std::string& name, std::size_t width) {
-    return name.size() <= width ? name : name.substr(0, width - 3) + "...";
+/// A name fit for a terminal, in exactly that many columns.
+std::string column(const std::string& name, std::size_t columns) {
+    std::string text = terminal::printable(name);
+    const bool fits = terminal::width(text) <= columns;
+    while (!fits && terminal::width(text) > columns - 3) {
+        while ((static_cast<unsigned char>(text.back()) & 0xC0U) == 0x80)
+            text.pop_back();
+        text.pop_back();
+    }
+    text += fits ? "" : "...";
+    return text + std::string(columns - terminal::width(text), ' ');
 }
 
 void printTrack(std::ostream& out, const TrackTrace& track) {
-    out << "  " << std::left << std::setw(24) << shortened(track.name, 24) << std::right;
+    out << "  " << column(track.name, 24);
     for (std::size_t band = 0; band < kBands; ++band) {
         const ReductionFigures figures = reductionOf(track, band);
         out << std::setw(band == 0 ? 8 : 7) << figures.meanDb << std::setw(7) << figures.mostDb;
@@ -30,9 +41,9 @@ void printTrack(std::ostream& out, const TrackTrace& track) {
 
 void printTitle(std::ostream& out, const std::vector<TrackTrace>& tracks, std::size_t first) {
     const TrackTrace& track = tracks[first];
-    out << '\n' << track.name;
+    out << '\n' << terminal::printable(track.name);
     if (!track.peerName.empty())
-        out << " with " << track.peerName;
+        out << " with " << terminal::printable(track.peerName);
     out << '\n';
 }
 
