@@ -49,7 +49,8 @@ void printTitle(std::ostream& out, const std::vector<TrackTrace>& tracks, std::s
 
 void printClipping(std::ostream& out, const TrackTrace& track) {
     if (track.clippedSamples > 0)
-        out << "note: " << track.clippedSamples << " samples of " << track.outputPath.string()
+        out << "note: " << track.clippedSamples << " samples of "
+            << terminal::printable(track.outputPath.string())
             << " were beyond full scale and cut off\n";
 }
 
@@ -64,7 +65,7 @@ void printReport(std::ostream& out, const RenderResult& result) {
     }
     out << '\n';
     for (const TrackTrace& track : result.tracks) {
-        out << track.outputPath.string() << '\n';
+        out << terminal::printable(track.outputPath.string()) << '\n';
         printClipping(out, track);
     }
     out << result.audioSeconds << " s in " << std::setprecision(2) << result.wallSeconds
