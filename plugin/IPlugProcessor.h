@@ -41,6 +41,7 @@ public:
     /// Hz; 44100 before the first activation.
     [[nodiscard]] double GetSampleRate() const noexcept { return currentRate; }
     /// The largest block that the host announced, samples.
+    [[nodiscard]] std::uint32_t GetBlockSize() const noexcept { return blockSize; }
     /// What the host is told, samples. It is not the real delay, which depends on the rate.
     [[nodiscard]] int GetLatency() const noexcept { return latencySamples; }
     /// Output channels that the host has connected in this block, at most kMaxChannels. [audio]
