@@ -38,8 +38,8 @@ bool enterPrivateShm() {
         return false;
     // Without this the new mount would show outside. In a chroot "/" may be no mount point: then
     // it is enough, and possible, that /dev/shm's own mount does not propagate.
-    if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 &&
-        mount(nullptr, "/dev/shm", nullptr, MS_PRIVATE, nullptr) != 0)
+    if (mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0 &&
+        mount("none", "/dev/shm", "none", MS_PRIVATE, nullptr) != 0)
         return false;
     return mount("tmpfs", "/dev/shm", "tmpfs", 0, "mode=1777") == 0;
 }
