@@ -112,8 +112,8 @@ void TessellaDuckwork::FlushSHMToParams() {
     });
 }
 
-/// Unlike ApplyBands, which feeds the engine, this keeps apart what the save keeps apart: a disabled
-/// band's ratio, and no values for bands that are not there.
+/// Unlike ApplyBands, which feeds the engine, this keeps apart what the save keeps apart: a
+/// disabled band's ratio, and no values for bands that are not there.
 void TessellaDuckwork::FlushBands() {
     if (IsUnpublished(BandSet))
         return;
