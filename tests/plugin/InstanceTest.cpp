@@ -204,7 +204,7 @@ TEST(Instance, ShowsThePeersLevelOfItsLastSpectrum) {
     const auto shown = [&] {
         own.instance.process(own.audio, 1, own.in, own.sent); // never completes a frame of its own
         own.in.clear();
-        return support::handedPeerLevel;
+        return support::handedPeerLevel();
     };
     const struct {
         const char* why;

@@ -3,11 +3,15 @@
 
 #include "plugin/TessellaDuckwork.h"
 
-thread_local dsp::BandLevels support::handedPeerLevel{};
+namespace {
+thread_local dsp::BandLevels sHandedPeerLevel{};
+}
+
+dsp::BandLevels support::handedPeerLevel() { return sHandedPeerLevel; }
 
 void* TessellaDuckwork::OpenWindow(void* parent) {
     FlushSHMToParams();
     return parent;
 }
 void TessellaDuckwork::CloseWindow() { SetEditorSize(editorWidth, editorHeight); }
-void TessellaDuckwork::HandMetersToEditor() { support::handedPeerLevel = peerLevel; }
+void TessellaDuckwork::HandMetersToEditor() { sHandedPeerLevel = peerLevel; }

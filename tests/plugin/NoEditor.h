@@ -6,6 +6,6 @@
 namespace support {
 
 /// The peer's levels as the thread's last block handed them over.
-extern thread_local dsp::BandLevels handedPeerLevel;
+dsp::BandLevels handedPeerLevel();
 
 } // namespace support
