@@ -24,5 +24,9 @@ enum ParamIndex : int {
     kNumParams
 };
 
+/// The parameters of the bands, from low to high.
+inline constexpr std::array<int, 3> kThresholds = {ThreshLow, ThreshMid, ThreshHigh};
+inline constexpr std::array<int, 3> kRatios = {RatioLow, RatioMid, RatioHigh};
+
 /// One row per parameter, in index order.
 extern const std::array<iplug::ParamSpec, kNumParams> kParamTable;

@@ -8,13 +8,6 @@
 #include <cmath>
 #include <utility>
 
-namespace {
-
-constexpr std::array<int, dsp::kBandCount> kThresholds = {ThreshLow, ThreshMid, ThreshHigh};
-constexpr std::array<int, dsp::kBandCount> kRatios = {RatioLow, RatioMid, RatioHigh};
-
-} // namespace
-
 /// What the registry had for this block.
 struct TessellaDuckwork::BlockInput {
     TessellaDuckworkSHM::TDAudioReadCycle cycle;

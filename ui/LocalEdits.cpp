@@ -4,9 +4,6 @@
 namespace ui {
 namespace {
 
-constexpr std::array<int, 3> kThresholds = {ThreshLow, ThreshMid, ThreshHigh};
-constexpr std::array<int, 3> kRatios = {RatioLow, RatioMid, RatioHigh};
-
 float valueOf(const TessellaDuckwork& plugin, int param) {
     return static_cast<float>(plugin.GetParam(param).Value());
 }

@@ -37,13 +37,10 @@ void EditorSession::pushRemoteBandsToSHM() {
 
 void EditorSession::setPeerFilter(Target target, float hz) {
     FilterPair& filters = shown.remoteFilters;
-    if (target == Target::RemoteHighPass) {
-        filters.hpHz = std::clamp(hz, 20.0F, 1000.0F);
-        moveHighPass(shown.remoteBands, filters);
-    } else {
-        filters.lpHz = std::clamp(hz, 1000.0F, 20000.0F);
-        moveLowPass(shown.remoteBands, filters);
-    }
+    const bool highPass = target == Target::RemoteHighPass;
+    (highPass ? filters.hpHz : filters.lpHz) = hz;
+    filters = usableFilters(filters);
+    (highPass ? moveHighPass : moveLowPass)(shown.remoteBands, filters);
     auto edit = readPeer();
     edit.hpLp = {.hpHz = filters.hpHz, .lpHz = filters.lpHz};
     edit.written = plugin.Registry().WriteRemoteHpLp(filters.hpHz, filters.lpHz) != 0;
