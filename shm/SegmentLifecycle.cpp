@@ -100,8 +100,10 @@ void TessellaDuckworkSHM::ComeBack() noexcept try {
     if (HoldsSlot(kEver) && IsAtHome())
         return; // the lock is lost, but not for everybody's ten seconds yet
     Membership next = JoinRegistry(MyId(), Remembered(), Arrival::WhileRunning);
-    if (const auto left = LockOwn<TryLock>())
-        left->active.exchange(0, std::memory_order_relaxed); // the lock publishes
+    // Only in a segment that is left: in the same one the old slot is lost, or just claimed again.
+    if (!IsAtHome())
+        if (const auto left = LockOwn<TryLock>())
+            left->active.exchange(0, std::memory_order_relaxed); // the lock publishes
     MoveTo(std::move(next), MyId());
 } catch (const std::exception&) {
     // Later, perhaps.
