@@ -1,7 +1,9 @@
 #include "tests/host/Track.h"
 
 #include <algorithm>
+#include <bit>
 #include <string>
+#include <unistd.h>
 
 namespace support {
 
@@ -33,8 +35,18 @@ Track::Track() : instance(*library, callbacks), params(instance) {
     if (!instance.init())
         throw host::HostError("init refused");
     for (const shm::SlotSnapshot& slot : activeSlots())
-        if (std::ranges::find(slotsBefore, slot.id, &shm::SlotSnapshot::id) == slotsBefore.end())
+        if (std::ranges::find(slotsBefore, slot.id, &shm::SlotSnapshot::id) == slotsBefore.end() &&
+            isOurs(slot.id))
             slotId = slot.id;
+}
+
+/// Whether the handle that the id tells of lies in our instance: another process may have opened
+/// one at the same time.
+bool Track::isOurs(std::uint64_t id) const {
+    constexpr std::uint64_t kMoreThanAnInstance = 1U << 24U;
+    const auto handle = id ^ (static_cast<std::uint64_t>(getpid()) << 32U);
+    const auto object = std::bit_cast<std::uintptr_t>(instance.plugin()->plugin_data);
+    return handle - object < kMoreThanAnInstance;
 }
 
 void Track::set(const std::vector<Setting>& settings) {

@@ -69,6 +69,8 @@ public:
     host::EventList events{64}, sent{64};
 
 private:
+    [[nodiscard]] bool isOurs(std::uint64_t id) const;
+
     std::optional<host::AudioBuffers> audio;
     std::uint64_t slotId = 0;
 };
