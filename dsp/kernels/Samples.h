@@ -27,7 +27,8 @@ inline HalfVec halfAt(const double* from) {
 template <class T>
 inline T usableSample(T sample) {
     const T most = T{} + kMaxSample;
-    const T number = sample == sample ? sample : T{};
+    // Only NaN differs from itself.
+    const T number = sample == sample ? sample : T{}; // NOLINT(misc-redundant-expression)
     const T bounded = number < most ? number : most;
     return bounded > -most ? bounded : -most;
 }
