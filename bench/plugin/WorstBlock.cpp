@@ -1,7 +1,7 @@
 /// bench-worst: how long blocks of a pair can take on a busy machine. JSON to standard output.
+#include "bench/plugin/EditorWindows.h"
+#include "bench/plugin/Player.h"
 #include "host/PrivateShm.h"
-#include "tests/bench/plugin/EditorWindows.h"
-#include "tests/bench/plugin/Player.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

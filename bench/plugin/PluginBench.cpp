@@ -1,6 +1,6 @@
 /// bench-plugin: what a block costs, the whole plug-in file with adapter and registry.
+#include "bench/plugin/Player.h"
 #include "host/PrivateShm.h"
-#include "tests/bench/plugin/Player.h"
 
 #include <algorithm>
 #include <benchmark/benchmark.h>

@@ -1,8 +1,8 @@
 /// Times frames against FFTW's transforms of the same size, and kernel sets against each other.
-#include "tests/bench/FrameSetup.h"
-#include "tests/bench/Interleaved.h"
-#include "tests/bench/TransformPair.h"
-#include "tests/bench/Yardstick.h"
+#include "bench/FrameSetup.h"
+#include "bench/Interleaved.h"
+#include "bench/TransformPair.h"
+#include "bench/Yardstick.h"
 
 #include <array>
 #include <cstdio>

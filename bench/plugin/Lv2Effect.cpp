@@ -1,4 +1,4 @@
-#include "tests/bench/plugin/Lv2Effect.h"
+#include "bench/plugin/Lv2Effect.h"
 
 #include <lv2/atom/atom.h>
 #include <lv2/buf-size/buf-size.h>

@@ -1,4 +1,4 @@
-#include "tests/bench/plugin/Player.h"
+#include "bench/plugin/Player.h"
 
 #include "tests/support/Signals.h"
 

@@ -1,4 +1,4 @@
-#include "tests/bench/plugin/EditorWindows.h"
+#include "bench/plugin/EditorWindows.h"
 
 #include <X11/Xlib.h>
 

@@ -1,5 +1,5 @@
-#include "tests/bench/Yardstick.h"
-#include "tests/bench/Interleaved.h"
+#include "bench/Yardstick.h"
+#include "bench/Interleaved.h"
 
 #include <algorithm>
 

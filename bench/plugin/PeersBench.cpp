@@ -1,8 +1,8 @@
 /// bench-peers: the plug-in file beside other effects that one might insert instead, at work in one
 /// process on the same sound. JSON to standard output.
+#include "bench/plugin/Lv2Effect.h"
+#include "bench/plugin/Player.h"
 #include "host/PrivateShm.h"
-#include "tests/bench/plugin/Lv2Effect.h"
-#include "tests/bench/plugin/Player.h"
 
 #include <algorithm>
 #include <cstdio>

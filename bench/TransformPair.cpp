@@ -1,7 +1,7 @@
 #define TD_KERNEL_SET benchmarked
 #define TD_KERNEL_WIDTH 8
 #define TD_KERNEL_INTRINSICS
-#include "tests/bench/TransformPair.h"
+#include "bench/TransformPair.h"
 #include "dsp/kernels/MirrorTile.h"
 
 namespace {

@@ -1,7 +1,7 @@
 /// What callgrind counts for tools/check-instructions: count-frame KIND TIMES. Frames with all bins
 /// reduced (frame-1024, frame-4096), or blocks of 64 samples that complete no frame (block-64).
+#include "bench/FrameSetup.h"
 #include "dsp/SampleStream.h"
-#include "tests/bench/FrameSetup.h"
 
 #include <array>
 #include <cstdio>
