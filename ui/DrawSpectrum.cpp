@@ -6,7 +6,7 @@ namespace ui {
 namespace {
 
 constexpr float kGridPitch = 31.5F;
-constexpr int kGridLines = 5;
+constexpr int kLevelLines = 5;
 constexpr float kPointPitch =
     kAnalyzerWidth / static_cast<float>(std::tuple_size_v<dsp::DisplayLevels> - 1);
 
@@ -16,7 +16,7 @@ void drawPanel(const DrawTools& tools, const Rect& panel) {
 }
 
 void drawLevelGrid(const DrawTools& tools, const Rect& panel) {
-    for (int line = 1; line <= kGridLines; ++line)
+    for (int line = 1; line <= kLevelLines; ++line)
         drawHorizontal(tools, panel.y + kGridPitch * static_cast<float>(line), panel.x,
                        panel.right(), theme::kLevelGrid, 0.5F);
 }

@@ -7,13 +7,9 @@
 namespace ui {
 namespace {
 
-float valueOf(const TessellaDuckwork& plugin, int param) {
-    return static_cast<float>(plugin.GetParam(param).Value());
-}
-
 ThreeFloats valuesOf(const TessellaDuckwork& plugin, int firstParam) {
-    return {valueOf(plugin, firstParam), valueOf(plugin, firstParam + 1),
-            valueOf(plugin, firstParam + 2)};
+    return {paramValue(plugin, firstParam), paramValue(plugin, firstParam + 1),
+            paramValue(plugin, firstParam + 2)};
 }
 
 /// The peer's controls may be anything that another process has left there.
@@ -27,6 +23,10 @@ void readPeerControls(const TessellaDuckworkSHM& registry, ControlValues& contro
 
 } // namespace
 
+float paramValue(const TessellaDuckwork& plugin, int param) {
+    return static_cast<float>(plugin.GetParam(param).Value());
+}
+
 void fillDrawState(DrawState& state, TessellaDuckwork* plugin, const ThreeFloats& ownLevelDb,
                    const ThreeFloats& peerLevelDb, const ThreeFloats& reductionDb) {
     state = {};
@@ -36,14 +36,14 @@ void fillDrawState(DrawState& state, TessellaDuckwork* plugin, const ThreeFloats
     if (plugin == nullptr)
         return;
     TessellaDuckworkSHM& registry = plugin->Registry();
-    state.lowSplitHz = valueOf(*plugin, FreqLow);
-    state.highSplitHz = valueOf(*plugin, FreqHigh);
+    state.lowSplitHz = paramValue(*plugin, FreqLow);
+    state.highSplitHz = paramValue(*plugin, FreqHigh);
     state.thresholdDb = valuesOf(*plugin, ThreshLow);
     state.ratio = valuesOf(*plugin, RatioLow);
-    state.controls = {valueOf(*plugin, Attack), valueOf(*plugin, Release),
-                      valueOf(*plugin, Makeup)};
+    state.controls = {paramValue(*plugin, Attack), paramValue(*plugin, Release),
+                      paramValue(*plugin, Makeup)};
     readPeerControls(registry, state.peerControls);
-    state.filters = {valueOf(*plugin, HP), valueOf(*plugin, LP)};
+    state.filters = {paramValue(*plugin, HP), paramValue(*plugin, LP)};
     const std::uint64_t peer = registry.RemoteId();
     state.registryOpen = registry.Opened();
     state.ownBypass = registry.ReadMyBypass();

@@ -44,6 +44,9 @@ struct DrawState {
     bool operator==(const DrawState&) const = default;
 };
 
+/// A parameter's value, plain, in its unit. [any]
+float paramValue(const TessellaDuckwork& plugin, int param);
+
 /// Reads the instance and the registry; null leaves the defaults but the meters. [ui]
 void fillDrawState(DrawState& state, TessellaDuckwork* plugin, const ThreeFloats& ownLevelDb,
                    const ThreeFloats& peerLevelDb, const ThreeFloats& reductionDb);

@@ -2,14 +2,6 @@
 #include "ui/EditorSession.h"
 
 namespace ui {
-namespace {
-
-float valueOf(const TessellaDuckwork& plugin, int param) {
-    return static_cast<float>(plugin.GetParam(param).Value());
-}
-
-} // namespace
-
 void applyParam(TessellaDuckwork* plugin, int index, float value) {
     if (plugin == nullptr || index < 0 || index >= plugin->NParams())
         return;
@@ -20,18 +12,18 @@ void applyParam(TessellaDuckwork* plugin, int index, float value) {
 }
 
 FilterPair EditorSession::localFilters() const {
-    return {valueOf(plugin, HP), valueOf(plugin, LP)};
+    return {paramValue(plugin, HP), paramValue(plugin, LP)};
 }
 
 void EditorSession::initBands() {
     const auto saved = plugin.Bands();
     shown.localBands = bandsFromState(saved.count, saved.edgesHz,
-                                      {valueOf(plugin, FreqLow), valueOf(plugin, FreqHigh)});
+                                      {paramValue(plugin, FreqLow), paramValue(plugin, FreqHigh)});
     for (int i = 0; i < shown.localBands.count; ++i) {
         const auto at = static_cast<std::size_t>(i);
         shown.localBands[i].enabled = saved.enabled[at];
-        shown.localBands[i].threshold = valueOf(plugin, kThresholds[at]);
-        shown.localBands[i].ratio = valueOf(plugin, kRatios[at]);
+        shown.localBands[i].threshold = paramValue(plugin, kThresholds[at]);
+        shown.localBands[i].ratio = paramValue(plugin, kRatios[at]);
     }
     shown.instanceName = plugin.InstanceName();
     refreshInstances();

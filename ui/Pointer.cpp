@@ -167,7 +167,7 @@ float EditorSession::valueBehind(Target target) const {
     if (isPeerKnob(target))
         return peerControl(target);
     const int param = ctrlToParam(target).param;
-    return param < 0 ? 0.0F : static_cast<float>(plugin.GetParam(param).Value());
+    return param < 0 ? 0.0F : paramValue(plugin, param);
 }
 
 void EditorSession::move(Point at, double xRootPx, bool fine) {
@@ -252,7 +252,7 @@ void EditorSession::scroll(Point at, double dy) {
     if (dy == 0.0 || !wheelActsOn(target))
         return;
     const ControlRange range = ctrlToParam(target);
-    const auto current = static_cast<float>(plugin.GetParam(range.param).Value());
+    const float current = paramValue(plugin, range.param);
     applyParam(&plugin, range.param, wheeledValue(range, current, dy > 0.0));
 }
 

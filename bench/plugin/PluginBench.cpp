@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
+#include <cmath>
 #include <cstdio>
 #include <exception>
 #include <optional>
@@ -25,7 +26,7 @@ void playBlocks(benchmark::State& state) {
     gRack->setPaired(paired);
     // A single one hears a peer that played before and is silent by now.
     const auto hash = gRack->start(std::max<std::size_t>(players, paired ? 2 : 1), rate, frames);
-    for (auto lap : state)
+    while (state.KeepRunning())
         gRack->playLap(players, frames);
 
     using benchmark::Counter;
@@ -40,7 +41,8 @@ void playBlocks(benchmark::State& state) {
 
 double quantile(std::vector<double> values, double part) {
     std::sort(values.begin(), values.end());
-    return values[static_cast<std::size_t>(part * static_cast<double>(values.size() - 1) + 0.5)];
+    const double last = static_cast<double>(values.size() - 1);
+    return values[static_cast<std::size_t>(std::lround(part * last))];
 }
 
 void registerBenchmarks() {

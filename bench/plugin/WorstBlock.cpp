@@ -124,7 +124,7 @@ nlohmann::json distribution(const std::vector<float>& times) {
             {"most", quantile(times, 1.0)}};
 }
 
-void run(std::chrono::seconds length) {
+void play(std::chrono::seconds length) {
     bench::Rack rack(2);
     rack.setPaired(true);
     rack.start(2, kRate, kFrames);
@@ -145,19 +145,23 @@ void run(std::chrono::seconds length) {
                   .c_str());
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+int runProgram(int argc, char** argv) {
     CLI::App app("Worst block of two paired instances on a busy machine");
     int seconds = 60;
     app.add_option("--seconds", seconds, "How long to play; an hour is 3600")
         ->check(CLI::Range(1, 86400));
     CLI11_PARSE(app, argc, argv);
+    if (!host::enterPrivateShm())
+        throw std::runtime_error("no private registry: run as root or allow user namespaces");
+    play(std::chrono::seconds(seconds));
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
     try {
-        if (!host::enterPrivateShm())
-            throw std::runtime_error("no private registry: run as root or allow user namespaces");
-        run(std::chrono::seconds(seconds));
-        return 0;
+        return runProgram(argc, argv);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "bench-worst: %s\n", error.what());
         return 1;
