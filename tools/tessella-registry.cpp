@@ -91,6 +91,7 @@ int run(int argc, char** argv) {
     CLI::App app(kAbout, "tessella-registry");
     app.footer(kColumns);
     app.require_subcommand(0, 1);
+    app.set_version_flag("--version", TD_VERSION, "print the version and exit");
     bool asJson = false;
     double seconds = 0;
     app.add_flag("--json", asJson, "print JSON; with --watch one document a line");

@@ -43,6 +43,7 @@ listing::Listing look(const std::string& file) {
 int run(int argc, char** argv) {
     CLI::App app(kAbout, "tessella-state");
     app.footer(kExplanation);
+    app.set_version_flag("--version", TD_VERSION, "print the version and exit");
     std::string file;
     bool asJson = false;
     app.add_option("FILE", file, "the saved state, - for standard input")->required();

@@ -4,6 +4,7 @@
 #include "tools/render/Failure.h"
 #include "tools/render/Picture.h"
 #include "tools/render/PluginPath.h"
+#include "tools/render/Program.h"
 #include "tools/render/Progress.h"
 #include "tools/render/Report.h"
 #include "tools/render/Session.h"
@@ -11,7 +12,6 @@
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
-#include <exception>
 #include <iostream>
 
 namespace {
@@ -110,14 +110,8 @@ void run(int argc, char** argv) {
     std::string plugin;
     app.add_option("-o,--output", folder, "Folder for everything made")->capture_default_str();
     app.add_option("--plugin", plugin, "The plug-in (else beside this program)");
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp&) {
-        std::cout << app.help();
+    if (!render::parseCommandLine(app, argc, argv))
         return;
-    } catch (const CLI::ParseError& error) {
-        render::failUsage(error.what());
-    }
     render::Options common;
     if (!plugin.empty())
         common.plugin = plugin;
@@ -131,14 +125,5 @@ void run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-    try {
-        run(argc, argv);
-        return 0;
-    } catch (const render::Failure& failure) {
-        std::fprintf(stderr, "tessella-demo: %s\n", failure.what());
-        return static_cast<int>(failure.code());
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "tessella-demo: %s\n", error.what());
-        return static_cast<int>(render::ExitCode::Failed);
-    }
+    return render::runProgram("tessella-demo", [&] { run(argc, argv); });
 }

@@ -2,10 +2,10 @@
 
 #include "tools/render/Failure.h"
 #include "tools/render/Options.h"
+#include "tools/render/Program.h"
 
 #include <CLI/CLI.hpp>
 
-#include <iostream>
 #include <string>
 
 namespace editor {
@@ -102,14 +102,8 @@ std::optional<Options> parseOptions(int argc, const char* const* argv) {
     app.footer(kFooter);
     declareTrackOptions(app, raw);
     declareGeneralOptions(app, options, raw);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp&) {
-        std::cout << app.help();
+    if (!render::parseCommandLine(app, argc, argv))
         return std::nullopt;
-    } catch (const CLI::ParseError& error) {
-        render::failUsage(error.what());
-    }
     makeTracks(options, raw);
     applyStates(options, "--load-state", raw.loads, &TrackOptions::loadState);
     applyStates(options, "--save-state", raw.saves, &TrackOptions::saveState);

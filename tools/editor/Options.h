@@ -27,8 +27,8 @@ struct Options {
     bool privateRegistry = false;
 };
 
-/// Reads the command line. Prints the help text and returns nullopt for --help; throws
-/// render::Failure (Usage) for anything that does not fit together.
+/// Reads the command line. Returns nullopt when help or version was wanted, which is printed then;
+/// throws render::Failure (Usage) for anything that does not fit together.
 [[nodiscard]] std::optional<Options> parseOptions(int argc, const char* const* argv);
 
 } // namespace editor

@@ -1,11 +1,11 @@
 #include "tools/render/Options.h"
 
 #include "tools/render/Failure.h"
+#include "tools/render/Program.h"
 
 #include <CLI/CLI.hpp>
 
 #include <charconv>
-#include <iostream>
 
 namespace render {
 namespace {
@@ -204,14 +204,8 @@ std::optional<Options> parseOptions(int argc, const char* const* argv) {
     app.footer(kFooter);
     declareTrackOptions(app, rawTracks);
     declareGeneralOptions(app, options, rawFlags);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp&) {
-        std::cout << app.help();
+    if (!parseCommandLine(app, argc, argv))
         return std::nullopt;
-    } catch (const CLI::ParseError& error) {
-        failUsage(error.what());
-    }
     applyTrackArguments(options, rawTracks);
     applyFlags(options, rawFlags);
     checkTogether(options);

@@ -56,8 +56,8 @@ struct Options {
                                                                      char separator,
                                                                      std::size_t trackCount);
 
-/// Reads the command line. Prints the help text and returns nullopt for --help; throws
-/// Failure (Usage) for anything that does not fit together.
+/// Reads the command line. Returns nullopt when help or version was wanted, which is printed then;
+/// throws Failure (Usage) for anything that does not fit together.
 [[nodiscard]] std::optional<Options> parseOptions(int argc, const char* const* argv);
 
 } // namespace render
