@@ -108,52 +108,46 @@ void declareGeneralOptions(CLI::App& app, Options& options, RawFlags& raw) {
     app.add_flag("--list-params", options.listParams, "Show the parameters and end");
 }
 
-std::pair<std::size_t, ParamSetting> parseSetting(const std::string& argument,
-                                                  std::size_t trackCount) {
-    auto [track, rest] = splitTrackArgument("--set", argument, ':', trackCount);
-    const std::size_t equals = rest.find('=');
-    if (equals == 0 || equals == std::string::npos || equals + 1 == rest.size())
-        failUsage("--set " + argument + ": write it as N:NAME=VALUE, for example 2:ThreshLow=-30");
-    return {track, {rest.substr(0, equals), rest.substr(equals + 1)}};
+ParamSetting parseSetting(const std::string& option, const std::string& setting) {
+    const std::size_t equals = setting.find('=');
+    if (equals == 0 || equals == std::string::npos || equals + 1 == setting.size())
+        failUsage(option + ": write it as N:NAME=VALUE, for example 2:ThreshLow=-30");
+    return {setting.substr(0, equals), setting.substr(equals + 1)};
 }
 
-bool parseSwitch(const std::string& argument, const std::string& word) {
+bool parseSwitch(const std::string& option, const std::string& word) {
     if (word != "on" && word != "off")
-        failUsage("--duck " + argument + ": after the = comes on or off");
+        failUsage(option + ": after the = comes on or off");
     return word == "on";
 }
 
 void applyTrackArguments(Options& options, const RawTrackArguments& raw) {
-    for (const std::string& input : raw.inputs) {
-        TrackOptions track;
-        track.input = input;
-        options.tracks.push_back(std::move(track));
-    }
-    const std::size_t count = options.tracks.size();
-    for (const std::string& argument : raw.sets) {
-        auto [track, setting] = parseSetting(argument, count);
-        options.tracks[track].settings.push_back(std::move(setting));
-    }
-    for (const std::string& argument : raw.ducks) {
-        const auto [track, word] = splitTrackArgument("--duck", argument, '=', count);
-        options.tracks[track].duckSelf = parseSwitch(argument, word);
-    }
-    for (const std::string& argument : raw.names) {
-        const auto [track, name] = splitTrackArgument("--name", argument, ':', count);
-        options.tracks[track].displayName = name;
-    }
-    for (const std::string& argument : raw.outputs) {
-        const auto [track, file] = splitTrackArgument("--out", argument, ':', count);
-        options.tracks[track].output = file;
-    }
-    for (const std::string& argument : raw.loads) {
-        const auto [track, file] = splitTrackArgument("--load-state", argument, ':', count);
-        options.tracks[track].loadState = file;
-    }
-    for (const std::string& argument : raw.saves) {
-        const auto [track, file] = splitTrackArgument("--save-state", argument, ':', count);
-        options.tracks[track].saveState = file;
-    }
+    for (const std::string& input : raw.inputs)
+        options.tracks.emplace_back().input = input;
+    // apply(track, value, the whole option as given)
+    const auto each = [&options](const std::vector<std::string>& arguments, const std::string& name,
+                                 char separator, auto apply) {
+        for (const std::string& argument : arguments) {
+            const auto [track, value] =
+                splitTrackArgument(name.c_str(), argument, separator, options.tracks.size());
+            apply(options.tracks[track], value, name + " " + argument);
+        }
+    };
+    using Text = const std::string&;
+    each(raw.sets, "--set", ':', [](TrackOptions& track, Text value, Text option) {
+        track.settings.push_back(parseSetting(option, value));
+    });
+    each(raw.ducks, "--duck", '=', [](TrackOptions& track, Text value, Text option) {
+        track.duckSelf = parseSwitch(option, value);
+    });
+    each(raw.names, "--name", ':',
+         [](TrackOptions& track, Text value, Text) { track.displayName = value; });
+    each(raw.outputs, "--out", ':',
+         [](TrackOptions& track, Text value, Text) { track.output = value; });
+    each(raw.loads, "--load-state", ':',
+         [](TrackOptions& track, Text value, Text) { track.loadState = value; });
+    each(raw.saves, "--save-state", ':',
+         [](TrackOptions& track, Text value, Text) { track.saveState = value; });
 }
 
 void applyFlags(Options& options, const RawFlags& raw) {
