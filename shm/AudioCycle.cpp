@@ -22,12 +22,12 @@ void ReadUnlocked(const RegistrySlot& slot, std::uint64_t lastBandsSeq, std::uin
 /// comparison is applied now and does not come back as a change.
 void CopyChanged(const RegistrySlot& slot, TessellaDuckworkSHM::TDAudioReadCycle& cycle) {
     if (cycle.bandsChanged)
-        cycle.bandsSeq = LoadBands(slot, cycle.bands, cycle.bandCount, kBandCount);
+        cycle.bandsSeq = LoadBands(&slot, cycle.bands, cycle.bandCount, kBandCount);
     if (cycle.hpLpChanged)
-        cycle.hpLpSeq = LoadHpLp(slot, cycle.hpHz, cycle.lpHz);
+        cycle.hpLpSeq = LoadHpLp(&slot, cycle.hpHz, cycle.lpHz);
     if (cycle.controlsChanged)
         cycle.controlsSeq =
-            LoadControls(slot, cycle.controls[0], cycle.controls[1], cycle.controls[2]);
+            LoadControls(&slot, cycle.controls[0], cycle.controls[1], cycle.controls[2]);
 }
 
 } // namespace

@@ -25,6 +25,8 @@ public:
     }
 
     explicit operator bool() const { return slot != nullptr; }
+    /// The slot; null without one. Valid while this lives.
+    [[nodiscard]] RegistrySlot* Get() const { return slot; }
     RegistrySlot& operator*() const { return *slot; }
     RegistrySlot* operator->() const { return slot; }
     /// The segment that is locked.

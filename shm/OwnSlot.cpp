@@ -113,23 +113,14 @@ bool TessellaDuckworkSHM::ReadMyBypass() {
 }
 
 std::uint64_t TessellaDuckworkSHM::ReadOwnBands(TDBand* out, int& count, int max) const {
-    count = 0;
-    const auto own = LockOwn<PatientLock>();
-    return own ? LoadBands(*own, out, count, max) : 0;
+    return LoadBands(LockOwn<PatientLock>().Get(), out, count, max);
 }
 
 std::uint64_t TessellaDuckworkSHM::ReadOwnHpLp(float& hpHz, float& lpHz) const {
-    hpHz = kDefaultHpHz;
-    lpHz = kDefaultLpHz;
-    const auto own = LockOwn<PatientLock>();
-    return own ? LoadHpLp(*own, hpHz, lpHz) : 0;
+    return LoadHpLp(LockOwn<PatientLock>().Get(), hpHz, lpHz);
 }
 
 std::uint64_t TessellaDuckworkSHM::ReadOwnControls(float& attackMs, float& releaseMs,
                                                    float& makeupDb) const {
-    attackMs = kDefaultAttackMs;
-    releaseMs = kDefaultReleaseMs;
-    makeupDb = kDefaultMakeupDb;
-    const auto own = LockOwn<PatientLock>();
-    return own ? LoadControls(*own, attackMs, releaseMs, makeupDb) : 0;
+    return LoadControls(LockOwn<PatientLock>().Get(), attackMs, releaseMs, makeupDb);
 }

@@ -29,25 +29,16 @@ bool TessellaDuckworkSHM::IsFree(std::uint64_t id) const {
 }
 
 std::uint64_t TessellaDuckworkSHM::ReadRemoteBands(TDBand* out, int& count, int max) const {
-    count = 0;
-    const auto peer = LockPeer<PatientLock>();
-    return peer ? LoadBands(*peer, out, count, max) : 0;
+    return LoadBands(LockPeer<PatientLock>().Get(), out, count, max);
 }
 
 std::uint64_t TessellaDuckworkSHM::ReadRemoteHpLp(float& hpHz, float& lpHz) const {
-    hpHz = kDefaultHpHz;
-    lpHz = kDefaultLpHz;
-    const auto peer = LockPeer<PatientLock>();
-    return peer ? LoadHpLp(*peer, hpHz, lpHz) : 0;
+    return LoadHpLp(LockPeer<PatientLock>().Get(), hpHz, lpHz);
 }
 
 std::uint64_t TessellaDuckworkSHM::ReadRemoteControls(float& attackMs, float& releaseMs,
                                                       float& makeupDb) const {
-    attackMs = kDefaultAttackMs;
-    releaseMs = kDefaultReleaseMs;
-    makeupDb = kDefaultMakeupDb;
-    const auto peer = LockPeer<PatientLock>();
-    return peer ? LoadControls(*peer, attackMs, releaseMs, makeupDb) : 0;
+    return LoadControls(LockPeer<PatientLock>().Get(), attackMs, releaseMs, makeupDb);
 }
 
 bool TessellaDuckworkSHM::ReadRemoteGR(float* gr) const {

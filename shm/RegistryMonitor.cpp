@@ -34,9 +34,9 @@ SlotSnapshot Copy(const RegistrySlot& slot, int index) {
     copy.heartbeat = slot.heartbeat.load(std::memory_order_relaxed);
     std::ranges::copy(slot.state, copy.state);
     std::ranges::copy(slot.gainReduction, copy.gainReduction);
-    copy.bandsSeq = LoadBands(slot, copy.bands, copy.bandCount, kBandCount);
-    copy.hpLpSeq = LoadHpLp(slot, copy.hpHz, copy.lpHz);
-    copy.controlsSeq = LoadControls(slot, copy.attackMs, copy.releaseMs, copy.makeupDb);
+    copy.bandsSeq = LoadBands(&slot, copy.bands, copy.bandCount, kBandCount);
+    copy.hpLpSeq = LoadHpLp(&slot, copy.hpHz, copy.lpHz);
+    copy.controlsSeq = LoadControls(&slot, copy.attackMs, copy.releaseMs, copy.makeupDb);
     copy.audioBinsSeq = LoadSeq(slot.audioBinsSeq);
     copy.bypass = LoadFlag(slot.bypass);
     copy.duckSelf = LoadFlag(slot.duckSelf);

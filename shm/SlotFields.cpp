@@ -79,30 +79,32 @@ std::uint64_t StoreControls(RegistrySlot& slot, float attackMs, float releaseMs,
     return Step(slot.controlsSeq);
 }
 
-std::uint64_t LoadBands(const RegistrySlot& slot, TDBand* out, int& count, int max) {
-    count = std::clamp(std::min(slot.bandCount, max), 0, kBandCount);
+std::uint64_t LoadBands(const RegistrySlot* slot, TDBand* out, int& count, int max) {
+    count = slot != nullptr ? std::clamp(std::min(slot->bandCount, max), 0, kBandCount) : 0;
     for (int i = 0; i < count; ++i) {
-        const TDBand& band = slot.bands[static_cast<std::size_t>(i)];
+        const TDBand& band = slot->bands[static_cast<std::size_t>(i)];
         // A foreign byte other than 0 and 1 must never be read as a bool.
         std::uint8_t enabled = 0;
         std::memcpy(&enabled, &band.enabled, sizeof enabled);
         out[i] = TDBand{band.loHz, band.hiHz, band.threshDb, band.ratio, enabled != 0};
     }
-    return LoadSeq(slot.bandsSeq);
+    return slot != nullptr ? LoadSeq(slot->bandsSeq) : 0;
 }
 
-std::uint64_t LoadHpLp(const RegistrySlot& slot, float& hpHz, float& lpHz) {
-    hpHz = slot.hpHz;
-    lpHz = slot.lpHz;
-    return LoadSeq(slot.hpLpSeq);
+std::uint64_t LoadHpLp(const RegistrySlot* slot, float& hpHz, float& lpHz) {
+    hpHz = slot != nullptr ? slot->hpHz : kDefaultHpHz;
+    lpHz = slot != nullptr ? slot->lpHz : kDefaultLpHz;
+    return slot != nullptr ? LoadSeq(slot->hpLpSeq) : 0;
 }
 
-std::uint64_t LoadControls(const RegistrySlot& slot, float& attackMs, float& releaseMs,
+std::uint64_t LoadControls(const RegistrySlot* slot, float& attackMs, float& releaseMs,
                            float& makeupDb) {
-    attackMs = slot.controls[0];
-    releaseMs = slot.controls[1];
-    makeupDb = slot.controls[2];
-    return LoadSeq(slot.controlsSeq);
+    constexpr std::array kDefaults{kDefaultAttackMs, kDefaultReleaseMs, kDefaultMakeupDb};
+    const auto& controls = slot != nullptr ? slot->controls : kDefaults;
+    attackMs = controls[0];
+    releaseMs = controls[1];
+    makeupDb = controls[2];
+    return slot != nullptr ? LoadSeq(slot->controlsSeq) : 0;
 }
 
 void LoadAudioBins(const RegistrySlot& slot, float* out, int n) {

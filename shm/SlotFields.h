@@ -54,14 +54,15 @@ void StoreName(RegistrySlot& slot, const char* name);
 void LoadName(const RegistrySlot& slot, char (&name)[kNameBytes]);
 
 /// Each store writes a whole settings group, steps its counter and returns the new value; each
-/// load copies a group and returns the counter. Band counts: stored min(n, 3), also when
+/// load copies a group and returns the counter; without a slot (null), as when its lock was not to
+/// be had, it gives no bands, the defaults, and 0. Band counts: stored min(n, 3), also when
 /// negative; loaded at most max and 3, at least 0.
 std::uint64_t StoreBands(RegistrySlot& slot, const TDBand* bands, int n);
 std::uint64_t StoreHpLp(RegistrySlot& slot, float hpHz, float lpHz);
 std::uint64_t StoreControls(RegistrySlot& slot, float attackMs, float releaseMs, float makeupDb);
-std::uint64_t LoadBands(const RegistrySlot& slot, TDBand* out, int& count, int max);
-std::uint64_t LoadHpLp(const RegistrySlot& slot, float& hpHz, float& lpHz);
-std::uint64_t LoadControls(const RegistrySlot& slot, float& attackMs, float& releaseMs,
+std::uint64_t LoadBands(const RegistrySlot* slot, TDBand* out, int& count, int max);
+std::uint64_t LoadHpLp(const RegistrySlot* slot, float& hpHz, float& lpHz);
+std::uint64_t LoadControls(const RegistrySlot* slot, float& attackMs, float& releaseMs,
                            float& makeupDb);
 
 /// Copies min(n, 1024) magnitudes of the published spectrum.
