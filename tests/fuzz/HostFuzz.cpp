@@ -101,15 +101,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         case 6:
             instance.pumpMainThread();
             break;
-        case 7: {
-            const iplug::IByteChunk chunk = [&] {
-                iplug::IByteChunk saved;
-                (void)subject->plug.SerializeState(saved);
-                return saved;
-            }();
-            demand(chunk.Size() == 366, "a saved chunk is whole");
+        case 7:
+            (void)subject->save();
             break;
-        }
         case 8:
             addEvent(events, bytes);
             break;

@@ -9,14 +9,6 @@ namespace {
 using fuzz::demand;
 using fuzz::Subject;
 
-constexpr int kWholeChunk = 366;
-
-iplug::IByteChunk saved(TessellaDuckwork& plug) {
-    iplug::IByteChunk chunk;
-    demand(plug.SerializeState(chunk), "saving succeeds");
-    return chunk;
-}
-
 Subject& subject() {
     static Subject only;
     return only;
@@ -32,10 +24,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     demand(result == -1 || (result > 0 && result <= input.Size()), "the result is a position");
     subject().checkParameters();
 
-    const iplug::IByteChunk first = saved(plug);
-    demand(first.Size() == kWholeChunk, "a saved chunk is whole");
-    demand(plug.UnserializeState(first, 0) == kWholeChunk, "a saved chunk loads whole");
-    const iplug::IByteChunk second = saved(plug);
+    const iplug::IByteChunk first = subject().save();
+    demand(plug.UnserializeState(first, 0) == fuzz::kWholeChunk, "a saved chunk loads whole");
+    const iplug::IByteChunk second = subject().save();
     demand(std::equal(first.Data(), first.Data() + first.Size(), second.Data(),
                       second.Data() + second.Size()),
            "saving again gives the same");

@@ -12,6 +12,7 @@
 namespace fuzz {
 
 constexpr std::uint32_t kFrames = 64;
+constexpr int kWholeChunk = 366;
 
 /// Processing, with a registry slot if there is one.
 struct Subject {
@@ -35,6 +36,12 @@ struct Subject {
             const double value = param.Value(); // NaN fails both comparisons
             demand(value >= param.Spec().min && value <= param.Spec().max, param.Spec().name);
         }
+    }
+
+    [[nodiscard]] iplug::IByteChunk save() const {
+        iplug::IByteChunk chunk;
+        demand(plug.SerializeState(chunk) && chunk.Size() == kWholeChunk, "it saves whole");
+        return chunk;
     }
 
     void checkOutput(std::uint32_t frames) {
