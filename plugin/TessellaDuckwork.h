@@ -204,6 +204,7 @@ private:
     void FlushBands();
     bool FlushHpLp();
     bool FlushControls();
+    void FlushDuckSelf();
     void TellHost(std::initializer_list<int> params);
 
     bool WriteToPeer(const ShadowPeer& shadow);

@@ -59,6 +59,7 @@ void TessellaDuckwork::SyncOwnSettings() {
         }
         if (FlushControls())
             TellHost({Attack, Release, Makeup});
+        FlushDuckSelf();
 
         float hpHz = 0.0F;
         float lpHz = 0.0F;
@@ -77,8 +78,8 @@ void TessellaDuckwork::TellHost(std::initializer_list<int> params) {
 
 void TessellaDuckwork::SetDuckSelf(bool on) {
     const AudioGate::Closed closed(applyGate);
-    duckSelf = on;
     bool done = false;
     WithRegistry([&] { done = shm.PublishDuckSelf(on); });
+    duckSelf = on; // afterwards, or a save on another thread would take the flag before it
     NotePublished(Priority, done);
 }

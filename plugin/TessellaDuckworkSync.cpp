@@ -109,6 +109,7 @@ void TessellaDuckwork::FlushSHMToParams() {
         FlushBands();
         FlushHpLp();
         FlushControls();
+        FlushDuckSelf();
     });
 }
 
@@ -153,6 +154,12 @@ bool TessellaDuckwork::FlushHpLp() {
     GetParam(HP).Set(hpHz);
     GetParam(LP).Set(lpHz);
     return true;
+}
+
+/// Blocks take the flag too, but none of a stopped or bypassed instance.
+void TessellaDuckwork::FlushDuckSelf() {
+    if (!IsUnpublished(Priority))
+        duckSelf = shm.ReadMyDuckSelf().value_or(duckSelf);
 }
 
 /// True when the controls have changed. What this instance has still to publish comes first.

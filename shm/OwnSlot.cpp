@@ -112,6 +112,13 @@ bool TessellaDuckworkSHM::ReadMyBypass() {
     return cachedBypass.load(std::memory_order_relaxed);
 }
 
+std::optional<bool> TessellaDuckworkSHM::ReadMyDuckSelf() const {
+    const SegmentUse segment(source);
+    if (!segment || OwnerOf(segment->slots[SlotIndex()]) != MyId())
+        return std::nullopt;
+    return LoadFlag(segment->slots[SlotIndex()].duckSelf);
+}
+
 std::uint64_t TessellaDuckworkSHM::ReadOwnBands(TDBand* out, int& count, int max) const {
     return LoadBands(LockOwn<PatientLock>().Get(), out, count, max);
 }

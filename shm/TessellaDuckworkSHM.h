@@ -122,6 +122,9 @@ public:
     /// The own bypass flag, which the peer may have changed. Busy: the flag as last read; closed:
     /// false. [main, ui; try]
     bool ReadMyBypass();
+    /// The own duckSelf flag, which the peer may have changed; nothing without a slot. [main, ui;
+    /// no lock]
+    [[nodiscard]] std::optional<bool> ReadMyDuckSelf() const;
 
     // Own settings read back, as the peer may have edited them (OwnSlot.cpp). Each returns the
     // group's counter, else 0 and the defaults.
