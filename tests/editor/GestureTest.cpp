@@ -1,18 +1,83 @@
 #include "tests/editor/OpenEditor.h"
-#include "tests/editor/Sides.h"
 
-#include <functional>
+#include <algorithm>
+#include <cmath>
+#include <gtest/gtest.h>
 
 namespace {
 
-using support::expectSame;
-using support::expectShown;
 using support::Hand;
-using support::peerIn;
 using support::savedBy;
-using support::Settings;
 using support::Track;
 using ui::Point;
+
+/// Bands, filters, controls and the two flags; the rest does not matter here.
+using Settings = shm::SlotSnapshot;
+
+/// What a state says of the track itself and of its peer.
+Settings ownIn(const state::Reading& saved) {
+    const auto param = [&](int index) {
+        return static_cast<float>(saved.params[std::size_t(index)]);
+    };
+    Settings s;
+    s.bandCount = saved.head.activeBandCount;
+    for (int i = 0; i < 3; ++i)
+        s.bands[i] = {saved.head.bandFreqs[2 * std::size_t(i)],
+                      saved.head.bandFreqs[2 * std::size_t(i) + 1], param(ThreshLow + i),
+                      param(RatioLow + i), saved.head.bandEnabled[std::size_t(i)] != 0};
+    s.hpHz = param(HP), s.lpHz = param(LP);
+    s.attackMs = param(Attack), s.releaseMs = param(Release), s.makeupDb = param(Makeup);
+    s.duckSelf = saved.duckSelf.value();
+    return s;
+}
+Settings peerIn(const state::Head& head) {
+    Settings s;
+    s.bandCount = head.shadowBandCount;
+    for (std::size_t i = 0; i < 3; ++i)
+        s.bands[i] = {head.shadowEdges[2 * i], head.shadowEdges[2 * i + 1],
+                      head.shadowThresholds[i], head.shadowRatios[i], head.shadowEnabled[i] != 0};
+    s.hpHz = head.shadowHp, s.lpHz = head.shadowLp;
+    s.attackMs = head.shadowAttack, s.releaseMs = head.shadowRelease,
+    s.makeupDb = head.shadowMakeup;
+    return s;
+}
+
+/// Bands, filters and controls.
+std::vector<float> numbersOf(const Settings& s) {
+    std::vector<float> all{s.hpHz, s.lpHz, s.attackMs, s.releaseMs, s.makeupDb};
+    for (int i = 0; i < s.bandCount; ++i)
+        all.insert(all.end(), {s.bands[i].loHz, s.bands[i].hiHz, s.bands[i].threshDb,
+                               s.bands[i].ratio, s.bands[i].enabled ? 1.0F : 0.0F});
+    return all;
+}
+void expectSame(const Settings& is, const Settings& should, const std::string& whose) {
+    const auto numbers = numbersOf(is), expected = numbersOf(should);
+    ASSERT_EQ(numbers.size(), expected.size()) << whose << " bands";
+    for (std::size_t i = 0; i < numbers.size(); ++i)
+        EXPECT_NEAR(numbers[i], expected[i], 1e-5F * std::max(1.0F, std::fabs(expected[i])))
+            << whose << ", number " << i << " of two filters, three controls, five a band";
+}
+
+/// The registry slot, the parameters and the saved state all follow from the settings.
+void expectShown(const Track& track, const Settings& s, const std::string& whose) {
+    const state::Reading saved = savedBy(track); // first: it takes in what others have edited
+    const Settings own = ownIn(saved);
+    const Settings slot = track.slot().value();
+    expectSame(own, s, whose + " saved");
+    expectSame(slot, s, whose + " published");
+    EXPECT_TRUE(own.duckSelf == s.duckSelf && slot.duckSelf == s.duckSelf) << whose;
+    EXPECT_EQ(slot.bypass, s.bypass) << whose;
+    const float splits[] = {s.bandCount < 2 ? 20 : std::clamp(s.bands[0].hiHz, 20.0F, 2000.0F),
+                            s.bandCount < 3 ? 20000 : std::max(s.bands[1].hiHz, 500.0F)};
+    for (const std::size_t i : {0U, 1U})
+        EXPECT_NEAR(saved.params[i], splits[i], 1e-5F * splits[i]) << whose << " split";
+    for (int i = s.bandCount; i < 3; ++i) // the last band stands for the missing ones
+        EXPECT_TRUE(own.bands[i].threshDb == own.bands[s.bandCount - 1].threshDb &&
+                    own.bands[i].ratio == own.bands[s.bandCount - 1].ratio)
+            << whose << ' ' << i;
+    for (clap_id id = 0; id < kNumParams; ++id) // and the host sees what is saved
+        EXPECT_NEAR(track.hostValue(id), track.toHost(id, saved.params[id]), 1e-6) << whose << id;
+}
 
 /// What a frequency is multiplied with along so many canvas units: 944 are three decades.
 float along(float units) { return std::pow(1000.0F, units / 944.0F); }
@@ -48,44 +113,40 @@ struct Side {
         const TDBand& band = now.bands[grip < HighPass ? i : 0];
         const float middle = 0.5F * (xOf(band.loHz) + xOf(band.hiHz));
         const float line = top - 3.5F * band.threshDb;
-        const Point places[] = {{xOf(band.hiHz), top + 200},
-                                {middle, top + 200},
-                                {middle, line},
-                                {xOf(band.hiHz) - 15, line},
-                                {xOf(now.hpHz), top + 9},
-                                {xOf(now.lpHz), top + 9},
-                                {attackX + 90 * static_cast<float>(i), 540},
-                                bypass,
-                                {bypass.x + 47, bypass.y},
-                                {static_cast<float>(i), top + 200}};
+        // clang-format off
+        const Point places[] = {
+            {xOf(band.hiHz), top + 200}, {middle, top + 200}, // edge, body
+            {middle, line}, {xOf(band.hiHz) - 15, line},      // threshold, ratio
+            {xOf(now.hpHz), top + 9}, {xOf(now.lpHz), top + 9},
+            {attackX + 90 * static_cast<float>(i), 540},
+            bypass, {bypass.x + 47, bypass.y},
+            {static_cast<float>(i), top + 200}};
+        // clang-format on
         return places[grip];
     }
 };
 
 enum Act { Pull, Turn, TurnFinely, Twice, Click, RightClick, MiddleClick };
 
-/// Pulls to the right, turns up, or clicks so far to the right.
-void perform(Hand& hand, Act act, Point at, float units) {
-    const Point beside = {at.x + units, at.y};
+/// Pulls so far to the right, turns up, or clicks.
+void perform(Hand& hand, Act act, Point at, float units = 0) {
     hand.shift(act == TurnFinely);
     if (act == Pull)
-        hand.drag(at, beside);
+        hand.drag(at, {at.x + units, at.y});
     else if (act == Turn || act == TurnFinely)
         hand.drag(at, {at.x, at.y - units});
     else
-        hand.click(beside, act == RightClick    ? Hand::Right
-                           : act == MiddleClick ? Hand::Middle
-                                                : Hand::Left);
+        hand.click(at, act == RightClick    ? Hand::Right
+                       : act == MiddleClick ? Hand::Middle
+                                            : Hand::Left);
     if (act == Twice)
-        hand.click(beside);
+        hand.click(at);
     hand.shift(false);
 }
 
 /// A track with an open editor, paired with another.
 class Gestures : public testing::Test {
 protected:
-    using Action = std::function<void()>;
-
     Gestures() {
         track.start(48000.0);
         peerTrack.start(48000.0);
@@ -95,18 +156,28 @@ protected:
     void arrange(int bands) {
         write(track, own.now = settings(true, bands));
         write(peerTrack, peer.now = settings(false, bands));
+        editor.settle();
+        expectSame(ownIn(savedBy(track)), own.now, "without a block: own saved");
+        expectSame(track.slot().value(), own.now, "without a block: own");
         settle();
         expectShown(track, own.now, "at first, own");
         expectShown(peerTrack, peer.now, "at first, peer's");
     }
+    /// As a peer's editor would.
+    void write(const Track& to, const Settings& s) {
+        const auto id = to.id();
+        EXPECT_TRUE(registry.SetBypassOf(id, s.bypass) && registry.SetDuckSelfOf(id, s.duckSelf) &&
+                    registry.WriteHpLpOf(id, s.hpHz, s.lpHz) != 0 &&
+                    registry.WriteControlsOf(id, s.attackMs, s.releaseMs, s.makeupDb) != 0 &&
+                    registry.WriteBandsOf(id, s.bands, s.bandCount) != 0);
+    }
     void settle() {
         editor.settle();
-        track.play(silence, 512);
-        peerTrack.play(silence, 512);
+        for (Track* const both : {&track, &peerTrack})
+            both->play(silence, 512);
     }
     /// Does it and says what should have changed in `own` and `peer`: nothing else may change.
-    void check(const std::string& gesture, int bands, const Action& act, const Action& effect) {
-        SCOPED_TRACE(gesture);
+    void check(int bands, const std::function<void()>& act, const std::function<void()>& effect) {
         arrange(bands);
         const auto ownBefore = valuesOf(track);
         const auto peerBefore = valuesOf(peerTrack);
@@ -183,146 +254,122 @@ struct Row {
 constexpr Row kOnBothSides[] = {
     {"edge", 3, Pull, 59, Edge, 0, [](S s) { move(s, 0, s.bands[0].hiHz * along(59)); }},
     {"edge", 3, Pull, -59, Edge, 1, [](S s) { move(s, 1, s.bands[1].hiHz * along(-59)); }},
-    {"edge to its left end", 3, Pull, -600, Edge, 0, [](S s) { move(s, 0, s.hpHz + 10); }},
-    {"edge to its right end", 3, Pull, 800, Edge, 0, [](S s) { move(s, 0, s.bands[1].hiHz - 10); }},
-    {"edge to its left end", 3, Pull, -600, Edge, 1, [](S s) { move(s, 1, s.bands[0].hiHz + 10); }},
-    {"edge past the third band", 3, Pull, 800, Edge, 1, [](S s) { move(s, 1, 20000); }},
-    {"edge above the parameter's range", 2, Pull, 400, Edge, 0, [](S s) { move(s, 0, s.bands[0].hiHz * along(400)); }},
     {"body", 3, Pull, 59, Body, 1, [](S s) { move(s, 0, s.bands[1].loHz * along(59)); move(s, 1, s.bands[1].hiHz * along(59)); }},
-    {"body far left", 3, Pull, -900, Body, 0, [](S s) { move(s, 0, 20 * s.bands[0].hiHz / s.hpHz); s.bands[0].loHz = 20; }},
     {"body far right", 3, Pull, 900, Body, 2, [](S s) { move(s, 1, 20000 * s.bands[2].loHz / s.lpHz); s.bands[2].hiHz = 20000; }},
     {"threshold", 3, Turn, 10, Threshold, 1, [](S s) { s.bands[1].threshDb += 60 * 0.03F; }},
-    {"threshold with Shift", 3, TurnFinely, -50, Threshold, 2, [](S s) { s.bands[2].threshDb -= 60 * 0.04F; }},
-    {"threshold far down", 3, Turn, -400, Threshold, 0, [](S s) { s.bands[0].threshDb = -60; }},
     {"ratio", 3, Turn, 10, Ratio, 2, [](S s) { s.bands[2].ratio += 19 * 0.03F; }},
-    {"ratio with Shift", 2, TurnFinely, 50, Ratio, 0, [](S s) { s.bands[0].ratio += 19 * 0.04F; }},
-    {"ratio far up", 1, Turn, 400, Ratio, 0, [](S s) { s.bands[0].ratio = 20; }},
     {"threshold twice", 3, Twice, 0, Threshold, 2, [](S s) { s.bands[2].threshDb = -20; }},
     {"ratio twice", 3, Twice, 0, Ratio, 2, [](S s) { s.bands[2].ratio = 4; }},
-    {"first edge twice", 3, Twice, 0, Edge, 0, [](S s) { join(s, 0); }},
     {"second edge twice", 3, Twice, 0, Edge, 1, [](S s) { join(s, 1); }},
-    {"the only edge twice", 2, Twice, 0, Edge, 0, [](S s) { join(s, 0); }},
     {"body twice", 3, Twice, 0, Body, 1, [](S s) { s.bands[1].enabled = false; }},
     {"high-pass", 3, Pull, 40, HighPass, 0, [](S s) { s.bands[0].loHz = s.hpHz *= along(40); }},
     {"low-pass", 3, Pull, -40, LowPass, 0, [](S s) { s.bands[2].hiHz = s.lpHz *= along(-40); }},
-    {"high-pass far right", 1, Pull, 800, HighPass, 0, [](S s) { s.bands[0].loHz = s.hpHz = 1000; }},
-    {"low-pass far left", 1, Pull, -800, LowPass, 0, [](S s) { s.bands[0].hiHz = s.lpHz = 1000; }},
     {"right click in the only band", 1, RightClick, 0, Free, 480, [](S s) { cut(s, 0, 20 * along(472)); }},
     {"right click in the second band", 2, RightClick, 0, Free, 700, [](S s) { cut(s, 1, 20 * along(692)); }},
-    {"right click within 10 Hz of the end", 1, RightClick, 10, HighPass, 0, nothing},
     {"right click with three bands", 3, RightClick, 0, Free, 480, nothing},
     {"middle click", 3, MiddleClick, 0, Bypass, 0, nothing},
     {"release", 3, Turn, 10, Knob, 1, [](S s) { s.releaseMs = toStep(s.releaseMs + 0.03F * 1995, 1); }},
     {"makeup with Shift", 3, TurnFinely, 50, Knob, 2, [](S s) { s.makeupDb = toStep(s.makeupDb + 0.04F * 36, 0.1F); }},
-    {"attack far up", 3, Turn, 400, Knob, 0, [](S s) { s.attackMs = 300; }},
     {"attack twice", 3, Twice, 0, Knob, 0, [](S s) { s.attackMs = 10; }},
-    {"release twice", 3, Twice, 0, Knob, 1, [](S s) { s.releaseMs = 100; }},
-    {"makeup twice", 3, Twice, 0, Knob, 2, [](S s) { s.makeupDb = 0; }},
     {"bypass", 3, Click, 0, Bypass, 0, [](S s) { s.bypass = true; }},
-    {"bypass twice", 3, Twice, 0, Bypass, 0, nothing},
     {"duck", 3, Click, 0, Duck, 0, [](S s) { s.duckSelf = false; }},
 };
 // clang-format on
 
 TEST_F(Gestures, OfTheMouseEditTheirSideAlone) {
     for (const Row& row : kOnBothSides)
-        for (Side* const on : {&own, &peer})
-            check((on == &own ? "own " : "peer's ") + std::string(row.gesture), row.bands,
-                  [&] { perform(hand, row.act, on->at(row.grip, row.number), row.units); },
-                  [&] { row.effect(on->now); });
+        for (Side* const on : {&own, &peer}) {
+            SCOPED_TRACE((on == &own ? "own " : "peer's ") + std::string(row.gesture));
+            check(
+                row.bands, [&] { perform(hand, row.act, on->at(row.grip, row.number), row.units); },
+                [&] { row.effect(on->now); });
+        }
+    SCOPED_TRACE("two clicks that are no double click");
     const auto clickTwoBodies = [this] {
         hand.click(own.at(Body, 1));
         hand.click(own.at(Body, 2));
     };
-    check("two clicks that are no double click", 3, clickTwoBodies, [] {});
+    check(3, clickTwoBodies, [] {});
 }
 
 /// Over the peer's knobs, too, the wheel turns this instance's parameters. Bands stay.
 TEST_F(Gestures, OfTheWheelEditTheOwnParametersAlone) {
-    struct Case {
-        Side* over;
-        Grip grip;
-        int number, notches, param;
-        float value;
-        float Settings::*published;
-    };
-    // clang-format off
-    const Case cases[] = {
-        {&own, Edge, 0, 1, FreqLow, 200 + 19.8F, nullptr},
-        {&own, Edge, 1, -2, FreqHigh, 2000 - 2 * 195, nullptr},
-        {&own, Threshold, 1, 1, ThreshMid, -20 + 0.6F, nullptr},
-        {&own, Ratio, 2, -1, RatioHigh, 6 - 0.19F, nullptr},
-        {&own, HighPass, 0, 1, HP, 50 + 9.8F, &Settings::hpHz},
-        {&own, LowPass, 0, -1, LP, 10000 - 190, &Settings::lpHz},
-        {&own, Knob, 0, 1, Attack, toStep(20 + 2.999F, 0.1F), &Settings::attackMs},
-        {&peer, Knob, 1, 1, Release, toStep(200 + 19.95F, 1), &Settings::releaseMs},
-        {&peer, Knob, 2, -1, Makeup, toStep(3 - 0.36F, 0.1F), &Settings::makeupDb},
-        {&own, Body, 1, 1, -1, 0, nullptr}, {&peer, Edge, 0, 1, -1, 0, nullptr},
-        {&peer, Threshold, 1, 1, -1, 0, nullptr}, {&peer, HighPass, 0, 1, -1, 0, nullptr},
-    };
-    // clang-format on
-    for (const auto& [over, grip, number, notches, param, value, published] : cases) {
-        SCOPED_TRACE(&over - &cases[0].over);
-        arrange(3);
-        auto params = savedBy(track).params;
-        hand.scroll(over->at(grip, number), notches);
-        settle();
-        if (param >= 0)
-            params[std::size_t(param)] = value;
-        if (published != nullptr)
-            own.now.*published = value;
-        const auto now = savedBy(track).params;
-        for (std::size_t i = 0; i < params.size(); ++i)
-            EXPECT_NEAR(now[i], params[i], 1e-5 * std::max(1.0, std::fabs(params[i]))) << i;
-        expectSame(track.slot().value(), own.now, "own");
-        expectShown(peerTrack, peer.now, "peer's");
-    }
+    arrange(3);
+    auto params = savedBy(track).params;
+    hand.scroll(own.at(Edge, 0), 1);
+    hand.scroll(own.at(Edge, 1), -2);
+    hand.scroll(own.at(LowPass, 0), -1);
+    hand.scroll(own.at(Ratio, 2), -1);
+    hand.scroll(own.at(Knob, 0), 1);
+    hand.scroll(peer.at(Knob, 2), -1);
+    hand.scroll(peer.at(Threshold, 1), 1);
+    hand.scroll(own.at(Body, 1), 1);
+    settle();
+    params[FreqLow] = 200 + 19.8;
+    params[FreqHigh] = 2000 - 2 * 195;
+    params[LP] = own.now.lpHz = 10000 - 190;
+    params[RatioHigh] = 6 - 0.19;
+    params[Attack] = own.now.attackMs = toStep(20 + 2.999F, 0.1F);
+    params[Makeup] = own.now.makeupDb = toStep(3 - 0.36F, 0.1F);
+    const auto now = savedBy(track).params;
+    for (std::size_t i = 0; i < params.size(); ++i)
+        EXPECT_NEAR(now[i], params[i], 1e-5 * std::max(1.0, std::fabs(params[i]))) << i;
+    expectSame(track.slot().value(), own.now, "own");
+    expectShown(peerTrack, peer.now, "peer's");
 }
 
-// What is not lost. Exact edges in the saved state are among the rows above.
-
-TEST_F(Gestures, KeepTheExactEdgesThroughAReload) {
+TEST_F(Gestures, ComeBackWithAReloadAndNothingElseDoes) {
     arrange(2);
     perform(hand, Pull, own.at(Edge, 0), 450); // far above 2 kHz, where the parameter ends
     settle();
     move(own.now, 0, 200 * along(450));
     hand.click({480, 590});                    // so that the next press is no double click
     perform(hand, Pull, own.at(Edge, 0), -50); // and on from there
-    settle();
     move(own.now, 0, 200 * along(400));
-    Track reloaded;
-    ASSERT_TRUE(host::loadState(reloaded.instance, host::saveState(track.instance).value()));
-    support::OpenEditor(screen, reloaded).settle();
-    expectShown(reloaded, own.now, "reloaded");
-}
-
-TEST_F(Gestures, LeaveThePeersFilterEditsToAStoppedHost) {
-    arrange(3);
-    ASSERT_NE(registry.WriteHpLpOf(track.id(), 300, 5000), 0U);
-    editor.settle();
-    own.now.hpHz = 300;
-    own.now.lpHz = 5000;
-    expectShown(track, own.now, "own");
-}
-
-TEST_F(Gestures, OfPeerKnobsComeBackWithAReloadAndNothingElse) {
-    arrange(3);
     perform(hand, Turn, peer.at(Knob, 0), 10);
     perform(hand, Turn, peer.at(Knob, 1), 10); // remembered, and then taken back
     settle();
-    perform(hand, Twice, peer.at(Knob, 1), 0);
+    perform(hand, Twice, peer.at(Knob, 1));
+    perform(hand, Twice, own.at(Body, 1));
     settle();
+    own.now.bands[1].enabled = false;
     peer.now.attackMs = toStep(40 + 0.03F * 299.9F, 0.1F);
     peer.now.releaseMs = 100;
     expectShown(peerTrack, peer.now, "edited");
 
     const auto saved = host::saveState(track.instance).value();
     EXPECT_STREQ(savedBy(track).head.peerName.data(), peerTrack.slot()->name);
+    Track reloaded;
+    ASSERT_TRUE(host::loadState(reloaded.instance, saved));
+    support::OpenEditor(screen, reloaded).settle();
+    expectShown(reloaded, own.now, "reloaded");
     write(peerTrack, settings(true, 2)); // as if the peer had come from another project
     settle();
     ASSERT_TRUE(host::loadState(track.instance, saved));
     settle();
     expectShown(peerTrack, peer.now, "replayed");
+}
+
+/// Each editor shows what the other has done: the edge is gripped where it has come to.
+TEST_F(Gestures, ReachThePeersEditorAndItsReachThisOne) {
+    support::OpenEditor peers(screen, peerTrack, {960, 600}, 400, -100); // above the own
+    arrange(1);
+    const auto before = peerTrack.slot()->bandsSeq;
+    const auto expectEdge = [&](float x) {
+        settle();
+        peers.settle();
+        move(peer.now, 0, 20 * along(x - 8));
+        expectShown(peerTrack, peer.now, "peer's");
+        expectShown(track, own.now, "own");
+    };
+    hand.click({480, 450}, Hand::Right);
+    cut(peer.now, 0, 0);
+    expectEdge(480);
+    EXPECT_EQ(peerTrack.slot()->bandsSeq, before + 2) << "written by both editors, once each";
+    peers.hand.drag({480, 200}, {539, 200});
+    expectEdge(539);
+    hand.drag({539, 450}, {480, 450});
+    expectEdge(480);
 }
 
 } // namespace

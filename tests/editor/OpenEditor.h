@@ -1,12 +1,22 @@
 /// A track with its editor open, in a window as a host makes one.
 #pragma once
 
+#include "host/Extensions.h"
+#include "plugin/StateChunk.h"
 #include "tests/editor/Screen.h"
 #include "tests/host/Track.h"
 
 #include <stdexcept>
 
 namespace support {
+
+/// The state that the host would save now.
+inline state::Reading savedBy(const Track& track) {
+    iplug::IByteChunk chunk;
+    const auto bytes = host::saveState(track.instance).value();
+    chunk.PutBytes(bytes.data(), bytes.size());
+    return state::read(chunk, 0);
+}
 
 /// Track and screen must outlive it. The host answers every resize request with yes and does
 /// nothing: what it was asked for is in the track's call log.

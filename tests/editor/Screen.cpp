@@ -3,35 +3,18 @@
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
-#include <X11/keysym.h>
 
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
-#include <string_view>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 namespace support {
-namespace {
 
-void setEnv(const char* name, const char* value) { setenv(name, value, 1); }
-
-/// The child: an X server that writes its display's number to the descriptor and dies with us.
-[[noreturn]] void runServer(int numberFd, pid_t parent) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (getppid() != parent)
-        _exit(1);
-    const std::string fd = std::to_string(numberFd);
-    execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", "1920x1200x24", "-noreset",
-           "-nolisten", "tcp", nullptr);
-    _exit(1);
-}
-
-} // namespace
+/// Says its process's number and its display's, and dies with us.
+static constexpr const char* kServer = "echo $$; exec setpriv --pdeathsig KILL Xvfb -displayfd 1 "
+                                       "-screen 0 1920x1200x24 -noreset -nolisten tcp";
 
 bool eventually(const std::function<bool()>& becomesTrue, std::chrono::milliseconds atMost) {
     const auto end = std::chrono::steady_clock::now() + atMost;
@@ -45,38 +28,28 @@ bool eventually(const std::function<bool()>& becomesTrue, std::chrono::milliseco
 
 XServer::XServer(Drawing drawing) {
     sDrawsNothing = drawing == Drawing::Nothing;
-    setEnv("LIBGL_ALWAYS_SOFTWARE", "1");
-    setEnv("GALLIUM_DRIVER", "llvmpipe");
-    setEnv("FONTCONFIG_FILE", TD_EDITOR_TEST_DIR "/fonts.conf");
-    setEnv("MESA_SHADER_CACHE_DIR", TD_EDITOR_TEST_DIR);
-    int ends[2];
-    if (pipe(ends) != 0)
-        throw std::runtime_error("no pipe");
-    const pid_t self = getpid();
-    process = fork();
-    if (process == 0)
-        runServer(ends[1], self);
-    close(ends[1]);
-    std::string number;
-    for (char c = 0; read(ends[0], &c, 1) == 1 && c != '\n';)
-        number += c;
-    close(ends[0]);
-    if (number.empty())
+    server = popen(kServer, "re");
+    int number = 0;
+    if (std::fscanf(server, "%d%d", &process, &number) != 2)
         throw std::runtime_error("Xvfb does not start");
-    setEnv("DISPLAY", (":" + number).c_str());
+    setenv("DISPLAY", (":" + std::to_string(number)).c_str(), 1);
+    setenv("LIBGL_ALWAYS_SOFTWARE", "1", 1);
+    setenv("GALLIUM_DRIVER", "llvmpipe", 1);
+    setenv("FONTCONFIG_FILE", TD_EDITOR_TEST_DIR "/fonts.conf", 1);
+    setenv("MESA_SHADER_CACHE_DIR", TD_EDITOR_TEST_DIR, 1);
 }
 
 void XServer::stop() {
-    if (process < 0)
+    if (server == nullptr)
         return;
     kill(process, SIGKILL);
-    waitpid(process, nullptr, 0);
-    process = -1;
+    pclose(std::exchange(server, nullptr));
 }
 
 Screen::Screen() : display(XOpenDisplay(nullptr)) {
     if (display == nullptr)
         throw std::runtime_error("no display");
+    XSynchronize(display, True);   // the plug-in has a connection of its own
     static Display* own = nullptr; // errors of one's own are windows that have gone
     own = display;
     XSetErrorHandler([](Display* from, XErrorEvent*) {
@@ -91,18 +64,13 @@ Screen::Id Screen::openWindow(host::GuiSize size, int x, int y) {
     const Id window = XCreateSimpleWindow(display, DefaultRootWindow(display), x, y, size.width,
                                           size.height, 0, 0, 0);
     XMapWindow(display, window);
-    XSync(display, False); // the plug-in uses the id over a connection of its own
     return window;
 }
 
-void Screen::closeWindow(Id window) {
-    XDestroyWindow(display, window);
-    XSync(display, False);
-}
+void Screen::closeWindow(Id window) { XDestroyWindow(display, window); }
 
 void Screen::resizeWindow(Id window, host::GuiSize size) {
     XResizeWindow(display, window, size.width, size.height);
-    XSync(display, False);
 }
 
 host::GuiSize Screen::sizeOf(Id window) {
@@ -110,29 +78,18 @@ host::GuiSize Screen::sizeOf(Id window) {
     if (XGetWindowAttributes(display, window, &attributes) == 0 ||
         attributes.map_state != IsViewable)
         return {};
-    return {static_cast<std::uint32_t>(attributes.width),
-            static_cast<std::uint32_t>(attributes.height)};
+    return {std::uint32_t(attributes.width), std::uint32_t(attributes.height)};
 }
 
 Screen::Id Screen::editorIn(Id parent) {
-    Id root = 0;
-    Id above = 0;
-    Id found = 0;
+    Id root = 0, above = 0;
     Id* children = nullptr;
     unsigned count = 0;
-    if (XQueryTree(display, parent, &root, &above, &children, &count) == 0)
+    if (XQueryTree(display, parent, &root, &above, &children, &count) == 0 || count == 0)
         return 0;
-    for (unsigned i = 0; i < count; ++i) {
-        XClassHint hint{};
-        if (XGetClassHint(display, children[i], &hint) == 0)
-            continue;
-        if (std::string_view(hint.res_class) == "TessellaDuckwork")
-            found = children[i];
-        XFree(hint.res_name);
-        XFree(hint.res_class);
-    }
+    const Id editor = children[0];
     XFree(children);
-    return found;
+    return editor;
 }
 
 Screen::Id Screen::focus() {
@@ -146,33 +103,19 @@ bool Screen::keyboardIsFree() {
     const int answer = XGrabKeyboard(display, DefaultRootWindow(display), False, GrabModeAsync,
                                      GrabModeAsync, CurrentTime);
     XUngrabKeyboard(display, CurrentTime);
-    XSync(display, False);
     return answer == GrabSuccess;
 }
 
 void Screen::pointTo(Id window, int xPx, int yPx) {
-    int x = 0;
-    int y = 0;
-    Id below = 0;
-    XTranslateCoordinates(display, window, DefaultRootWindow(display), xPx, yPx, &x, &y, &below);
-    XTestFakeMotionEvent(display, -1, x, y, CurrentTime);
-    XSync(display, False);
+    XWarpPointer(display, None, window, 0, 0, 0, 0, xPx, yPx);
 }
 
 void Screen::button(unsigned number, bool down) {
     XTestFakeButtonEvent(display, number, down, CurrentTime);
-    XSync(display, False);
 }
 
 void Screen::key(unsigned long keysym, bool down) {
-    KeyCode code = XKeysymToKeycode(display, keysym);
-    if (code == 0) { // not on the keyboard: takes the place of a key that is
-        code = XKeysymToKeycode(display, XK_F12);
-        XChangeKeyboardMapping(display, code, 1, &keysym, 1);
-        XSync(display, False);
-    }
-    XTestFakeKeyEvent(display, code, down, CurrentTime);
-    XSync(display, False);
+    XTestFakeKeyEvent(display, XKeysymToKeycode(display, keysym), down, CurrentTime);
 }
 
 Pixel Screen::pixel(Id window, int xPx, int yPx) {
@@ -193,12 +136,10 @@ Hand::Hand(Screen& onScreen, Screen::Id parent) : screen(onScreen) {
         throw std::runtime_error("no editor");
 }
 
-Hand::Place Hand::placeOf(ui::Point at) const {
+std::pair<int, int> Hand::placeOf(ui::Point at) const {
     const auto [width, height] = screen.sizeOf(child);
-    const auto [zoom, offset] =
-        ui::CanvasFit::of(static_cast<float>(width), static_cast<float>(height));
-    return {static_cast<int>(std::lround((at.x + offset.x) * zoom)),
-            static_cast<int>(std::lround((at.y + offset.y) * zoom))};
+    const auto [zoom, offset] = ui::CanvasFit::of(float(width), float(height));
+    return {int(std::lround((at.x + offset.x) * zoom)), int(std::lround((at.y + offset.y) * zoom))};
 }
 
 void Hand::move(ui::Point to) {
@@ -218,12 +159,13 @@ void Hand::click(ui::Point at, Button button) {
 }
 
 void Hand::drag(ui::Point from, ui::Point to) {
-    const Place middle = placeOf({0.5F * (from.x + to.x), 0.5F * (from.y + to.y)});
-    const Place end = placeOf(to); // now: the drag itself may change the editor's size
+    // Now: the drag itself may change the editor's size.
+    const auto middle = placeOf({0.5F * (from.x + to.x), 0.5F * (from.y + to.y)});
+    const auto end = placeOf(to);
     move(from);
     screen.button(Left, true);
-    screen.pointTo(child, middle.x, middle.y);
-    screen.pointTo(child, end.x, end.y);
+    for (const auto& [x, y] : {middle, end})
+        screen.pointTo(child, x, y);
     screen.button(Left, false);
 }
 
@@ -241,7 +183,7 @@ void Hand::key(unsigned long keysym) {
 
 void Hand::type(const std::string& ascii) {
     for (const char c : ascii)
-        key(static_cast<unsigned char>(c));
+        key(static_cast<unsigned long>(c));
 }
 
 } // namespace support

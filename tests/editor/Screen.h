@@ -6,10 +6,11 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
+#include <cstdio>
 #include <functional>
 #include <string>
 #include <sys/types.h>
+#include <utility>
 
 struct _XDisplay; // NOLINT(bugprone-reserved-identifier): Xlib's own name for its connection
 
@@ -34,26 +35,20 @@ public:
         Software ///< slow: keep windows small
     };
 
-    /// Throws std::runtime_error when there is no Xvfb.
-    explicit XServer(Drawing drawing);
+    explicit XServer(Drawing drawing); ///< throws std::runtime_error when there is no Xvfb
     ~XServer() { stop(); }
     XServer(const XServer&) = delete;
     XServer& operator=(const XServer&) = delete;
 
-    /// Ends it under the feet of all its clients.
-    void stop();
+    void stop(); ///< ends it under the feet of all its clients
 
 private:
-    pid_t process = -1;
+    std::FILE* server = nullptr; ///< its output
+    pid_t process = 0;
 };
 
 struct Pixel {
     int red = 0, green = 0, blue = 0;
-    [[nodiscard]] bool isNear(Pixel other, int tolerance) const {
-        return std::abs(red - other.red) <= tolerance &&
-               std::abs(green - other.green) <= tolerance &&
-               std::abs(blue - other.blue) <= tolerance;
-    }
 };
 
 /// A host's connection to the X server, and its windows: black, without frame, and gone with it.
@@ -67,17 +62,14 @@ public:
     Screen(const Screen&) = delete;
     Screen& operator=(const Screen&) = delete;
 
-    /// Visible, its left upper corner at x, y of the screen.
     [[nodiscard]] Id openWindow(host::GuiSize size, int x = 0, int y = 0);
     void closeWindow(Id window);
     void resizeWindow(Id window, host::GuiSize size);
     [[nodiscard]] host::GuiSize sizeOf(Id window); ///< 0 × 0 while it is hidden
-    /// The plug-in's window in a host's, found by its class name; 0 without one.
-    [[nodiscard]] Id editorIn(Id parent);
+    [[nodiscard]] Id editorIn(Id parent);          ///< the plug-in's window; 0 without one
     [[nodiscard]] Id focus();
     [[nodiscard]] bool keyboardIsFree(); ///< nobody has grabbed it
-    /// X errors of other connections that came to this process's handler, where they would end a
-    /// host's.
+    /// Of other connections, where they would end a host.
     [[nodiscard]] static int strayErrors() { return sStrayErrors; }
 
     void pointTo(Id window, int xPx, int yPx);
@@ -102,15 +94,10 @@ public:
 
     void move(ui::Point to);
     void click(ui::Point at, Button button = Left);
-    void doubleClick(ui::Point at) {
-        click(at);
-        click(at);
-    }
     void drag(ui::Point from, ui::Point to);
     void scroll(ui::Point at, int notches); ///< up is positive
     void shift(bool down) { screen.key(kShift, down); }
-    /// A key by its X keysym; those of Latin letters are their code points.
-    void key(unsigned long keysym);
+    void key(unsigned long keysym); ///< of X: those of Latin letters are their code points
     void type(const std::string& ascii);
 
     [[nodiscard]] Pixel pixel(ui::Point at);
@@ -119,10 +106,7 @@ public:
 private:
     static constexpr unsigned long kShift = 0xFFE1;
 
-    struct Place {
-        int x, y; ///< pixels of the window
-    };
-    [[nodiscard]] Place placeOf(ui::Point at) const;
+    [[nodiscard]] std::pair<int, int> placeOf(ui::Point at) const; ///< in pixels of the window
 
     Screen& screen;
     Screen::Id child = 0;

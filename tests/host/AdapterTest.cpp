@@ -1,76 +1,59 @@
 #include "tests/host/Track.h"
 
 #include "host/AudioBuffers.h"
+#include "host/AudioThreadScope.h"
 #include "host/Extensions.h"
 
-#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
-#include <limits>
 
 namespace {
 
 using host::Callback;
 using host::SampleFormat;
-using support::Stereo;
 using support::Track;
 
-TEST(Adapter, TellsItsTailOnceAndFromTheAudioThread) {
-    host::HostCallbacks callbacks;
-    const auto library = support::plugin();
-    host::Instance instance(*library, callbacks);
-    ASSERT_TRUE(instance.init() && instance.activate(48000.0, 1, 64));
-    EXPECT_EQ(callbacks.calls().count(Callback::TailChanged), 0U) << "activation only remembers";
-    ASSERT_TRUE(instance.startProcessing());
-    host::AudioBuffers audio(64);
-    for (int block = 0; block < 3; ++block)
-        EXPECT_EQ(instance.process(audio, 64), CLAP_PROCESS_CONTINUE);
-    const auto calls = callbacks.calls().records(Callback::TailChanged);
-    ASSERT_EQ(calls.size(), 1U);
-    EXPECT_TRUE(calls[0].fromAudio);
-    EXPECT_EQ(host::tail(instance), 0U);
-    EXPECT_TRUE(host::setRenderMode(instance, host::RenderMode::Offline));
-}
+TEST(Adapter, WorksForAnyHostAndCallsItOnTheRightThread) {
+    using Host = host::HostCallbacks&;
+    const struct {
+        const char* what;
+        void (*prepare)(Host host);
+        std::size_t tails, rescans; ///< calls of a complete extension
+        std::string_view logged;    ///< last
+    } cases[] = {{"complete", [](Host) {}, 2, 1, ""},
+                 {"no extensions", [](Host h) { h.withholdAll(); }, 0, 0, ""},
+                 {"an empty table", [](Host h) { h.offerPartial(CLAP_EXT_TAIL); }, 0, 1,
+                  "clap_host_tail is partially implemented"},
+                 {"empty tables",
+                  [](Host h) {
+                      for (const char* id : {CLAP_EXT_LOG, CLAP_EXT_THREAD_CHECK, CLAP_EXT_PARAMS,
+                                             CLAP_EXT_STATE, CLAP_EXT_LATENCY, CLAP_EXT_TAIL})
+                          h.offerPartial(id);
+                  },
+                  0, 0, ""}};
+    for (const auto& [what, prepare, tails, rescans, logged] : cases) {
+        SCOPED_TRACE(what);
+        Track track(prepare);
+        for (const double rate : {48000.0, 44100.0}) {
+            track.start(rate);
+            EXPECT_GT(support::rms(track.play(support::noise(8192, 0.5, 1), 512)), 0.1);
+        }
+        const auto state = host::saveState(track.instance).value();
+        EXPECT_TRUE(host::loadState(track.instance, state));
+        track.set({{Makeup, 3.0}});
+        track.instance.pumpMainThread();
+        EXPECT_EQ(host::tail(track.instance), 0U);
+        EXPECT_TRUE(host::setRenderMode(track.instance, host::RenderMode::Offline));
 
-TEST(Adapter, WorksForAHostWithoutExtensionsOrWithEmptyTables) {
-    const std::vector<const char*> cases[] = {{},
-                                              {CLAP_EXT_TAIL},
-                                              {CLAP_EXT_LOG, CLAP_EXT_THREAD_CHECK, CLAP_EXT_PARAMS,
-                                               CLAP_EXT_STATE, CLAP_EXT_LATENCY, CLAP_EXT_TAIL}};
-    for (const auto& emptyTables : cases) {
-        host::HostCallbacks callbacks;
-        for (const char* id : emptyTables)
-            callbacks.offerPartial(id);
-        if (emptyTables.empty())
-            callbacks.withholdAll();
-        const auto library = support::plugin();
-        host::Instance instance(*library, callbacks);
-        ASSERT_TRUE(instance.init() && instance.activate(48000.0, 1, 4096));
-        ASSERT_TRUE(instance.startProcessing());
-        host::AudioBuffers audio(4096);
-        audio.input().fill(0.25);
-        EXPECT_EQ(instance.process(audio, 4096), CLAP_PROCESS_CONTINUE);
-        EXPECT_NEAR(audio.output().get(0, 4095), 0.25, 1e-6);
-        instance.pumpMainThread();
-        const auto log = callbacks.calls().records(Callback::Log);
-        ASSERT_EQ(log.size(), emptyTables.size() == 1 ? 1U : 0U);
-        EXPECT_TRUE(log.empty() || log[0].message() == "clap_host_tail is partially implemented");
+        const auto& calls = track.instance.callbacks().calls();
+        EXPECT_EQ(calls.count(Callback::TailChanged), tails) << "once per activation";
+        EXPECT_EQ(calls.count(Callback::ParamsRescan), rescans);
+        const auto log = calls.records(Callback::Log);
+        EXPECT_EQ(log.empty() ? "" : log.back().message(), logged);
+        for (const auto& call : calls.records())
+            EXPECT_EQ(call.fromAudio, call.callback == Callback::TailChanged)
+                << "callback " << int(call.callback);
     }
-}
-
-TEST(Adapter, RunsAtEveryRateAndRefusesNone) {
-    Track track;
-    for (const double rate : {1234.5678, 8000.0, 44100.0, 96000.5, 384000.0, 768000.0}) {
-        track.start(rate);
-        const Stereo out = track.play(support::noise(20000, 0.5, 3), 999);
-        for (const double sample : out.left)
-            ASSERT_TRUE(std::isfinite(sample)) << rate;
-        EXPECT_GT(*std::max_element(out.left.begin(), out.left.end()), 0.3) << rate;
-    }
-    host::Instance& instance = track.instance;
-    instance.deactivate();
-    for (const double rate : {0.0, -48000.0, std::numeric_limits<double>::quiet_NaN()})
-        EXPECT_FALSE(instance.activate(rate, 1, 64)) << rate;
 }
 
 /// What hosts get wrong or leave out about the buffers of a block.
@@ -79,33 +62,32 @@ struct OddBlock {
     void (*spoil)(host::AudioBuffers& audio);
     std::uint32_t outputs; ///< channels that must be written all the same
     double left;           ///< what the first plays at the end
+    SampleFormat in = SampleFormat::Float64, out = SampleFormat::Float64;
 };
 
 TEST(Adapter, ProcessesOddBlocksAsFarAsTheyGo) {
     using Audio = host::AudioBuffers&;
+    constexpr auto k32 = SampleFormat::Float32, k64 = SampleFormat::Float64;
     const OddBlock cases[] = {
+        {"32 bit to 64", [](Audio) {}, 2, 0.25, k32, k64},
+        {"64 bit to 32", [](Audio) {}, 2, 0.25, k64, k32},
         {"no input port", [](Audio a) { a.inputRecords().clear(); }, 2, 0.0},
         {"no output port", [](Audio a) { a.outputRecords().clear(); }, 0, 0.0},
         {"mono in", [](Audio a) { a.inputRecords()[0].channel_count = 1; }, 2, 0.25},
-        {"mono",
-         [](Audio a) {
-             a.inputRecords()[0].channel_count = a.outputRecords()[0].channel_count = 1;
-         },
-         1, 0.25},
+        {"mono out", [](Audio a) { a.outputRecords()[0].channel_count = 1; }, 1, 0.25},
         {"no right input", [](Audio a) { a.inputRecords()[0].data64[1] = nullptr; }, 2, 0.25},
         {"no right output", [](Audio a) { a.outputRecords()[0].data64[1] = nullptr; }, 1, 0.25},
         {"no input samples", [](Audio a) { a.inputRecords()[0].data64 = nullptr; }, 2, 0.0},
         {"a sidechain", [](Audio a) { a.inputRecords().push_back(a.inputRecords()[0]); }, 2, 0.25},
         {"no channels", [](Audio a) { a.inputRecords()[0].channel_count = 0; }, 2, 0.0},
-        {"inputs that are not as constant as said",
-         [](Audio a) { a.inputRecords()[0].constant_mask = 3; }, 2, 0.25},
+        {"not constant", [](Audio a) { a.inputRecords()[0].constant_mask = 3; }, 2, 0.25},
         {"constant outputs", [](Audio a) { a.outputRecords()[0].constant_mask = 3; }, 2, 0.25}};
     constexpr std::uint32_t kFrames = 4096;
-    for (const auto& [why, spoil, outputs, left] : cases) {
+    Track track;
+    track.start(48000.0, {.maxFrames = 512}); // the blocks are longer than announced
+    for (const auto& [why, spoil, outputs, left, in, out] : cases) {
         SCOPED_TRACE(why);
-        Track track;
-        track.start(48000.0, {.maxFrames = 512}); // the block is longer than announced
-        host::AudioBuffers audio(kFrames);
+        host::AudioBuffers audio({{2, in}}, {{2, out}}, kFrames);
         audio.input().fill(0.25);
         audio.output().fill(99.0);
         spoil(audio);
@@ -119,16 +101,27 @@ TEST(Adapter, ProcessesOddBlocksAsFarAsTheyGo) {
     }
 }
 
-TEST(Adapter, MixesSampleFormatsPerPort) {
-    constexpr auto k32 = SampleFormat::Float32, k64 = SampleFormat::Float64;
-    for (const auto& [in, out] : {std::pair{k32, k64}, {k64, k32}}) {
-        Track track;
-        track.start(48000.0);
-        host::AudioBuffers audio({{2, in}}, {{2, out}}, 4096);
-        audio.input().fill(0.25);
-        track.instance.process(audio, 4096);
-        EXPECT_NEAR(audio.output().get(1, 4095), 0.25, 1e-6);
-    }
+TEST(Adapter, TakesBlocksOfHostsThatLeaveThingsOut) {
+    Track track;
+    track.start(48000.0);
+    const clap_plugin_t* const plugin = track.instance.plugin();
+    const host::AudioThreadScope scope;
+    const clap_input_events_t noFunctionsIn{};
+    const clap_output_events_t noFunctionsOut{};
+    const clap_input_events_t noEvents{
+        nullptr, [](const auto*) { return 9U; },
+        [](const auto*, std::uint32_t) -> const clap_event_header_t* { return nullptr; }};
+    EXPECT_EQ(plugin->process(plugin, nullptr), CLAP_PROCESS_ERROR);
+    for (const std::uint32_t size : {0U, 1U}) // frames and ports without buffers
+        for (const clap_input_events_t* in : {&noFunctionsIn, &noEvents, {}}) {
+            clap_process_t block{};
+            block.frames_count = block.audio_inputs_count = block.audio_outputs_count = size;
+            block.in_events = in;
+            block.out_events = in != nullptr ? &noFunctionsOut : nullptr;
+            EXPECT_EQ(plugin->process(plugin, &block), CLAP_PROCESS_CONTINUE);
+            track.instance.extension<clap_plugin_params_t>(CLAP_EXT_PARAMS)
+                ->flush(plugin, in, block.out_events);
+        }
 }
 
 } // namespace

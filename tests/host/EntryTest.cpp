@@ -12,6 +12,8 @@ namespace {
 
 using support::Track;
 
+constexpr const char* kId = "com.Orlavenko.TessellaDuckwork";
+
 TEST(Entry, ExportsOnlyTheClapEntry) {
     const std::string command = std::string("nm -D --defined-only '") + TD_PLUGIN_PATH + "'";
     FILE* const list = popen(command.c_str(), "r");
@@ -25,22 +27,24 @@ TEST(Entry, ExportsOnlyTheClapEntry) {
 }
 
 TEST(Entry, DescribesOnePlugin) {
+    const Track track;
     const auto library = support::plugin();
     const clap_version_t version = library->entry().clap_version;
     EXPECT_EQ((std::array{version.major, version.minor, version.revision}),
               (std::array{1U, 2U, 10U}));
     ASSERT_EQ(library->pluginCount(), 1U);
     EXPECT_EQ(library->descriptor(1), nullptr);
-    const clap_plugin_descriptor_t& desc = *library->descriptor(0);
-    std::vector<std::string> texts{desc.id,      desc.name,       desc.vendor,
-                                   desc.url,     desc.manual_url, desc.support_url,
-                                   desc.version, desc.description};
-    for (const char* const* feature = desc.features; *feature != nullptr; ++feature)
-        texts.emplace_back(*feature);
-    EXPECT_EQ(texts, (std::vector<std::string>{
-                         "com.Orlavenko.TessellaDuckwork", "TessellaDuckwork", "Orlavenko", "", "",
-                         "", "1.3.2", "Spectral dynamics processor with inter-plugin sidechain",
-                         "audio-effect", "compressor", "spectral"}));
+    for (const auto* desc : {library->descriptor(0), track.instance.plugin()->desc}) {
+        std::vector<std::string> texts{desc->id,      desc->name,       desc->vendor,
+                                       desc->url,     desc->manual_url, desc->support_url,
+                                       desc->version, desc->description};
+        for (const char* const* feature = desc->features; *feature != nullptr; ++feature)
+            texts.emplace_back(*feature);
+        EXPECT_EQ(texts, (std::vector<std::string>{
+                             kId, "TessellaDuckwork", "Orlavenko", "", "", "", "1.3.2",
+                             "Spectral dynamics processor with inter-plugin sidechain",
+                             "audio-effect", "compressor", "spectral"}));
+    }
 }
 
 TEST(Entry, AnswersOnlyExactIds) {
@@ -70,7 +74,8 @@ TEST(Entry, DeclaresItsPortsPerConfiguration) {
         EXPECT_EQ(inputs[0].in_place_pair, outputs[0].id);
         EXPECT_EQ(outputs[0].in_place_pair, inputs[0].id);
         for (std::size_t port = 0; port < inputs.size(); ++port) {
-            EXPECT_EQ((inputs[port].flags & CLAP_AUDIO_PORT_IS_MAIN) != 0, port == 0);
+            EXPECT_EQ(inputs[port].flags, CLAP_AUDIO_PORT_SUPPORTS_64BITS |
+                                              (port == 0 ? unsigned{CLAP_AUDIO_PORT_IS_MAIN} : 0U));
             EXPECT_EQ(inputs[port].channel_count, 2U);
             EXPECT_STREQ(inputs[port].port_type, CLAP_PORT_STEREO);
         }
@@ -78,6 +83,29 @@ TEST(Entry, DeclaresItsPortsPerConfiguration) {
     EXPECT_FALSE(host::selectAudioPortConfig(track.instance, 2));
     track.start(48000.0);
     EXPECT_FALSE(host::selectAudioPortConfig(track.instance, 1)) << "while active";
+}
+
+TEST(Entry, MayBeEndedAndStartedUnderLivingInstances) {
+    const auto library = support::plugin();
+    const clap_plugin_entry_t& entry = library->entry();
+    ASSERT_TRUE(entry.init("again"));
+    Track first, second;
+    const clap_plugin_descriptor_t* const freed = library->descriptor();
+    entry.deinit();
+    const host::HostCallbacks callbacks;
+    EXPECT_EQ(library->factory().create_plugin(&library->factory(), callbacks.record(), kId),
+              nullptr)
+        << "no instance without a descriptor";
+    EXPECT_EQ(library->descriptor(), nullptr);
+    EXPECT_NE(first.instance.plugin()->desc, freed) << "an instance needs a copy";
+    EXPECT_STREQ(first.instance.plugin()->desc->id, kId);
+
+    ASSERT_TRUE(entry.init("once more"));
+    Track third;
+    for (Track* track : {&first, &second, &third}) {
+        track->start(48000.0);
+        EXPECT_GT(rms(track->play(support::noise(8192, 0.5, 21), 512)), 0.1);
+    }
 }
 
 } // namespace

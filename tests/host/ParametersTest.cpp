@@ -1,5 +1,6 @@
 #include "tests/host/Track.h"
 
+#include <array>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
@@ -58,9 +59,7 @@ TEST(Parameters, TextAndValueAgreeBothWays) {
             const double value = info.min_value + (info.max_value - info.min_value) * step / 1000;
             const auto text = track.params.toText(info.id, value).value();
             const double read = track.params.fromText(info.id, text).value();
-            const auto again = track.params.toText(info.id, read).value();
-            ASSERT_EQ(again, text) << info.name;
-            ASSERT_EQ(track.params.fromText(info.id, again).value(), read) << info.name << text;
+            ASSERT_EQ(track.params.toText(info.id, read), text) << info.name;
             ASSERT_FALSE(text.starts_with("-0.0")) << info.name;
             // Texts are right to half a digit.
             const double digit = text.find('.') != std::string::npos ? 0.1 : 1.0;
@@ -81,6 +80,7 @@ TEST(Parameters, ReadTextAsPeopleWriteIt) {
         {"clamped above", ThreshLow, "12 dB", 0.0},
         {"clamped below", ThreshLow, "-1e300", -60.0},
         {"too large for a number", FreqLow, "1e999", 2000.0},
+        {"too small for a number", ThreshLow, "-1e999", -60.0},
         {"no number is 0, then clamped", FreqLow, "Hz", 20.0},
         {"not a number is no number", FreqHigh, "nan", 500.0},
         {"blanks and sign", Attack, "  +12.5ms", 12.5},
@@ -99,17 +99,7 @@ TEST(Parameters, ReadTextAsPeopleWriteIt) {
 /// How the host hands events over: in process or a flush, to an active or inactive plug-in.
 enum class Way { Process, FlushWhileActive, FlushWhileInactive };
 
-class ParameterEvents : public testing::TestWithParam<Way> {
-protected:
-    void deliver() {
-        if (GetParam() == Way::Process)
-            track.play(support::noise(16, 0.1, 1), 16);
-        else
-            track.params.flush(track.events, track.sent);
-        track.events.clear();
-    }
-    Track track;
-};
+class ParameterEvents : public testing::TestWithParam<Way> {};
 
 INSTANTIATE_TEST_SUITE_P(ways, ParameterEvents,
                          testing::Values(Way::Process, Way::FlushWhileActive,
@@ -117,47 +107,63 @@ INSTANTIATE_TEST_SUITE_P(ways, ParameterEvents,
 
 TEST_P(ParameterEvents, SetWhatTheySayAndNothingElse) {
     constexpr double kInf = std::numeric_limits<double>::infinity();
+    constexpr double kBefore = 0.125; // an earlier event of the block; LinkSlot rounds it to 0
+    struct Event {
+        clap_event_param_value_t value;
+        std::array<std::uint64_t, 8> more; ///< what a later version of the interface may add
+    };
+    using E = Event&;
+    const struct {
+        const char* what;
+        clap_id id;
+        double value, expected;
+        void (*spoil)(E event) = [](E) {};
+    } cases[] = {
+        {"normalised", FreqLow, 0.5, 0.5},
+        {"stepped rounds", LinkSlot, 2.6, 3.0},
+        {"stepped clamps", LinkSlot, 9.0, 4.0},
+        {"above the range", Attack, 7.0, 1.0},
+        {"below the range", Attack, -7.0, 0.0},
+        {"infinity clamps", Release, kInf, 1.0},
+        {"minus infinity clamps", LP, -kInf, 0.0},
+        {"NaN is ignored", Release, NAN, kBefore},
+        // Odd, but good:
+        {"end of time", HP, 0.75, 0.75, [](E e) { e.value.header.time = UINT32_MAX; }},
+        {"earlier than the last", HP, 0.75, 0.75, [](E e) { e.value.header.time = 1; }},
+        {"unknown flags", HP, 0.75, 0.75, [](E e) { e.value.header.flags = ~0U; }},
+        {"later version", HP, 0.75, 0.75, [](E e) { e.value.header.size = sizeof(Event); }},
+        {"wild cookie", HP, 0.75, 0.75, [](E e) { e.value.cookie = reinterpret_cast<void*>(8); }},
+        {"note and port", HP, 0.75, 0.75, [](E e) { e.value.note_id = e.value.port_index = 0; }},
+        // Not for us:
+        {"a byte short", HP, 0.75, kBefore, [](E e) { --e.value.header.size; }},
+        {"of no kind", HP, 0.75, kBefore, [](E e) { e.value.header.type = UINT16_MAX; }},
+        {"modulation", HP, 0.75, kBefore, [](E e) { e.value.header.type = CLAP_EVENT_PARAM_MOD; }},
+        {"foreign space", HP, 0.75, kBefore, [](E e) { e.value.header.space_id = 0xb33f; }},
+        {"one parameter on", HP, 0.75, kBefore, [](E e) { e.value.param_id = kNumParams; }},
+        {"for no parameter", HP, 0.75, kBefore, [](E e) { e.value.param_id = CLAP_INVALID_ID; }},
+    };
+    Track track;
     if (GetParam() != Way::FlushWhileInactive)
         track.start(48000.0);
-    const struct {
-        const char* why;
-        clap_id id;
-        double hostValue, expected;
-    } cases[] = {
-        {"normalised", FreqLow, 0.5, 0.5},      {"stepped rounds", LinkSlot, 2.4, 2.0},
-        {"stepped clamps", LinkSlot, 9.0, 4.0}, {"above the range", Attack, 7.0, 1.0},
-        {"below the range", Attack, -7.0, 0.0}, {"infinity clamps", Release, kInf, 1.0},
-        {"NaN is ignored", Release, NAN, 1.0},  {"minus infinity clamps", LP, -kInf, 0.0},
-    };
     for (const auto& c : cases) {
-        track.events.addParamValue(c.id, 0.125); // the last one of a block counts
-        if (std::isnan(c.hostValue))
-            track.events.addParamValue(c.id, c.expected);
-        track.events.addParamValue(c.id, c.hostValue, 3);
-        deliver();
-        EXPECT_DOUBLE_EQ(track.hostValue(c.id), c.expected) << c.why;
-        EXPECT_TRUE(track.sent.empty()) << "an echo: " << c.why;
+        SCOPED_TRACE(c.what);
+        Event event{};
+        event.value.header = {sizeof event.value, 7, CLAP_CORE_EVENT_SPACE_ID,
+                              CLAP_EVENT_PARAM_VALUE, 0};
+        event.value.param_id = c.id;
+        event.value.note_id = event.value.port_index = -1;
+        event.value.value = c.value;
+        c.spoil(event);
+        track.events.addParamValue(c.id, kBefore, 3);
+        track.events.add(event.value.header);
+        if (GetParam() == Way::Process)
+            track.play(support::noise(16, 0.1, 1), 16);
+        else
+            track.params.flush(track.events, track.sent);
+        track.events.clear();
+        EXPECT_DOUBLE_EQ(track.hostValue(c.id), c.expected);
+        EXPECT_TRUE(track.sent.empty()) << "an echo";
     }
-
-    clap_event_param_value_t event{};
-    event.header = {sizeof event, 0, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_PARAM_VALUE, 0};
-    event.param_id = FreqLow;
-    event.value = 0.75;
-    auto foreignSpace = event, wrongId = event, tooShort = event;
-    foreignSpace.header.space_id = 0xb33f;
-    wrongId.param_id = kNumParams;
-    tooShort.header.size = sizeof event - 1;
-    for (const auto& ignored : {foreignSpace, wrongId, tooShort})
-        track.events.add(ignored.header);
-    track.events.addParamMod(FreqLow, 0.3);
-    deliver();
-    EXPECT_DOUBLE_EQ(track.hostValue(FreqLow), 0.5);
-
-    event.note_id = 0; // some hosts fill these in
-    event.port_index = 0;
-    track.events.add(event.header);
-    deliver();
-    EXPECT_DOUBLE_EQ(track.hostValue(FreqLow), 0.75);
 }
 
 } // namespace

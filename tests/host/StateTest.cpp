@@ -12,7 +12,6 @@ namespace {
 using host::Callback;
 using support::Bytes;
 using support::chunkFile;
-using support::get;
 using support::Track;
 
 constexpr double kRate = 48000.0;
@@ -24,31 +23,6 @@ std::vector<double> edgesOf(const shm::SlotSnapshot& slot) {
     for (int band = 0; band < slot.bandCount; ++band)
         edges.insert(edges.end(), {slot.bands[band].loHz, slot.bands[band].hiHz});
     return edges;
-}
-
-/// The host sees the chunk's parameters.
-void expectParameters(const Track& track, const Bytes& chunk, const std::string& when) {
-    for (clap_id id = 0; id < kNumParams; ++id)
-        EXPECT_NEAR(track.hostValue(id), track.toHost(id, support::paramIn(chunk, id)), 1e-6)
-            << when << ": parameter " << id;
-}
-
-/// The slot has the chunk's settings; the edges are those of the case.
-void expectPublished(const shm::SlotSnapshot& slot, const Bytes& chunk,
-                     const std::vector<double>& edges) {
-    EXPECT_EQ(edgesOf(slot), edges);
-    for (int band = 0; band < slot.bandCount; ++band) {
-        const auto at = static_cast<std::size_t>(band);
-        EXPECT_EQ(slot.bands[band].threshDb, float(support::paramIn(chunk, ThreshLow + at)));
-        EXPECT_EQ(slot.bands[band].ratio, float(support::paramIn(chunk, RatioLow + at)));
-        EXPECT_EQ(slot.bands[band].enabled, chunk[support::kFlagsAt + at] == 1) << band;
-    }
-    EXPECT_EQ(
-        (std::array{slot.hpHz, slot.lpHz, slot.attackMs, slot.releaseMs, slot.makeupDb}),
-        (std::array{float(support::paramIn(chunk, HP)), float(support::paramIn(chunk, LP)),
-                    float(support::paramIn(chunk, Attack)), float(support::paramIn(chunk, Release)),
-                    float(support::paramIn(chunk, Makeup))}));
-    EXPECT_EQ(slot.duckSelf, get<std::uint32_t>(chunk, support::kDuckAt) == 1);
 }
 
 struct Golden {
@@ -85,26 +59,19 @@ class GoldenChunk : public testing::TestWithParam<Golden> {};
 INSTANTIATE_TEST_SUITE_P(table, GoldenChunk, testing::ValuesIn(kGolden));
 
 TEST_P(GoldenChunk, IsTakenAsDocumented) {
-    const Golden& golden = GetParam();
-    const std::string name = golden.chunk;
+    const auto& [name, loads, edges] = GetParam();
     SCOPED_TRACE(name);
-    const Bytes before = chunkFile("before");
-    const Bytes expected = chunkFile(name + ".saved");
     Track track;
-    ASSERT_TRUE(host::loadState(track.instance, before));
+    ASSERT_TRUE(host::loadState(track.instance, chunkFile("before")));
     auto& calls = track.instance.callbacks().calls();
     calls.clear();
-
-    EXPECT_EQ(host::loadState(track.instance, chunkFile(name)), golden.loads);
-    expectParameters(track, expected, "loaded");
-    const auto slot = track.slot().value();
-    EXPECT_STREQ(slot.name, reinterpret_cast<const char*>(expected.data()));
-    expectPublished(slot, golden.loads ? expected : before, golden.edges);
+    EXPECT_EQ(host::loadState(track.instance, chunkFile(name)), loads);
+    EXPECT_EQ(edgesOf(track.slot().value()), edges);
     const auto rescans = calls.records(Callback::ParamsRescan);
-    ASSERT_EQ(rescans.size(), golden.loads ? 1U : 0U);
+    ASSERT_EQ(rescans.size(), loads ? 1U : 0U);
     for (const auto& rescan : rescans)
         EXPECT_TRUE(rescan.fromMain && rescan.value == CLAP_PARAM_RESCAN_VALUES);
-    EXPECT_EQ(saved(track), expected);
+    EXPECT_EQ(saved(track), chunkFile(name + std::string(".saved")));
 }
 
 TEST(State, ComesThroughStreamsOfAnyKind) {
@@ -114,7 +81,6 @@ TEST(State, ComesThroughStreamsOfAnyKind) {
         bool works;
     };
     const Case cases[] = {{"a byte at a time", {.pieceSize = 1}, true},
-                          {"17 bytes at a time", {.pieceSize = 17}, true},
                           {"23 bytes at a time", {.pieceSize = 23}, true},
                           {"an error at once", {.errorAfter = 0}, false},
                           {"an error near the end", {.pieceSize = 100, .errorAfter = 365}, false},
@@ -138,45 +104,6 @@ TEST(State, ComesThroughStreamsOfAnyKind) {
     EXPECT_FALSE(state->save(track.instance.plugin(), nullptr));
 }
 
-TEST(State, LoadsForAHostThatOffersNoParameters) {
-    for (const bool partial : {false, true}) {
-        host::HostCallbacks callbacks;
-        partial ? callbacks.offerPartial(CLAP_EXT_PARAMS) : callbacks.withhold(CLAP_EXT_PARAMS);
-        const auto library = support::plugin();
-        host::Instance instance(*library, callbacks);
-        ASSERT_TRUE(instance.init());
-        EXPECT_TRUE(host::loadState(instance, chunkFile("full")));
-        EXPECT_EQ(callbacks.calls().count(Callback::ParamsRescan), 0U);
-        EXPECT_EQ(host::saveState(instance), chunkFile("full"));
-    }
-}
-
-TEST(State, OfAnEditedPairComesBack) {
-    const TDBand bands[] = {{30.0F, 333.0F, -33.0F, 6.0F, true},
-                            {333.0F, 17000.0F, -22.0F, 9.0F, false}};
-    Bytes chunk;
-    std::string name;
-    {
-        Track track, peer;
-        shm::RegistryMonitor monitor;
-        ASSERT_TRUE(monitor.Attach() && monitor.Pair(track.id(), peer.id()));
-        monitor.WriteBandsOf(track.id(), bands, 2);
-        monitor.WriteControlsOf(track.id(), 7.0F, 77.0F, 0.5F);
-        monitor.SetDuckSelfOf(track.id(), false);
-        track.start(kRate);
-        track.play(support::noise(512, 0.5, 21), 512);
-        chunk = saved(track);
-        name = track.slot()->name;
-    }
-    Track track;
-    ASSERT_TRUE(host::loadState(track.instance, chunk));
-    const shm::SlotSnapshot slot = track.slot().value();
-    EXPECT_EQ(slot.name, name);
-    expectPublished(slot, chunk, {30, 333, 333, 17000});
-    EXPECT_TRUE(slot.makeupDb == 0.5F && !slot.duckSelf);
-    EXPECT_EQ(saved(track), chunk) << "peer and its settings are remembered, too";
-}
-
 TEST(State, LoadedWhileBlocksRunLosesNoParameter) {
     // Blocks of one frame, so that loads and blocks meet where it hurts. One band implies FreqLow
     // 20 and ThreshMid = ThreshLow; the saved parameters differ.
@@ -194,10 +121,14 @@ TEST(State, LoadedWhileBlocksRunLosesNoParameter) {
     for (int load = 0; load < 600 && !HasFailure(); ++load) {
         const Bytes& chunk = chunks[load % 2];
         ASSERT_TRUE(host::loadState(track.instance, chunk));
-        expectParameters(track, chunk, "after load " + std::to_string(load));
-        for (const int from = blocks; blocks < from + 3;)
-            std::this_thread::yield();
-        expectParameters(track, chunk, "blocks after load " + std::to_string(load));
+        for (const int later : {0, 3}) {
+            for (const int from = blocks; blocks < from + later;)
+                std::this_thread::yield();
+            for (clap_id id = 0; id < kNumParams; ++id)
+                EXPECT_NEAR(track.hostValue(id), track.toHost(id, support::paramIn(chunk, id)),
+                            1e-6)
+                    << "load " << load << ", " << later << " blocks later, parameter " << id;
+        }
         ASSERT_EQ(saved(track), chunk) << load;
     }
 }

@@ -10,8 +10,7 @@ namespace {
 struct Case {
     const char* chunk;
     std::size_t bytes; ///< so many of it
-    bool loads;
-    bool whole;
+    bool loads, whole;
     const char* field; ///< in this row
     int offset;        ///< -1: there is no such row
     const char* value;
@@ -22,7 +21,6 @@ TEST(StateListing, SaysWhereEachFieldIsAndWhatBecomesOfIt) {
     const Case cases[] = {
         {"full", 366, true, true, "instanceName", 0, "\"Kick – „1“\"", ""},
         {"full", 366, true, true, "FreqLow", 234, "250.5 Hz", ""},
-        {"full", 366, true, true, "duckSelf", 362, "on", ""},
         {"full", 0, false, false, "instanceName", 0, "-", "cut off"},
         {"full", 158, false, false, "peerName", 95, "-", "cut off"},
         {"full", 241, false, false, "FreqLow", -1, "", ""},

@@ -2,12 +2,10 @@
 
 #include <cmath>
 #include <gtest/gtest.h>
-#include <random>
 
 namespace {
 
 using ui::BandList;
-const float kNan = std::nanf("");
 
 BandList bandsOf(std::initializer_list<float> edges) {
     BandList list;
@@ -33,17 +31,17 @@ TEST(SpectralBands, EditsGiveTheseBands) {
     // clang-format off
     const std::tuple<const char*, BandList, void (*)(BandList&), const char*> cases[] = {
         {"not 10 Hz from an edge", one, [](auto& l) { splitBand(l, 30), splitBand(l, 19990); }, "20-20000a"},
-        {"split above", two, [](auto& l) { splitBand(l, 101); }, "20-90a 90-101b 101-19000b"},
-        {"no fourth", three, [](auto& l) { splitBand(l, 999); }, "20-200a 200-5000b 5000-8000c"},
         {"merge", three, [](auto& l) { mergeBands(l, 0); }, "20-5000a 5000-8000c"},
+        {"no such edge", two, [](auto& l) { mergeBands(l, -1); }, "20-90a 90-19000b"},
         {"below edge 1", three, [](auto& l) { moveEdge(l, 0, 9e3F); }, "20-4990a 4990-5000b 5000-8000c"},
         {"above the lower edge", two, [](auto& l) { moveEdge(l, 0, 0); }, "20-30a 30-19000b"},
         {"deliberate: past band 2", three, [](auto& l) { moveEdge(l, 1, 9e3F); }, "20-200a 200-9000b 9000-8000c"},
         {"above edge 0", three, [](auto& l) { moveEdge(l, 1, 20); }, "20-200a 200-210b 210-8000c"},
         {"as wide at 20 kHz", three, [](auto& l) { moveBand(l, 1, 1e3F, 4e3F, 2e4F); }, "20-5000a 5000-20000b 20000-8000c"},
+        {"pressed below the axis", two, [](auto& l) { moveBand(l, 0, 0, 90, 100); }, "100-450a 450-19000b"},
         {"joined at means", mixed, [](auto& l) { sortBands(l, {5, 1e6F}); }, "20-500b 500-925a 925-20000c"},
         {"filters past edges", two, [](auto& l) { sortBands(l, {1000, 1000}); }, "1000-1000a 1000-1000b"},
-        {"over each other", dragged, [](auto& l) { sortBands(l, {kNan, kNan}); }, "20-9600a 9600-9600b 9600-20000c"},
+        {"over each other", dragged, [](auto& l) { sortBands(l, {NAN, NAN}); }, "20-9600a 9600-9600b 9600-20000c"},
         {"a is 600-601 first", bandsOf({20, 90, 600, 999}), [](auto& l) { moveHighPass(l, {600, 20000}); }, "600-600.5a 600.5-20000b"},
         {"c is 1099-1100 first", gaps, [](auto& l) { moveLowPass(l, {20, 1100}); }, "20-200a 200-699.5b 699.5-1100c"},
         {"not below 1 kHz", one, [](auto& l) { moveLowPass(l, {20, 100}); }, "20-1000a"},
@@ -55,35 +53,10 @@ TEST(SpectralBands, EditsGiveTheseBands) {
     }
 }
 
-TEST(SpectralBands, AnyGesturesLeaveUsableBands) {
-    std::mt19937 random(7);
-    const auto below = [&](unsigned n) { return static_cast<int>(random() % n); };
-    const auto hz = [&] {
-        const std::array<float, 6> odd{kNan, HUGE_VALF, -HUGE_VALF, -5, 20, 20000};
-        return below(3) == 0 ? odd[random() % 6] : static_cast<float>(below(20000));
-    };
-    const auto onAxis = [](float edge) { return edge >= 20 && edge <= 20000; }; // NaN is not
-    BandList list;
-    for (int gesture = 0; gesture < 300000; ++gesture) {
-        if (gesture % 9 == 0)
-            list = ui::fromRecords({{{hz(), hz()}, {hz(), hz()}, {hz(), hz()}}}, 1 + below(5));
-        below(2) == 0 ? splitBand(list, hz()) : mergeBands(list, below(5) - 1);
-        moveEdge(list, below(5) - 1, hz());
-        moveBand(list, below(5) - 1, hz(), hz(), hz());
-        for (int i = 0; i < list.count; ++i)
-            ASSERT_TRUE(onAxis(list[i].lo) && onAxis(list[i].hi));
-        (below(2) == 0 ? ui::moveHighPass : ui::moveLowPass)(list, {hz(), hz()});
-        ASSERT_TRUE(list.count >= 1 && list.count <= 3 && list[0].lo >= 20);
-        for (int i = 0; i < list.count; ++i)
-            ASSERT_TRUE(list[i].lo <= list[i].hi && list[i].hi <= 20000 &&
-                        (i == 0 || list[i - 1].hi == list[i].lo));
-    }
-}
-
 TEST(SpectralBands, TakesForeignRecordsAndStates) {
     const float odd = std::nextafter(333.0F, 400.0F); // valid values keep every bit
     const BandList list = ui::fromRecords(
-        {{{odd, 100, -0.0F, 1.5F}, {-3, 1e9F, -61, 0, false}, {kNan, -HUGE_VALF, kNan, 99}}}, 9);
+        {{{odd, 100, -0.0F, 1.5F}, {-3, 1e9F, -61, 0, false}, {NAN, -HUGE_VALF, NAN, 99}}}, 9);
     EXPECT_EQ(edgesOf(list), (std::array<float, 6>{odd, 100, 20, 20000, 20, 20000}));
     EXPECT_TRUE(list[0].ratio == 1.5F && list[1].ratio == 1 && list[2].ratio == 20);
     EXPECT_TRUE(std::signbit(list[0].threshold) && !list[1].enabled);
