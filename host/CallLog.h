@@ -31,12 +31,7 @@ enum class Callback : std::uint8_t {
     GuiRequestResize, ///< value: width, value2: height
     GuiRequestShow,
     GuiRequestHide,
-    GuiClosed,       ///< value: whether the GUI was destroyed
-    TimerRegister,   ///< value: period, ms
-    TimerUnregister, ///< value: timer id
-    FdRegister,      ///< value: file descriptor, value2: flags
-    FdModify,        ///< likewise
-    FdUnregister,    ///< value: file descriptor
+    GuiClosed, ///< value: whether the GUI was destroyed
     Count
 };
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "host/CallLog.h"
-#include "host/EventSources.h"
 
 #include <clap/host.h>
 
@@ -30,9 +29,9 @@ struct GuiHandlers {
 /// One per plug-in instance; outlives it. Offers log, thread-check, params, state, latency, tail,
 /// audio-ports, gui, timer-support and posix-fd-support unless told otherwise. The thread that
 /// constructs it is the main thread of the thread check. Configure before the instance is created:
-/// the plug-in may keep what it got. Callbacks record; timers and descriptors wait in
-/// eventSources() for a RunLoop, GUI requests go to gui(), nothing else is carried out until the
-/// owner asks. [main]
+/// the plug-in may keep what it got. Callbacks record; timers and
+/// descriptors are refused, GUI requests go to gui(), nothing else is carried out until the owner
+/// asks. [main]
 class HostCallbacks {
 public:
     HostCallbacks();
@@ -58,8 +57,6 @@ public:
 
     /// Set while the plug-in has no GUI: read without a lock whenever its GUI asks.
     [[nodiscard]] GuiHandlers& gui() { return mGui; }
-    /// What the plug-in has registered; registering off the main thread is refused. [main]
-    [[nodiscard]] EventSources& eventSources() { return mEventSources; }
 
     /// As the thread check answers on the calling thread. [any]
     [[nodiscard]] bool isMainThread() const;
@@ -78,7 +75,6 @@ private:
     clap_host_t mRecord{};
     CallLog mCalls;
     GuiHandlers mGui;
-    EventSources mEventSources;
     std::thread::id mMainThread = std::this_thread::get_id();
     std::set<std::string, std::less<>> mWithheld;
     std::set<std::string, std::less<>> mPartial;

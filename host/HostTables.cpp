@@ -72,34 +72,6 @@ void guiClosed(const clap_host_t* host, bool wasDestroyed) {
         handler(wasDestroyed);
 }
 
-bool registerTimer(const clap_host_t* host, std::uint32_t periodMs, clap_id* id) {
-    self(host).note(Callback::TimerRegister, periodMs);
-    if (id == nullptr || !self(host).isMainThread())
-        return false;
-    *id = self(host).eventSources().addTimer(periodMs);
-    return true;
-}
-
-bool unregisterTimer(const clap_host_t* host, clap_id id) {
-    self(host).note(Callback::TimerUnregister, id);
-    return self(host).isMainThread() && self(host).eventSources().removeTimer(id);
-}
-
-bool registerFd(const clap_host_t* host, int fd, clap_posix_fd_flags_t flags) {
-    self(host).note(Callback::FdRegister, static_cast<std::uint32_t>(fd), flags);
-    return self(host).isMainThread() && self(host).eventSources().addFd(fd, flags);
-}
-
-bool modifyFd(const clap_host_t* host, int fd, clap_posix_fd_flags_t flags) {
-    self(host).note(Callback::FdModify, static_cast<std::uint32_t>(fd), flags);
-    return self(host).isMainThread() && self(host).eventSources().modifyFd(fd, flags);
-}
-
-bool unregisterFd(const clap_host_t* host, int fd) {
-    self(host).note(Callback::FdUnregister, static_cast<std::uint32_t>(fd));
-    return self(host).isMainThread() && self(host).eventSources().removeFd(fd);
-}
-
 constexpr clap_host_log_t kLog{log};
 constexpr clap_host_thread_check_t kThreadCheck{isMainThread, isAudioThread};
 constexpr clap_host_params_t kParams{noteValue<Callback::ParamsRescan>, paramsClear,
@@ -113,8 +85,14 @@ constexpr clap_host_gui_t kGui{
     resizeHintsChanged, requestResize,
     requestVisibility<Callback::GuiRequestShow, &GuiHandlers::requestShow>,
     requestVisibility<Callback::GuiRequestHide, &GuiHandlers::requestHide>, guiClosed};
-constexpr clap_host_timer_support_t kTimerSupport{registerTimer, unregisterTimer};
-constexpr clap_host_posix_fd_support_t kPosixFdSupport{registerFd, modifyFd, unregisterFd};
+// This host has neither timers nor a watch on descriptors to give; it only looks complete.
+constexpr clap_host_timer_support_t kTimerSupport{
+    [](const clap_host_t*, std::uint32_t, clap_id*) { return false; },
+    [](const clap_host_t*, clap_id) { return false; }};
+constexpr clap_host_posix_fd_support_t kPosixFdSupport{
+    [](const clap_host_t*, int, clap_posix_fd_flags_t) { return false; },
+    [](const clap_host_t*, int, clap_posix_fd_flags_t) { return false; },
+    [](const clap_host_t*, int) { return false; }};
 
 /// Stands in for any table whose functions are all null.
 constexpr void* kEmptyTable[8]{};

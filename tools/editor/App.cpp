@@ -5,6 +5,7 @@
 #include "tools/render/StateFiles.h"
 
 #include <iostream>
+#include <poll.h>
 #include <string>
 
 namespace editor {
@@ -65,7 +66,6 @@ void App::createTracks() {
         if (mTracks[i]->feed().sampleRate() != mTracks[0]->feed().sampleRate())
             render::failUsage("the two files differ in sample rate");
         mTracks[i]->start();
-        mLoop.add(mTracks[i]->instance());
     }
     if (mOptions.pair)
         maker.pair();
@@ -82,7 +82,6 @@ void App::startSound() {
 }
 
 void App::openWindows() {
-    mLoop.wakeOn(mServer.fd());
     int x = 0;
     for (std::size_t i = 0; i < mTracks.size(); ++i) {
         const std::string title =
@@ -96,13 +95,20 @@ void App::openWindows() {
 
 void App::run() {
     while (!isOver()) {
-        mLoop.runOnce(kTurn);
-        mServer.dispatch();
+        serveMainThread();
         std::erase_if(mWindows, [](const auto& window) { return !window->update(); });
     }
     mWindows.clear();
     mSound.reset();
     saveStates();
+}
+
+void App::serveMainThread() {
+    pollfd fromServer{.fd = mServer.fd(), .events = POLLIN, .revents = 0};
+    poll(&fromServer, 1, static_cast<int>(kTurn.count()));
+    for (const auto& track : mTracks)
+        track->instance().pumpMainThread();
+    mServer.dispatch();
 }
 
 bool App::isOver() const {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "host/Library.h"
-#include "host/RunLoop.h"
 #include "tools/editor/EditorWindow.h"
 #include "tools/editor/Options.h"
 #include "tools/editor/SoundOut.h"
@@ -29,6 +28,7 @@ private:
     void createTracks();
     void startSound();
     void openWindows();
+    void serveMainThread();
     [[nodiscard]] bool isOver() const;
     void saveStates() const;
 
@@ -38,7 +38,6 @@ private:
     XServer mServer;
     host::Library mLibrary;
     std::vector<std::unique_ptr<Track>> mTracks;
-    host::RunLoop mLoop;
     Mixer mMixer{mTracks};
     std::unique_ptr<SoundOut> mSound;
     std::vector<std::unique_ptr<EditorWindow>> mWindows;
