@@ -17,15 +17,6 @@ bool outputPush(const clap_output_events_t* list, const clap_event_header_t* eve
     return event != nullptr && static_cast<EventList*>(list->ctx)->add(*event);
 }
 
-template <typename Event>
-Event globalParamEvent(std::uint16_t type, clap_id id, std::uint32_t time) {
-    Event event{};
-    event.header = {sizeof(Event), time, CLAP_CORE_EVENT_SPACE_ID, type, 0};
-    event.param_id = id;
-    event.note_id = event.port_index = event.channel = event.key = -1;
-    return event;
-}
-
 } // namespace
 
 EventList::EventList(std::size_t maxEvents, std::size_t maxBytes)
@@ -33,14 +24,11 @@ EventList::EventList(std::size_t maxEvents, std::size_t maxBytes)
       mStarts(maxEvents), mInput{this, inputSize, inputGet}, mOutput{this, outputPush} {}
 
 bool EventList::addParamValue(clap_id id, double value, std::uint32_t time) {
-    auto event = globalParamEvent<clap_event_param_value_t>(CLAP_EVENT_PARAM_VALUE, id, time);
+    clap_event_param_value_t event{};
+    event.header = {sizeof event, time, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_PARAM_VALUE, 0};
+    event.param_id = id;
+    event.note_id = event.port_index = event.channel = event.key = -1;
     event.value = value;
-    return add(event.header);
-}
-
-bool EventList::addParamMod(clap_id id, double amount, std::uint32_t time) {
-    auto event = globalParamEvent<clap_event_param_mod_t>(CLAP_EVENT_PARAM_MOD, id, time);
-    event.amount = amount;
     return add(event.header);
 }
 

@@ -21,7 +21,6 @@ public:
     /// A value for a parameter: global (note id, port, channel and key −1), null cookie, in the
     /// host's units. `time` is in samples from the block's start. False when full.
     bool addParamValue(clap_id id, double value, std::uint32_t time = 0);
-    bool addParamMod(clap_id id, double amount, std::uint32_t time = 0);
     /// Copies `event.size` bytes, so any event of any space can be given. False when full.
     bool add(const clap_event_header_t& event);
     void clear();

@@ -11,15 +11,6 @@ bool Gui::isApiSupported(const char* api, bool floating) const {
     return mTable != nullptr && mTable->is_api_supported(mInstance.plugin(), api, floating);
 }
 
-std::optional<Gui::Api> Gui::preferredApi() const {
-    const char* name = nullptr;
-    bool floating = false;
-    if (mTable == nullptr || !mTable->get_preferred_api(mInstance.plugin(), &name, &floating) ||
-        name == nullptr)
-        return std::nullopt;
-    return Api{name, floating};
-}
-
 bool Gui::create(const char* api, bool floating) {
     const bool created = mTable != nullptr && mTable->create(mInstance.plugin(), api, floating);
     mCreated = mCreated || created;

@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 
 namespace host {
 
@@ -24,24 +23,16 @@ struct GuiSize {
 /// answers the plug-in on the plug-in's own thread may use all but create and destroy there]
 class Gui {
 public:
-    struct Api {
-        std::string name; ///< CLAP_WINDOW_API_X11 or another
-        bool floating = false;
-    };
-
     explicit Gui(const Instance& instance);
     ~Gui();
     Gui(const Gui&) = delete;
     Gui& operator=(const Gui&) = delete;
 
-    [[nodiscard]] bool isOffered() const { return mTable != nullptr; }
     [[nodiscard]] bool isApiSupported(const char* api, bool floating = false) const;
-    [[nodiscard]] std::optional<Api> preferredApi() const;
 
     [[nodiscard]] bool create(const char* api = CLAP_WINDOW_API_X11, bool floating = false);
     /// Does nothing when there is nothing to destroy.
     void destroy();
-    [[nodiscard]] bool isCreated() const { return mCreated; }
 
     bool setScale(double scale) const;
     [[nodiscard]] std::optional<GuiSize> size() const;

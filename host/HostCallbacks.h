@@ -41,8 +41,6 @@ public:
     /// The record to hand to a factory's create function.
     [[nodiscard]] const clap_host_t* record() const { return &mRecord; }
 
-    /// The extension with this id is answered with null from now on.
-    void withhold(std::string_view id) { mWithheld.emplace(id); }
     /// A host without any extension.
     void withholdAll() { mWithholdAll = true; }
     /// The extension is offered, but every function in its table is null.
@@ -76,7 +74,6 @@ private:
     CallLog mCalls;
     GuiHandlers mGui;
     std::thread::id mMainThread = std::this_thread::get_id();
-    std::set<std::string, std::less<>> mWithheld;
     std::set<std::string, std::less<>> mPartial;
     bool mWithholdAll = false;
     std::atomic<bool> mCallbackRequested{false};

@@ -136,7 +136,7 @@ HostCallbacks::HostCallbacks() {
 }
 
 const void* HostCallbacks::extension(const char* id) const noexcept {
-    if (id == nullptr || mWithholdAll || mWithheld.contains(std::string_view(id)))
+    if (id == nullptr || mWithholdAll)
         return nullptr;
     for (const Extension& row : kExtensions)
         if (row.id == id)

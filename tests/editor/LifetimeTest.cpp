@@ -133,6 +133,8 @@ TEST_F(EditorLifetime, SurvivesTheXServer) {
 TEST_F(EditorLifetime, TakesAnyOrderOfCallsAndAnyWindow) {
     host::Gui gui(track.instance);
     EXPECT_FALSE(gui.show()) << "without parent";
+    EXPECT_TRUE(gui.isApiSupported("x11"));
+    EXPECT_FALSE(gui.isApiSupported("x11", true) || gui.isApiSupported("wayland"));
     ASSERT_TRUE(gui.create());
     EXPECT_FALSE(gui.setParent(0));
     const Id parent = screen->openWindow(kSmall);

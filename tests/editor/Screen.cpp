@@ -8,23 +8,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
-#include <thread>
 
 namespace support {
 
 /// Says its process's number and its display's, and dies with us.
 static constexpr const char* kServer = "echo $$; exec setpriv --pdeathsig KILL Xvfb -displayfd 1 "
                                        "-screen 0 1920x1200x24 -noreset -nolisten tcp";
-
-bool eventually(const std::function<bool()>& becomesTrue, std::chrono::milliseconds atMost) {
-    const auto end = std::chrono::steady_clock::now() + atMost;
-    while (!becomesTrue()) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
 
 XServer::XServer(Drawing drawing) {
     sDrawsNothing = drawing == Drawing::Nothing;

@@ -2,12 +2,11 @@
 #pragma once
 
 #include "host/Gui.h"
+#include "tests/support/Eventually.h"
 #include "ui/Canvas.h"
 
 #include <atomic>
-#include <chrono>
 #include <cstdio>
-#include <functional>
 #include <string>
 #include <sys/types.h>
 #include <utility>
@@ -15,11 +14,6 @@
 struct _XDisplay; // NOLINT(bugprone-reserved-identifier): Xlib's own name for its connection
 
 namespace support {
-
-/// Whether it becomes true in time. The only way to wait for anything here: no sleep is long enough
-/// on a busy machine.
-[[nodiscard]] bool eventually(const std::function<bool()>& becomesTrue,
-                              std::chrono::milliseconds atMost = std::chrono::seconds(20));
 
 /// Editors fill no pixels while this is on (NoDrawing.cpp). Before the first editor.
 extern bool sDrawsNothing;

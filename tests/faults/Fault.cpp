@@ -52,15 +52,6 @@ void destroy(pid_t child) {
     waitpid(child, nullptr, 0);
 }
 
-bool eventually(const std::function<bool()>& holds, int milliseconds) {
-    using namespace std::chrono;
-    for (const auto end = steady_clock::now() + 1ms * milliseconds; steady_clock::now() < end;
-         std::this_thread::sleep_for(1ms))
-        if (holds())
-            return true;
-    return holds();
-}
-
 Row timed(const std::function<void()>& call) {
     using namespace std::chrono;
     const auto start = steady_clock::now();
@@ -83,7 +74,8 @@ Row newPair(int round) {
 
 bool lockIsLost() {
     raw::Segment segment;
-    const bool free = eventually([&] { return pthread_mutex_trylock(segment.Mutex()) == 0; }, 200);
+    const bool free = eventually([&] { return pthread_mutex_trylock(segment.Mutex()) == 0; },
+                                 std::chrono::milliseconds(200));
     return !free || pthread_mutex_unlock(segment.Mutex()) != 0;
 }
 

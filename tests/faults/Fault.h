@@ -1,6 +1,8 @@
 /// What the fault harness is made of: named faults, the row that each leaves, and their tools.
 #pragma once
 
+#include "tests/support/Eventually.h"
+
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -47,8 +49,7 @@ pid_t spawn(const std::function<bool()>& work);
 bool succeeded(pid_t child); ///< Waits for its end: by itself and with true?
 void destroy(pid_t child);   ///< Kills it and waits for its end.
 
-/// Calls again and again, every millisecond, until true; false when that takes too long.
-bool eventually(const std::function<bool()>& holds, int milliseconds = 5000);
+using support::eventually;
 /// How long a call takes, as a row.
 Row timed(const std::function<void()>& call);
 /// Two newcomers must find each other and pair; they sweep first, as an editor does.

@@ -115,8 +115,7 @@ Row killHolder(bool full) {
         }));
         row.require(lockIsLost(), "the lock is free");
         // Nobody opens a registry meanwhile: those who are there help themselves.
-        row.require(eventually([&] { return raw::Stat().st_ino != before; }, 15000) &&
-                        studio.isBack(),
+        row.require(eventually([&] { return raw::Stat().st_ino != before; }) && studio.isBack(),
                     "the living are not paired in a new registry");
     }
     row.outcome = "after 10 s all move to a new registry by themselves";

@@ -224,7 +224,7 @@ Studio::Studio(const Setup& wanted)
     : setup(wanted), shared(*new (mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE,
                                        MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Shared{}),
       child(spawn([this]() -> bool { runHost(shared, setup); })) {
-    const bool ready = eventually([this] { return shared.ready.load(); }, 20000);
+    const bool ready = eventually([this] { return shared.ready.load(); });
     if (!ready || (setup.paired && !isDucked()))
         throw std::runtime_error("the studio does not start");
 }

@@ -108,37 +108,37 @@ void declareGeneralOptions(CLI::App& app, Options& options, RawFlags& raw) {
     app.add_flag("--list-params", options.listParams, "Show the parameters and end");
 }
 
-ParamSetting parseSetting(const std::string& option, const std::string& setting) {
+ParamSetting parseSetting(const std::string& argument, const std::string& setting) {
     const std::size_t equals = setting.find('=');
     if (equals == 0 || equals == std::string::npos || equals + 1 == setting.size())
-        failUsage(option + ": write it as N:NAME=VALUE, for example 2:ThreshLow=-30");
+        failUsage("--set " + argument + ": write it as N:NAME=VALUE, for example 2:ThreshLow=-30");
     return {setting.substr(0, equals), setting.substr(equals + 1)};
 }
 
-bool parseSwitch(const std::string& option, const std::string& word) {
+bool parseSwitch(const std::string& argument, const std::string& word) {
     if (word != "on" && word != "off")
-        failUsage(option + ": after the = comes on or off");
+        failUsage("--duck " + argument + ": after the = comes on or off");
     return word == "on";
 }
 
 void applyTrackArguments(Options& options, const RawTrackArguments& raw) {
     for (const std::string& input : raw.inputs)
         options.tracks.emplace_back().input = input;
-    // apply(track, value, the whole option as given)
-    const auto each = [&options](const std::vector<std::string>& arguments, const std::string& name,
+    // apply(track, value, the argument as given)
+    const auto each = [&options](const std::vector<std::string>& arguments, const char* name,
                                  char separator, auto apply) {
         for (const std::string& argument : arguments) {
             const auto [track, value] =
-                splitTrackArgument(name.c_str(), argument, separator, options.tracks.size());
-            apply(options.tracks[track], value, name + " " + argument);
+                splitTrackArgument(name, argument, separator, options.tracks.size());
+            apply(options.tracks[track], value, argument);
         }
     };
     using Text = const std::string&;
-    each(raw.sets, "--set", ':', [](TrackOptions& track, Text value, Text option) {
-        track.settings.push_back(parseSetting(option, value));
+    each(raw.sets, "--set", ':', [](TrackOptions& track, Text value, Text argument) {
+        track.settings.push_back(parseSetting(argument, value));
     });
-    each(raw.ducks, "--duck", '=', [](TrackOptions& track, Text value, Text option) {
-        track.duckSelf = parseSwitch(option, value);
+    each(raw.ducks, "--duck", '=', [](TrackOptions& track, Text value, Text argument) {
+        track.duckSelf = parseSwitch(argument, value);
     });
     each(raw.names, "--name", ':',
          [](TrackOptions& track, Text value, Text) { track.displayName = value; });
