@@ -135,6 +135,9 @@ TEST(Instance, FollowsTheFlagsOfItsSlot) {
     iplug::IByteChunk chunk;
     EXPECT_TRUE(p.plug.DuckSelf() && p.plug.SerializeState(chunk) && !p.plug.DuckSelf())
         << "what no block has taken, a save takes";
+    p.monitor.SetDuckSelfOf(p.id, true);
+    p.plug.SyncOwnSettings();
+    EXPECT_TRUE(p.plug.DuckSelf()) << "and so does the own editor's frame";
     p.monitor.SetBypassOf(p.id, false);
     p.block();
     EXPECT_EQ(p.audio.output().get(1, 0), 0.0);

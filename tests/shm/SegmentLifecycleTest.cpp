@@ -229,6 +229,7 @@ TEST_F(SegmentLifecycle, AnInstanceWhoseSlotIsTakenWritesNowhereAndComesBackInAn
     EXPECT_FALSE(handle.TryWriteControls(1, 2, 3) || handle.TryWriteBands(&band, 1) ||
                  handle.TryWriteHpLp(1, 2));
     EXPECT_FALSE(handle.PublishDuckSelf(true) || handle.TryPublishDuckSelf(true));
+    EXPECT_FALSE(handle.ReadMyDuckSelf().has_value());
     handle.WriteState(kZeros);
     handle.WriteBins(kZeros, 3);
     handle.SetMyLatency(3);
