@@ -4,7 +4,7 @@
 
 #include "host/ByteStream.h"
 #include "host/Instance.h"
-#include "plugin/ClapRecords.h"
+#include "adapter/ClapRecords.h"
 
 #include <cstdint>
 #include <optional>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "host/Instance.h"
-#include "plugin/ClapRecords.h"
+#include "adapter/ClapRecords.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,6 +1,6 @@
 // The C side of HostCallbacks: function tables that record the call and answer.
 #include "host/HostCallbacks.h"
-#include "plugin/ClapRecords.h"
+#include "adapter/ClapRecords.h"
 
 namespace host {
 namespace {

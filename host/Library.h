@@ -1,7 +1,7 @@
 /// A loaded .clap file: its entry, its factory and the descriptors in it.
 #pragma once
 
-#include "plugin/ClapRecords.h"
+#include "adapter/ClapRecords.h"
 
 #include <cstdint>
 #include <filesystem>

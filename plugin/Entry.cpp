@@ -1,6 +1,6 @@
 /// The library's CLAP entry: descriptor, factory, creation of instances.
 
-#include "plugin/ClapRecords.h"
+#include "adapter/ClapRecords.h"
 #include "plugin/TessellaDuckwork.h"
 
 #include <cstring>

@@ -1,7 +1,7 @@
 /// The parameters of the plug-in: their indices and their table.
 #pragma once
 
-#include "plugin/IPlugParameter.h"
+#include "adapter/IPlugParameter.h"
 
 #include <array>
 

@@ -1,7 +1,7 @@
 /// The saved state byte by byte. Pure: no host, no registry, no instance.
 #pragma once
 
-#include "plugin/IByteChunk.h"
+#include "adapter/IByteChunk.h"
 #include "plugin/Parameters.h"
 
 #include <array>

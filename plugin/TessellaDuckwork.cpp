@@ -1,6 +1,6 @@
 #include "plugin/TessellaDuckwork.h"
 
-#include "plugin/EditorSize.h"
+#include "adapter/EditorSize.h"
 #include "shm/Patience.h"
 
 #include <algorithm>

@@ -6,7 +6,7 @@
 #include "dsp/SpectralAnalyzer.h"
 #include "dsp/SpectralProcessor.h"
 #include "plugin/AudioGate.h"
-#include "plugin/IPlugCLAP.h"
+#include "adapter/IPlugCLAP.h"
 #include "plugin/Parameters.h"
 #include "plugin/ShadowPeer.h"
 #include "plugin/StateChunk.h"

@@ -1,5 +1,5 @@
 // Opens and closes the editor and hands it meters; the only part of the plug-in that knows it.
-#include "plugin/EditorSize.h"
+#include "adapter/EditorSize.h"
 #include "plugin/TessellaDuckwork.h"
 #include "shm/Patience.h"
 #include "ui/TessellaDuckworkUI.h"

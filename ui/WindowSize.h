@@ -1,7 +1,7 @@
 /// The editor's size: how it follows the host's window, and the resize corner; pure.
 #pragma once
 
-#include "plugin/EditorSize.h"
+#include "adapter/EditorSize.h"
 
 #include <optional>
 

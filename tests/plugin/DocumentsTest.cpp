@@ -1,6 +1,6 @@
 // What the documents state as numbers is what the code does: layouts, ranges, limits.
 #include "dsp/SpectralProcessor.h"
-#include "plugin/Config.h"
+#include "adapter/Config.h"
 #include "plugin/StateChunk.h"
 #include "shm/SegmentLayout.h"
 

@@ -1,5 +1,5 @@
 #include "dsp/BandLevels.h"
-#include "plugin/ParamQueue.h"
+#include "adapter/ParamQueue.h"
 #include "tests/plugin/NoEditor.h"
 #include "tests/plugin/Plugged.h"
 #include "tests/shm/RawSegment.h"

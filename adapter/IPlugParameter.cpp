@@ -1,4 +1,4 @@
-#include "plugin/IPlugParameter.h"
+#include "adapter/IPlugParameter.h"
 
 #include <algorithm>
 #include <array>

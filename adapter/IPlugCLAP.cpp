@@ -1,4 +1,4 @@
-#include "plugin/IPlugCLAP.h"
+#include "adapter/IPlugCLAP.h"
 
 #include <algorithm>
 #include <cmath>

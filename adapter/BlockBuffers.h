@@ -1,8 +1,8 @@
 /// A host's audio buffers seen as 64-bit channels.
 #pragma once
 
-#include "plugin/ClapRecords.h"
-#include "plugin/IPlugProcessor.h"
+#include "adapter/ClapRecords.h"
+#include "adapter/IPlugProcessor.h"
 
 #include <array>
 #include <cstdint>

@@ -1,5 +1,5 @@
-#include "plugin/EditorSize.h"
-#include "plugin/IPlugCLAP.h"
+#include "adapter/EditorSize.h"
+#include "adapter/IPlugCLAP.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,4 +1,4 @@
-#include "plugin/BlockBuffers.h"
+#include "adapter/BlockBuffers.h"
 
 #include "dsp/Kernels.h"
 

@@ -1,11 +1,11 @@
 /// The CLAP adapter: translates between the host's calls and the instance's operations.
 #pragma once
 
-#include "plugin/BlockBuffers.h"
-#include "plugin/ClapPlugin.h"
-#include "plugin/IPlugAPIBase.h"
-#include "plugin/IPlugProcessor.h"
-#include "plugin/ParamQueue.h"
+#include "adapter/BlockBuffers.h"
+#include "adapter/ClapPlugin.h"
+#include "adapter/IPlugAPIBase.h"
+#include "adapter/IPlugProcessor.h"
+#include "adapter/ParamQueue.h"
 
 #include <pthread.h>
 

@@ -1,7 +1,7 @@
 /// What an instance may ask of its host, whatever the plug-in interface is.
 #pragma once
 
-#include "plugin/IPlugPluginBase.h"
+#include "adapter/IPlugPluginBase.h"
 
 namespace iplug {
 

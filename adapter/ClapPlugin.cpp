@@ -1,4 +1,4 @@
-#include "plugin/ClapPlugin.h"
+#include "adapter/ClapPlugin.h"
 
 #include <cstdio>
 #include <cstring>

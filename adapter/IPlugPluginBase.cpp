@@ -1,4 +1,4 @@
-#include "plugin/IPlugPluginBase.h"
+#include "adapter/IPlugPluginBase.h"
 
 namespace iplug {
 

@@ -1,9 +1,9 @@
 /// The parameter side of the framework layer.
 #pragma once
 
-#include "plugin/IByteChunk.h"
-#include "plugin/IEditorDelegate.h"
-#include "plugin/IPlugParameter.h"
+#include "adapter/IByteChunk.h"
+#include "adapter/IEditorDelegate.h"
+#include "adapter/IPlugParameter.h"
 
 #include <memory>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "plugin/IPlugProcessor.h"
+#include "adapter/IPlugProcessor.h"
 
 #include <sstream>
 #include <string>

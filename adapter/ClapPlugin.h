@@ -1,7 +1,7 @@
 /// Routes the CLAP function tables of one plug-in instance onto virtual operations.
 #pragma once
 
-#include "plugin/ClapRecords.h"
+#include "adapter/ClapRecords.h"
 
 #include <atomic>
 #include <functional>

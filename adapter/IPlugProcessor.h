@@ -1,7 +1,7 @@
 /// The processing side of the framework layer: rate, block size, channels, latency.
 #pragma once
 
-#include "plugin/Config.h"
+#include "adapter/Config.h"
 
 #include <cstdint>
 #include <vector>

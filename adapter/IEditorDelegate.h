@@ -2,7 +2,7 @@
 #pragma once
 
 #include "dsp/Relaxed.h"
-#include "plugin/Config.h"
+#include "adapter/Config.h"
 
 namespace iplug {
 

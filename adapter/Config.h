@@ -1,7 +1,6 @@
 /// What the plug-in is, as the framework layer needs to know it.
 #pragma once
 
-#include "plugin/Parameters.h"
 
 #include <cstdint>
 
@@ -17,7 +16,7 @@ constexpr std::uint32_t fourCharacterCode(const char (&code)[5]) {
 
 /// The static configuration of a plug-in; all texts are literals.
 struct Config {
-    int paramCount = kNumParams;
+    int paramCount = 14;
     int presetCount = 1;
     /// Channel configurations, separated by spaces: inputs-outputs, buses separated by dots.
     const char* channelIO = "2-2 2.2-2";
