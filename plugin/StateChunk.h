@@ -3,6 +3,7 @@
 
 #include "adapter/IByteChunk.h"
 #include "plugin/Parameters.h"
+#include "shm/TDRecords.h"
 
 #include <array>
 #include <cstdint>
@@ -12,67 +13,45 @@ namespace state {
 
 inline constexpr std::uint32_t kTrailerTag = 0xA7E2C41D;
 inline constexpr std::uint32_t kTrailerVersion = 1;
-inline constexpr std::uint32_t kLeastEditorPx = 100; ///< editor sizes outside count as none
-inline constexpr std::uint32_t kMostEditorPx = 8000;
+inline constexpr std::uint32_t kMinEditorPx = 100; ///< editor sizes outside count as none
+inline constexpr std::uint32_t kMaxEditorPx = 8000;
 
-/// The fields ahead of the parameters, as they stand in the chunk.
-struct Head {
-    std::array<char, 64> instanceName{};
-    std::int32_t activeBandCount = 1;
-    std::array<float, 6> bandFreqs{}; ///< low and high edge of band 1, 2, 3, Hz
-    std::array<std::uint8_t, 3> bandEnabled{};
-    std::array<char, 64> peerName{};
-    std::int32_t shadowBandCount = 0;
-    std::array<float, 6> shadowEdges{};
-    std::array<float, 3> shadowThresholds{};
-    std::array<float, 3> shadowRatios{};
-    std::array<std::uint8_t, 3> shadowEnabled{};
-    float shadowHp = 0.0F;
-    float shadowLp = 0.0F;
-    float shadowAttack = 0.0F;
-    float shadowRelease = 0.0F;
-    float shadowMakeup = 0.0F;
+/// No settings of a peer: what a record holds until one is edited.
+[[nodiscard]] shm::Settings clearedPeer();
+
+/// What a project keeps of an instance besides its parameters: the fields ahead of those in the
+/// chunk. A chunk is read over the present record, so that what it lacks stays.
+struct Record {
+    shm::Name instanceName{};
+    shm::BandSet bands{.bands = {}, .count = 1}; ///< edges and switches; the rest is parameters
+    shm::Name peerName{};                        ///< of the peer last paired with; empty: none
+    shm::Settings peer = clearedPeer(); ///< as this side last set it; without bands: not at all
 };
 
-/// The head's layout, stated once for writing, reading and showing: calls visit(name, field) field
-/// by field until one answers false. Returns whether all answered true.
-template <class HeadOrConst, class Visitor>
-bool visitHead(HeadOrConst& head, Visitor&& visit) {
-    return visit("instanceName", head.instanceName) &&       // 0
-           visit("activeBandCount", head.activeBandCount) && // 64
-           visit("bandFreqs", head.bandFreqs) &&             // 68
-           visit("bandEnabled", head.bandEnabled) &&         // 92
-           visit("peerName", head.peerName) &&               // 95
-           visit("shadowBandCount", head.shadowBandCount) && // 159
-           visit("shadowEdges", head.shadowEdges) &&         // 163
-           visit("shadowThresholds", head.shadowThresholds) &&
-           visit("shadowRatios", head.shadowRatios) &&
-           visit("shadowEnabled", head.shadowEnabled) && // 211
-           visit("shadowHp", head.shadowHp) &&           // 214
-           visit("shadowLp", head.shadowLp) && visit("shadowAttack", head.shadowAttack) &&
-           visit("shadowRelease", head.shadowRelease) &&
-           visit("shadowMakeup", head.shadowMakeup); // 230; the parameters follow at 234
+/// The record's layout, stated once for writing, reading and showing: calls
+/// visit(name, value, ...) field by field, a field's values in their order, until one answers
+/// false. Returns whether all answered true. A bool is one byte.
+template <class RecordOrConst, class Visitor>
+bool visitRecord(RecordOrConst& record, Visitor&& visit) {
+    auto& [instanceName, own, peerName, peer] = record;
+    auto& [a, b, c] = own.bands;
+    auto& [peerBands, filters, controls] = peer;
+    auto& [x, y, z] = peerBands.bands;
+    return visit("instanceName", instanceName) &&                                  // 0
+           visit("activeBandCount", own.count) &&                                  // 64
+           visit("bandFreqs", a.loHz, a.hiHz, b.loHz, b.hiHz, c.loHz, c.hiHz) &&   // 68
+           visit("bandEnabled", a.enabled, b.enabled, c.enabled) &&                // 92
+           visit("peerName", peerName) &&                                          // 95
+           visit("shadowBandCount", peerBands.count) &&                            // 159
+           visit("shadowEdges", x.loHz, x.hiHz, y.loHz, y.hiHz, z.loHz, z.hiHz) && // 163
+           visit("shadowThresholds", x.threshDb, y.threshDb, z.threshDb) &&        // 187
+           visit("shadowRatios", x.ratio, y.ratio, z.ratio) &&                     // 199
+           visit("shadowEnabled", x.enabled, y.enabled, z.enabled) &&              // 211
+           visit("shadowHp", filters.hpHz) && visit("shadowLp", filters.lpHz) &&   // 214
+           visit("shadowAttack", controls.attackMs) &&                             // 222
+           visit("shadowRelease", controls.releaseMs) &&                           // 226
+           visit("shadowMakeup", controls.makeupDb); // 230; the parameters follow at 234
 }
-
-/// The head's fields in order, to say how far a reading came.
-enum HeadField : int {
-    InstanceName,
-    ActiveBandCount,
-    BandFreqs,
-    BandEnabled,
-    PeerName,
-    ShadowBandCount,
-    ShadowEdges,
-    ShadowThresholds,
-    ShadowRatios,
-    ShadowEnabled,
-    ShadowHp,
-    ShadowLp,
-    ShadowAttack,
-    ShadowRelease,
-    ShadowMakeup,
-    kHeadFields
-};
 
 /// What follows the parameters and the trailer's tag and version.
 struct Tail {
@@ -84,13 +63,15 @@ struct Tail {
 using ParamValues = std::array<double, kNumParams>; ///< plain, in index order
 
 /// Appends a whole chunk: 366 bytes. [main]
-void write(iplug::IByteChunk& chunk, const Head& head, const ParamValues& params, const Tail& tail);
+void write(iplug::IByteChunk& chunk, const Record& record, const ParamValues& params,
+           const Tail& tail);
 
 /// What a chunk gave. Values are as they stand there, hostile until they are set.
 struct Reading {
-    Head head;
-    int headFields = 0; ///< so many fields of the head, in order, were taken from the chunk
-    /// The head was too short, or its start impossible: nothing behind it was looked at.
+    Record record;  ///< as it stands in the chunk; fields that it lacks as before
+    int fields = 0; ///< so many fields of the record, in order, were taken from the chunk
+    bool peerCountTaken = false; ///< the number of the peer's bands was among them
+    /// The record was too short, or its start impossible: nothing behind it was looked at.
     bool broken = false;
     int paramsAt = 0;   ///< position of the first parameter value, when not broken
     int paramCount = 0; ///< so many of params were taken
@@ -99,9 +80,20 @@ struct Reading {
     std::optional<Tail> size; ///< an editor size inside the limits
     std::optional<bool> duckSelf;
     int result = -1; ///< position behind the last field taken; -1 without a parameter value
+
+    /// Whether the chunk has settings for the peer, be it none.
+    [[nodiscard]] bool hasPeer() const {
+        return peerCountTaken && record.peer.bands.count <= shm::kBandCount;
+    }
 };
 
-/// Reads a chunk of any length and age from a position. Never fails; see Reading. [any]
-[[nodiscard]] Reading read(const iplug::IByteChunk& chunk, int start);
+/// Reads a chunk of any length and age from a position, over the present record. Never fails; see
+/// Reading. [any]
+[[nodiscard]] Reading read(const iplug::IByteChunk& chunk, int start, const Record& present = {});
+
+/// The record that an instance takes from a reading: names end, an empty own name and an
+/// impossible number of bands stay as they are at present, what is no number in the peer's settings
+/// is as in a cleared record. [any]
+[[nodiscard]] Record adopted(const Reading& reading, const Record& present);
 
 } // namespace state

@@ -1,111 +1,221 @@
 #include "plugin/TessellaDuckwork.h"
 
 #include "adapter/EditorSize.h"
-#include "shm/Patience.h"
+#include "shm/Visit.h"
 
-#include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
-#include <mutex>
 
 namespace {
 
 /// Numbers the instances of this process for their default names; numbers are never reused.
 std::atomic<int> sInstanceCounter = 0;
 
-/// Sleeps 100 ms, also when signals interrupt it.
-void sleepTick() {
-    timespec left{.tv_sec = 0, .tv_nsec = 100'000'000};
-    while (nanosleep(&left, &left) != 0) {
-    }
+/// What waits for the registry longer than this would be noticed: enough for anybody but a dead or
+/// stopped process.
+constexpr int kBriefPauses = 5;
+
+/// The first size that is one; the design's when none is.
+editor::SizePx firstUsable(std::initializer_list<editor::SizePx> sizes) {
+    for (const editor::SizePx size : sizes)
+        if (size.width >= 1 && size.height >= 1)
+            return size;
+    return editor::kDesignSize;
 }
 
 } // namespace
 
-TessellaDuckwork* MakePlug(const iplug::InstanceInfo& info) {
+TessellaDuckwork* MakePlug(const iplug::InstanceInfo& info, MakeEditor makeEditor) {
     static std::mutex sCreationMutex;
     const std::scoped_lock lock(sCreationMutex);
-    return new TessellaDuckwork(info);
+    return new TessellaDuckwork(info, makeEditor);
 }
 
-TessellaDuckwork::TessellaDuckwork(const iplug::InstanceInfo& info)
-    : IPlugCLAP(info, iplug::Config{}) {
+TessellaDuckwork::TessellaDuckwork(const iplug::InstanceInfo& info, MakeEditor editorMaker)
+    : IPlugCLAP(info, iplug::Config{}), makeEditor(editorMaker) {
     for (const iplug::ParamSpec& row : kParamTable)
         AddParam(row);
-    for (int index = 0; index < kNumParams; ++index)
-        mirror[std::size_t(index)] = GetParam(index).Value();
     SnapWorkingValues();
-    std::snprintf(instanceName.data(), instanceName.size(), "TessellaDuckwork #%d",
+    shm::Name name{};
+    std::snprintf(name.data(), name.size(), "TessellaDuckwork #%d",
                   sInstanceCounter.fetch_add(1, std::memory_order_relaxed) + 1);
     (void)shm.Open(); // else the heartbeat tries again
-    PublishStartingSettings();
+    const shm::LockBudget once;
+    own.PublishAll();
+    own.SetName(name);
+    own.SetDuckSelf(true);
+    (void)own.TakeDirty(); // that was no change
     worker = std::thread([this] { RunHeartbeat(); });
 }
 
 TessellaDuckwork::~TessellaDuckwork() {
-    stopWorker.store(true, std::memory_order_relaxed); // join orders the rest
+    {
+        const std::scoped_lock lock(sleepMutex); // no wake-up is missed
+        stopWorker.store(true, std::memory_order_relaxed);
+    }
+    wake.notify_all();
     worker.join();
     CloseWindow(); // before the registry: the editor's thread uses it
     shm.Close();
 }
 
-void TessellaDuckwork::PublishStartingSettings() {
-    const shm::Patience once;
-    TakeName(instanceName);
-    Republish();
-    SetDuckSelf(duckSelf);
-}
-
-/// Touches the slot every 3 s, or tries to get one; ends within 100 ms of being told to.
+/// Every 3 s, until told to stop.
 void TessellaDuckwork::RunHeartbeat() {
-    constexpr int kTicksBetweenTouches = 30;
-    const auto stopped = [this] { return stopWorker.load(std::memory_order_relaxed); };
-    while (!stopped()) {
-        WithRegistry([this] {
-            if (shm.OpenLater())
-                shm.Touch();
-        });
-        for (int tick = 0; tick < kTicksBetweenTouches && !stopped(); ++tick)
-            sleepTick();
+    constexpr std::chrono::seconds kBetweenBeats{3};
+    std::unique_lock lock(sleepMutex);
+    while (!IsStopped()) {
+        lock.unlock();
+        Beat();
+        lock.lock();
+        wake.wait_for(lock, kBetweenBeats, [this] { return IsStopped(); });
     }
 }
 
+/// Shows life, or tries to get a slot; sees to what neither blocks nor an editor may be there for.
+void TessellaDuckwork::Beat() {
+    if (shm.OpenLater())
+        shm.Touch();
+    NoticeStandstill();
+    {
+        const shm::LockBudget brief(stopWorker, kBriefPauses);
+        const AudioGate::Closed closed = own.CloseGate();
+        shm::PatientVisit visit(shm);
+        visit.CleanDead();
+        own.Sync(visit);
+        peer.Follow(visit);
+    }
+    own.TellHost();
+    TellHostWhatChanged();
+}
+
+/// An instance whose blocks have stopped would duck its peer with its last spectrum for ever.
+void TessellaDuckwork::NoticeStandstill() {
+    const unsigned now = blocks;
+    beatsWithoutBlock = now == blocksAtBeat ? beatsWithoutBlock + 1 : 0;
+    blocksAtBeat = now;
+    if (beatsWithoutBlock != 2 || silenced)
+        return;
+    const shm::LockBudget brief(stopWorker, kBriefPauses);
+    own.PublishSilence();
+    silenced = true; // afterwards: a block that comes in between publishes once more
+}
+
+void TessellaDuckwork::TellHostWhatChanged() {
+    const bool ownChanged = own.TakeDirty();
+    if (peer.TakeDirty() || ownChanged)
+        MarkDirty();
+}
+
+// Hosting
+
 bool TessellaDuckwork::activate(double sampleRate, std::uint32_t minFrames,
                                 std::uint32_t maxFrames) noexcept {
-    const shm::Patience once; // for all that activation has to read and publish
+    const shm::LockBudget once; // for all that activation has to read and publish
     return IPlugCLAP::activate(sampleRate, minFrames, maxFrames);
+}
+
+void TessellaDuckwork::OnActivate(bool becomesActive) {
+    if (becomesActive) {
+        own.FlushSHMToParams();
+        return;
+    }
+    const shm::LockBudget brief(kBriefPauses);
+    own.PublishSilence();
+    silenced = true;
 }
 
 void TessellaDuckwork::OnReset() {
     hostSampleRate = GetSampleRate();
     analyzer.retune(hostSampleRate);
     const auto transformSize = static_cast<int>(processor.reset(hostSampleRate));
-    {
-        const AudioGate::Closed closed(applyGate);
-        NotePublished(Latency, false);
-        WithRegistry([&] { NotePublished(Latency, shm.SetMyLatency(transformSize)); });
-    }
-    UpdateEnvelope();
+    own.SetLatency(transformSize);
+    own.UpdateEnvelope();
     peerBins.fill(0.0F);
     shm.ForgetPeerSpectrum();
     SnapWorkingValues();
     levelsDue = spectrumDue = true;
 }
 
-void TessellaDuckwork::GetGainReduction(float& low, float& mid, float& high) const {
-    low = grSnapshot[0];
-    mid = grSnapshot[1];
-    high = grSnapshot[2];
+void TessellaDuckwork::OnParamChange(int index) {
+    if (index >= 0 && index < kNumParams)
+        own.OnParamChange(index, OnAudioThread());
 }
 
-void TessellaDuckwork::SetInstanceName(const char* name) {
-    if (name == nullptr)
-        return;
-    std::array<char, shm::kNameBytes> cut{};
-    std::memcpy(cut.data(), name, strnlen(name, cut.size() - 1));
-    const AudioGate::Closed closed(applyGate);
-    TakeName(cut);
+/// Announcing what has not changed, and a state that is published as a whole, need nothing here.
+void TessellaDuckwork::OnParamChange(int index, iplug::ParamSource source, int /*sampleOffset*/) {
+    if (source == iplug::ParamSource::Host)
+        OnParamChange(index);
+}
+
+bool TessellaDuckwork::SerializeState(iplug::IByteChunk& chunk) {
+    state::Record record;
+    state::ParamValues params;
+    {
+        const shm::LockBudget once; // not for each part of it
+        const AudioGate::Closed closed = own.CloseGate();
+        shm::PatientVisit visit(shm);
+        own.Sync(visit);
+        peer.Refresh(visit);
+        own.WriteTo(record, params);
+        peer.WriteTo(record);
+    }
+    own.TellHost();
+    state::write(chunk, record, params,
+                 {.editorWidthPx = static_cast<std::uint32_t>(GetEditorWidth()),
+                  .editorHeightPx = static_cast<std::uint32_t>(GetEditorHeight()),
+                  .duckSelf = own.DuckSelf()});
+    return true;
+}
+
+/// The state is taken whole: no block's registry edit comes in between. What cannot be published
+/// now is published later.
+int TessellaDuckwork::UnserializeState(const iplug::IByteChunk& chunk, int start) {
+    const shm::LockBudget once;
+    const AudioGate::Closed closed = own.CloseGate();
+    state::Record present;
+    state::ParamValues presentParams;
+    own.WriteTo(present, presentParams);
+    peer.WriteTo(present);
+    const state::Reading reading = state::read(chunk, start, present);
+    const state::Record record = state::adopted(reading, present);
+    own.Load(reading, record);
+    peer.Load(reading, record);
+    OnParamReset(iplug::ParamSource::PresetRecall);
+    if (reading.result >= 0) {
+        own.PublishAll();
+        if (reading.size)
+            OnParentWindowResize(static_cast<int>(reading.size->editorWidthPx),
+                                 static_cast<int>(reading.size->editorHeightPx));
+    }
+    shm::PatientVisit visit(shm);
+    own.Sync(visit);
+    peer.Follow(visit);
+    return reading.result;
+}
+
+void* TessellaDuckwork::OpenWindow(void* parent) {
+    CloseWindow();
+    if (makeEditor == nullptr)
+        return nullptr;
+    {
+        const shm::LockBudget brief(2); // nothing the host would notice
+        FlushSHMToParams();
+    }
+    const editor::SizePx size =
+        firstUsable({{editorWidth, editorHeight}, {GetEditorWidth(), GetEditorHeight()}});
+    editor.store(
+        makeEditor(*this, reinterpret_cast<std::uintptr_t>(parent), size.width, size.height)
+            .release());
+    return parent;
+}
+
+void TessellaDuckwork::CloseWindow() {
+    SetEditorSize(editorWidth, editorHeight);
+    const std::unique_ptr<Editor> closing(editor.exchange(nullptr));
+    if (closing) {
+        const AudioGate::Closed closed(editorGate); // the audio thread has let go of it
+    }
 }
 
 void TessellaDuckwork::OnParentWindowResize(int widthPx, int heightPx) {

@@ -1,52 +1,116 @@
-// Opens and closes the editor and hands it meters; the only part of the plug-in that knows it.
-#include "adapter/EditorSize.h"
+// What the editor sees of the instance and changes.
 #include "plugin/TessellaDuckwork.h"
-#include "shm/Patience.h"
-#include "ui/TessellaDuckworkUI.h"
+#include "shm/Visit.h"
 
-#include <memory>
+#include <cstring>
 
-namespace {
-
-/// The first size that is one; the design's when none is.
-editor::SizePx firstUsable(std::initializer_list<editor::SizePx> sizes) {
-    for (const editor::SizePx size : sizes)
-        if (size.width >= 1 && size.height >= 1)
-            return size;
-    return editor::kDesignSize;
+void TessellaDuckwork::SetParam(int index, double value) {
+    iplug::IParam& param = GetParam(index);
+    param.Set(value);
+    OnParamChange(index);
+    InformHostOfParamChange(index, param.ToNormalized(param.Value()));
 }
 
-} // namespace
+void TessellaDuckwork::BeginEditing() {
+    FlushSHMToParams(); // again: the host's thread does not wait for a busy registry
+    own.Edit({.bands = own.PublishableBands()});
+}
 
-void* TessellaDuckwork::OpenWindow(void* parent) {
-    CloseWindow();
+bool TessellaDuckwork::FollowRegistry(std::span<const float, shm::kDisplayBinCount> displayDb,
+                                      EditorView& view) {
+    constexpr int kFramesBetweenCleanups = 60;
+    static constexpr std::array<float, 3> kNoState{};
+    view.peerSpectrumRead = false;
+    bool followed = false;
     {
-        // Long enough for anybody but a dead or stopped process, and nothing the host would notice.
-        const shm::Patience brief(2);
-        FlushSHMToParams();
+        const AudioGate::Closed closed = own.CloseGate();
+        shm::PatientVisit visit(shm);
+        followed = static_cast<bool>(visit);
+        if (followed) {
+            visit.WriteState(kNoState.data());
+            visit.WriteBins(displayDb);
+            own.Sync(visit);
+            own.PublishHostsFilters(visit);
+            peer.Follow(visit);
+            if (++framesToCleanup >= kFramesBetweenCleanups) {
+                framesToCleanup = 0;
+                visit.CleanDead();
+            }
+            view.peer = peer.Read(visit);
+            visit.ReadRemoteGR(view.peerReductionDb.data());
+            view.peerSpectrumRead = visit.ReadRemoteAudioBins(view.peerSpectrum);
+            visit.GetActiveInstances(view.instances);
+            view.ownBypass = visit.ReadMyBypass();
+            view.peerBypass = visit.ReadBypassOf(shm.RemoteId());
+            view.peerDuck = visit.ReadDuckSelfOf(shm.RemoteId());
+        }
     }
-    const editor::SizePx size =
-        firstUsable({{editorWidth, editorHeight}, {GetEditorWidth(), GetEditorHeight()}});
-    auto opened = std::make_unique<TessellaDuckworkUI>();
-    opened->Open(reinterpret_cast<std::uintptr_t>(parent), size.width, size.height, this);
-    editor.store(opened.release());
-    return parent;
+    view.registryOpen = shm.Opened();
+    view.peerId = shm.RemoteId();
+    view.name = own.InstanceName();
+    view.own = own.Now();
+    view.ownBandsSeq = own.ForeignBandChanges();
+    view.ownDuck = own.DuckSelf();
+    own.TellHost();
+    TellHostWhatChanged();
+    return followed;
 }
 
-void TessellaDuckwork::CloseWindow() {
-    SetEditorSize(editorWidth, editorHeight);
-    const std::unique_ptr<TessellaDuckworkUI> closing(editor.exchange(nullptr));
-    if (!closing)
+void TessellaDuckwork::EditPeer(const shm::SettingsEdit& edit) {
+    {
+        shm::PatientVisit visit(shm);
+        peer.Edit(visit, edit);
+    }
+    TellHostWhatChanged();
+}
+
+void TessellaDuckwork::PairWith(const TDInstanceInfo& chosen) {
+    {
+        shm::PatientVisit visit(shm);
+        peer.PairWith(visit, chosen);
+    }
+    TellHostWhatChanged();
+}
+
+void TessellaDuckwork::SetInstanceName(const char* name) {
+    if (name == nullptr)
         return;
-    const AudioGate::Closed closed(editorGate); // the audio thread has let go of it
-    closing->Close();
+    shm::Name cut{};
+    std::memcpy(cut.data(), name, strnlen(name, cut.size() - 1));
+    own.SetName(cut);
+    TellHostWhatChanged();
+}
+
+void TessellaDuckwork::ToggleOwnBypass() {
+    shm::PatientVisit visit(shm);
+    visit.SetMyBypass(!visit.ReadMyBypass());
+}
+
+void TessellaDuckwork::ToggleOwnDuck() {
+    own.SetDuckSelf(!own.DuckSelf());
+    TellHostWhatChanged();
+}
+
+void TessellaDuckwork::TogglePeerBypass() {
+    shm::PatientVisit visit(shm);
+    visit.SetBypassOf(shm.RemoteId(), !visit.ReadBypassOf(shm.RemoteId()));
+}
+
+void TessellaDuckwork::TogglePeerDuck() {
+    shm::PatientVisit visit(shm);
+    visit.SetDuckSelfOf(shm.RemoteId(), !visit.ReadDuckSelfOf(shm.RemoteId()));
+}
+
+void TessellaDuckwork::RememberEditorSize(int widthPx, int heightPx) {
+    editorWidth = widthPx;
+    editorHeight = heightPx;
 }
 
 void TessellaDuckwork::HandMetersToEditor() {
     if (editor.load(std::memory_order_relaxed) == nullptr)
         return; // the gate costs more than the look
     const AudioGate::Pass pass(editorGate);
-    TessellaDuckworkUI* const open = pass ? editor.load() : nullptr;
+    Editor* const open = pass ? editor.load() : nullptr;
     if (open != nullptr)
         open->SetMeters(ownLevel.data(), peerLevel.data(), grMeter.data());
 }

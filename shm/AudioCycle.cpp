@@ -21,13 +21,21 @@ void ReadUnlocked(const RegistrySlot& slot, std::uint64_t lastBandsSeq, std::uin
 /// Copies the changed groups with their counters of this moment: an edit that arrived since the
 /// comparison is applied now and does not come back as a change.
 void CopyChanged(const RegistrySlot& slot, TessellaDuckworkSHM::TDAudioReadCycle& cycle) {
-    if (cycle.bandsChanged)
-        cycle.bandsSeq = LoadBands(&slot, cycle.bands, cycle.bandCount, kBandCount);
-    if (cycle.hpLpChanged)
-        cycle.hpLpSeq = LoadHpLp(&slot, cycle.hpHz, cycle.lpHz);
-    if (cycle.controlsChanged)
-        cycle.controlsSeq =
-            LoadControls(&slot, cycle.controls[0], cycle.controls[1], cycle.controls[2]);
+    Settings now;
+    if (cycle.bandsChanged) {
+        cycle.bandsSeq = LoadBands(&slot, now.bands);
+        cycle.bandCount = CopyBands(now.bands, cycle.bands, kBandCount);
+    }
+    if (cycle.hpLpChanged) {
+        cycle.hpLpSeq = LoadHpLp(&slot, now.filters);
+        cycle.hpHz = now.filters.hpHz;
+        cycle.lpHz = now.filters.lpHz;
+    }
+    if (cycle.controlsChanged) {
+        cycle.controlsSeq = LoadControls(&slot, now.controls);
+        for (int i = 0; i < Controls::kCount; ++i)
+            cycle.controls[i] = now.controls[i];
+    }
 }
 
 } // namespace
@@ -46,8 +54,9 @@ bool TessellaDuckworkSHM::WriteAudioCycle(const float* state, const float* gainR
     if (!hasBins && published == meters && OwnerOf(seen) == MyId() && IsActive(seen) &&
         IsAlive(seen, now, 0))
         return true;
-    const auto own = LockOwn<TryLock>();
-    if (!own)
+    const TryVisit visit(*this);
+    RegistrySlot* const own = visit.Own();
+    if (own == nullptr)
         return false;
     own->state = meters.state;
     own->gainReduction = meters.gainReduction;
@@ -63,14 +72,15 @@ bool TessellaDuckworkSHM::WriteAudioCycle(const float* state, const float* gainR
     return true;
 }
 
-/// Whether a copy would change nothing. No lock: whatever becomes of the peer's slot, its mark or
-/// its owner goes, or its counter starts again at 0; and another segment is another place.
-bool TessellaDuckworkSHM::HoldsSpectrum(const RegistrySegment& segment, const float* peerBins,
-                                        int n) const {
-    const RegistrySlot& slot = segment.slots[held.slot];
-    return held.segment == &segment && held.peerId == remoteId.load(std::memory_order_relaxed) &&
-           held.where == peerBins && held.count == n && OwnerOf(slot) == held.peerId &&
-           IsActive(slot) && held.seq == LoadSeq(slot.audioBinsSeq);
+/// Copies the peer's spectrum, unless the caller's buffer holds it already.
+void TessellaDuckworkSHM::TakeSpectrum(const RegistrySlot& peer, TDAudioReadCycle& cycle,
+                                       float* peerBins, int n) {
+    const HeldSpectrum now{&peer, cycle.remoteId, LoadSeq(peer.audioBinsSeq), peerBins, n};
+    cycle.audioValid = true;
+    cycle.audioNew = held != now;
+    if (cycle.audioNew)
+        LoadAudioBins(peer, peerBins, n);
+    held = now;
 }
 
 bool TessellaDuckworkSHM::ReadAudioCycle(std::uint64_t lastBandsSeq, std::uint64_t lastHpLpSeq,
@@ -90,28 +100,21 @@ bool TessellaDuckworkSHM::ReadAudioCycle(std::uint64_t lastBandsSeq, std::uint64
     remoteId.store(cycle.remoteId, std::memory_order_relaxed);
     cycle.audioValid = cycle.audioNew = false;
     const bool wantsAudio = peerBins && cycle.remoteId != 0;
-    const bool holdsAudio = wantsAudio && HoldsSpectrum(*segment, peerBins, n);
     const bool changed = cycle.bandsChanged || cycle.hpLpChanged || cycle.controlsChanged;
-    if (!changed && wantsAudio == holdsAudio) {
-        cycle.audioValid = holdsAudio;
+    if (!changed && !wantsAudio)
         return true;
-    }
 
-    const auto own = LockOwn<TryLock>();
-    if (!own)
+    const TryVisit visit(*this);
+    const RegistrySlot* const own = visit.Own();
+    if (own == nullptr)
         return false;
     CopyChanged(*own, cycle);
     if (changed)
         Remember(*own);
-    const RegistrySlot* peer = wantsAudio ? FindSlot(own.Segment(), cycle.remoteId) : nullptr;
-    if (wantsAudio)
+    const RegistrySlot* const peer = wantsAudio ? visit.Of(cycle.remoteId) : nullptr;
+    if (peer != nullptr)
+        TakeSpectrum(*peer, cycle, peerBins, n);
+    else
         held = {};
-    if (peer) {
-        LoadAudioBins(*peer, peerBins, n);
-        held = {&own.Segment(), static_cast<std::size_t>(peer - own.Segment().slots.data()),
-                cycle.remoteId, LoadSeq(peer->audioBinsSeq),
-                peerBins,       n};
-        cycle.audioValid = cycle.audioNew = true;
-    }
     return true;
 }

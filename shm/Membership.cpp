@@ -1,7 +1,6 @@
 #include "shm/Membership.h"
 
 #include "shm/RegistryLock.h"
-#include "shm/SlotFields.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -105,18 +104,19 @@ Membership FindOrMake(Arrival arrival) {
 }
 
 /// Claims the first free slot. False when the lock is busy or there is none.
-bool ClaimSlot(Membership& member, std::uint64_t id, const SlotSettings& settings) {
+bool ClaimSlot(Membership& member, std::uint64_t id, const SlotMemory& memory) {
     const PatientLock lock(member.segment);
     if (!lock)
         return false;
     RegistrySegment& segment = *member.segment;
+    SweepDead(segment, id); // or the dead would keep newcomers out until somebody sweeps
     const auto slot = std::ranges::find_if_not(segment.slots, IsActive);
     if (slot == segment.slots.end())
         return false;
     member.slotIndex = static_cast<std::int32_t>(slot - segment.slots.begin());
     ClearSlot(*slot);
     slot->instanceId.store(id, std::memory_order_relaxed); // the lock publishes
-    RestoreSettings(segment, *slot, settings);
+    RestoreSlot(segment, *slot, memory);
     Revive(*slot);
     segment.slotHighWater = std::max(segment.slotHighWater, member.slotIndex + 1);
     return true;
@@ -131,12 +131,12 @@ void GiveBack(const Membership& member) {
 
 } // namespace
 
-Membership JoinRegistry(std::uint64_t id, const SlotSettings& settings, Arrival arrival) {
+Membership JoinRegistry(std::uint64_t id, const SlotMemory& memory, Arrival arrival) {
     for (int attempt = 0; attempt < kJoinTries; ++attempt) {
         Membership member = FindOrMake(arrival);
         if (member.segment == nullptr)
             continue;
-        if (!ClaimSlot(member, id, settings))
+        if (!ClaimSlot(member, id, memory))
             Refuse(std::errc::device_or_resource_busy);
         if (member.object.IsNamed())
             return member;

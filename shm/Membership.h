@@ -4,7 +4,7 @@
 #include "shm/GuardedMapping.h"
 #include "shm/SegmentLayout.h"
 #include "shm/SegmentObject.h"
-#include "shm/SlotSettings.h"
+#include "shm/Slot.h"
 
 #include <cstdint>
 
@@ -28,7 +28,7 @@ enum class Arrival {
 /// registry's name leads to the segment in which the slot lies: nobody has replaced it meanwhile.
 /// Raises std::exception when there is no free slot, the lock stays busy, the object is another
 /// user's or the system refuses. One thread of a process at a time. [any but audio; patient]
-Membership JoinRegistry(std::uint64_t id, const SlotSettings& settings, Arrival arrival);
+Membership JoinRegistry(std::uint64_t id, const SlotMemory& memory, Arrival arrival);
 
 /// Whether the object may be removed: too short to be a registry, or one in which no slot has shown
 /// life for maxAgeSeconds. Not one made in that time, as long as nobody has claimed a slot of it:

@@ -2,115 +2,126 @@
 
 #include <algorithm>
 
-using namespace shm;
+namespace shm {
 
-namespace {
-
-// Changes of the own slot, the same for a patient and for a trying lock.
-auto Naming(const char* name) {
-    return [=](RegistrySlot& own) {
-        StoreName(own, name);
-        return true;
-    };
-}
-auto WritingBands(const TDBand* bands, int n) {
-    return [=](RegistrySlot& own) { return StoreBands(own, bands, n); };
-}
-auto WritingHpLp(float hpHz, float lpHz) {
-    return [=](RegistrySlot& own) { return StoreHpLp(own, hpHz, lpHz); };
-}
-auto WritingControls(float attackMs, float releaseMs, float makeupDb) {
-    return [=](RegistrySlot& own) { return StoreControls(own, attackMs, releaseMs, makeupDb); };
-}
-auto SettingLatency(int samples) {
-    return [=](RegistrySlot& own) {
-        own.latencySamples = samples;
-        return true;
-    };
-}
-auto SettingFlag(std::atomic<std::uint8_t> RegistrySlot::*flag, bool on) {
-    return [=](RegistrySlot& own) {
-        StoreFlag(own.*flag, on);
-        return true;
-    };
+bool Visit::SetDisplayName(const char* name) {
+    if (own == nullptr)
+        return false;
+    StoreName(*own, name);
+    return ownChanged = true;
 }
 
-} // namespace
-
-bool TessellaDuckworkSHM::SetDisplayName(const char* name) {
-    return ChangeOwn<PatientLock>(Naming(name)).has_value();
+std::uint64_t Visit::WriteBands(const BandSet& bands) {
+    if (own == nullptr)
+        return 0;
+    ownChanged = true;
+    return StoreBands(*own, bands.bands.data(), bands.count);
 }
 
-bool TessellaDuckworkSHM::TrySetDisplayName(const char* name) {
-    return ChangeOwn<TryLock>(Naming(name)).has_value();
+std::uint64_t Visit::WriteHpLp(const Filters& filters) {
+    if (own == nullptr)
+        return 0;
+    ownChanged = true;
+    return StoreHpLp(*own, filters);
 }
 
-std::uint64_t TessellaDuckworkSHM::WriteBands(const TDBand* bands, int n) {
-    return ChangeOwn<PatientLock>(WritingBands(bands, n)).value_or(0);
+std::uint64_t Visit::WriteControls(const Controls& controls) {
+    if (own == nullptr)
+        return 0;
+    ownChanged = true;
+    return StoreControls(*own, controls);
 }
 
-std::optional<std::uint64_t> TessellaDuckworkSHM::TryWriteBands(const TDBand* bands, int n) {
-    return Opened() ? ChangeOwn<TryLock>(WritingBands(bands, n)) : 0;
-}
+std::uint64_t Visit::ReadOwnBands(BandSet& out) const { return LoadBands(own, out); }
+std::uint64_t Visit::ReadOwnHpLp(Filters& out) const { return LoadHpLp(own, out); }
+std::uint64_t Visit::ReadOwnControls(Controls& out) const { return LoadControls(own, out); }
 
-std::uint64_t TessellaDuckworkSHM::WriteHpLp(float hpHz, float lpHz) {
-    return ChangeOwn<PatientLock>(WritingHpLp(hpHz, lpHz)).value_or(0);
-}
-
-std::optional<std::uint64_t> TessellaDuckworkSHM::TryWriteHpLp(float hpHz, float lpHz) {
-    return Opened() ? ChangeOwn<TryLock>(WritingHpLp(hpHz, lpHz)) : 0;
-}
-
-std::uint64_t TessellaDuckworkSHM::WriteControls(float attackMs, float releaseMs, float makeupDb) {
-    return ChangeOwn<PatientLock>(WritingControls(attackMs, releaseMs, makeupDb)).value_or(0);
-}
-
-std::optional<std::uint64_t> TessellaDuckworkSHM::TryWriteControls(float attackMs, float releaseMs,
-                                                                   float makeupDb) {
-    return Opened() ? ChangeOwn<TryLock>(WritingControls(attackMs, releaseMs, makeupDb)) : 0;
-}
-
-void TessellaDuckworkSHM::WriteState(const float* state) {
-    const auto own = LockOwn<TryLock>();
-    if (!own)
+void Visit::WriteState(const float* state) {
+    if (own == nullptr)
         return;
     std::copy_n(state, own->state.size(), own->state.begin());
     own->heartbeat.exchange(Now(), std::memory_order_relaxed); // read alone
 }
 
+void Visit::WriteBins(std::span<const float> bins) {
+    if (own != nullptr)
+        std::copy_n(bins.begin(), std::min<std::size_t>(bins.size(), kDisplayBinCount),
+                    own->displayBins.begin());
+}
+
+bool Visit::PublishDuckSelf(bool on) {
+    if (own == nullptr)
+        return false;
+    StoreFlag(own->duckSelf, on);
+    return ownChanged = true;
+}
+
+bool Visit::SetMyLatency(int samples) {
+    if (own == nullptr)
+        return false;
+    own->latencySamples = samples;
+    return ownChanged = true;
+}
+
+bool Visit::SetMyBypass(bool on) {
+    if (own == nullptr)
+        return false;
+    StoreFlag(own->bypass, on);
+    return ownChanged = true;
+}
+
+bool Visit::ReadMyBypass() {
+    // Relaxed: a flag by itself, whichever thread read it last.
+    if (own != nullptr)
+        handle.cachedBypass.store(LoadFlag(own->bypass), std::memory_order_relaxed);
+    return handle.cachedBypass.load(std::memory_order_relaxed);
+}
+
+bool Visit::PublishSilence() {
+    if (own == nullptr)
+        return false;
+    Silence(*own);
+    return true;
+}
+
+} // namespace shm
+
+using namespace shm;
+
+bool TessellaDuckworkSHM::SetDisplayName(const char* name) {
+    return SingleVisit(*this).SetDisplayName(name);
+}
+
+std::uint64_t TessellaDuckworkSHM::WriteBands(const TDBand* bands, int n) {
+    return SingleVisit(*this).WriteBands(SetOf(bands, n));
+}
+
+std::uint64_t TessellaDuckworkSHM::WriteHpLp(float hpHz, float lpHz) {
+    return SingleVisit(*this).WriteHpLp({.hpHz = hpHz, .lpHz = lpHz});
+}
+
+std::uint64_t TessellaDuckworkSHM::WriteControls(float attackMs, float releaseMs, float makeupDb) {
+    return SingleVisit(*this).WriteControls(
+        {.attackMs = attackMs, .releaseMs = releaseMs, .makeupDb = makeupDb});
+}
+
+void TessellaDuckworkSHM::WriteState(const float* state) { TryVisit(*this).WriteState(state); }
+
 void TessellaDuckworkSHM::WriteBins(const float* bins, int n) {
-    if (const auto own = LockOwn<PatientLock>())
-        std::copy_n(bins, std::clamp(n, 0, kDisplayBinCount), own->displayBins.begin());
+    SingleVisit(*this).WriteBins({bins, static_cast<std::size_t>(std::max(n, 0))});
 }
 
 bool TessellaDuckworkSHM::PublishDuckSelf(bool on) {
-    return ChangeOwn<PatientLock>(SettingFlag(&RegistrySlot::duckSelf, on)).has_value();
-}
-
-bool TessellaDuckworkSHM::TryPublishDuckSelf(bool on) {
-    return ChangeOwn<TryLock>(SettingFlag(&RegistrySlot::duckSelf, on)).has_value();
+    return SingleVisit(*this).PublishDuckSelf(on);
 }
 
 bool TessellaDuckworkSHM::SetMyLatency(int samples) {
-    return ChangeOwn<PatientLock>(SettingLatency(samples)).has_value();
+    return SingleVisit(*this).SetMyLatency(samples);
 }
 
-bool TessellaDuckworkSHM::TrySetMyLatency(int samples) {
-    return ChangeOwn<TryLock>(SettingLatency(samples)).has_value();
-}
+void TessellaDuckworkSHM::SetMyBypass(bool on) { SingleVisit(*this).SetMyBypass(on); }
 
-void TessellaDuckworkSHM::SetMyBypass(bool on) {
-    ChangeOwn<PatientLock>(SettingFlag(&RegistrySlot::bypass, on));
-}
-
-bool TessellaDuckworkSHM::ReadMyBypass() {
-    if (!Opened())
-        return false;
-    // Relaxed: a flag by itself, whichever thread read it last.
-    if (const auto own = LockOwn<TryLock>())
-        cachedBypass.store(LoadFlag(own->bypass), std::memory_order_relaxed);
-    return cachedBypass.load(std::memory_order_relaxed);
-}
+bool TessellaDuckworkSHM::ReadMyBypass() { return Opened() && TryVisit(*this).ReadMyBypass(); }
 
 std::optional<bool> TessellaDuckworkSHM::ReadMyDuckSelf() const {
     const SegmentUse segment(source);
@@ -119,15 +130,27 @@ std::optional<bool> TessellaDuckworkSHM::ReadMyDuckSelf() const {
     return LoadFlag(segment->slots[SlotIndex()].duckSelf);
 }
 
-std::uint64_t TessellaDuckworkSHM::ReadOwnBands(TDBand* out, int& count, int max) const {
-    return LoadBands(LockOwn<PatientLock>().Get(), out, count, max);
+std::uint64_t TessellaDuckworkSHM::ReadOwnBands(TDBand* out, int& count, int max) {
+    BandSet bands;
+    const std::uint64_t seq = SingleVisit(*this).ReadOwnBands(bands);
+    count = CopyBands(bands, out, max);
+    return seq;
 }
 
-std::uint64_t TessellaDuckworkSHM::ReadOwnHpLp(float& hpHz, float& lpHz) const {
-    return LoadHpLp(LockOwn<PatientLock>().Get(), hpHz, lpHz);
+std::uint64_t TessellaDuckworkSHM::ReadOwnHpLp(float& hpHz, float& lpHz) {
+    Filters filters;
+    const std::uint64_t seq = SingleVisit(*this).ReadOwnHpLp(filters);
+    hpHz = filters.hpHz;
+    lpHz = filters.lpHz;
+    return seq;
 }
 
 std::uint64_t TessellaDuckworkSHM::ReadOwnControls(float& attackMs, float& releaseMs,
-                                                   float& makeupDb) const {
-    return LoadControls(LockOwn<PatientLock>().Get(), attackMs, releaseMs, makeupDb);
+                                                   float& makeupDb) {
+    Controls controls;
+    const std::uint64_t seq = SingleVisit(*this).ReadOwnControls(controls);
+    attackMs = controls.attackMs;
+    releaseMs = controls.releaseMs;
+    makeupDb = controls.makeupDb;
+    return seq;
 }

@@ -1,15 +1,12 @@
-/// The only two ways to the registry lock. Both take a null segment for "closed", and one that has
-/// lost its magic word for no registry any more: not locked then, its lock may be any bytes.
+/// The only ways to the registry's lock, and how long a thread may wait for it.
 ///
-/// A mutex that is broken, and not only busy, counts as busy for TryLock: raising an exception
-/// allocates. PatientLock raises boost's lock_exception then. The holder may have died: nobody
-/// waits without end.
+/// A lock is not held without a segment (null stands for a closed handle), nor of a segment that
+/// has lost its magic word: its lock may be any bytes then.
 #pragma once
 
-#include "shm/Patience.h"
-#include "shm/SlotFields.h"
+#include "shm/Slot.h"
 
-#include <boost/interprocess/sync/scoped_lock.hpp>
+#include <atomic>
 #include <pthread.h>
 
 namespace shm {
@@ -19,39 +16,58 @@ inline pthread_mutex_t& NativeMutex(RegistrySegment& segment) {
     return reinterpret_cast<pthread_mutex_t&>(segment.mutex);
 }
 
+/// How often a patient lock tries again, 10 ms apart.
+inline constexpr int kLockRetries = 50;
+
 /// One try, no wait: the only lock that code under ProcessBlock may take. [any]
 class TryLock {
 public:
-    explicit TryLock(RegistrySegment* segment) : lock(Try(segment)) {}
+    explicit TryLock(RegistrySegment* locked) noexcept;
+    ~TryLock();
+    TryLock(const TryLock&) = delete;
+    TryLock& operator=(const TryLock&) = delete;
 
     /// Whether the lock is held; test it before touching a slot.
-    explicit operator bool() const { return lock.owns(); }
+    explicit operator bool() const noexcept { return held; }
+    /// Not held for another reason than that somebody else holds it: the mutex is no mutex.
+    [[nodiscard]] bool IsBroken() const noexcept { return broken; }
 
 protected:
-    using ScopedLock = boost::interprocess::scoped_lock<boost::interprocess::interprocess_mutex>;
-    static ScopedLock Try(RegistrySegment* segment) {
-        if (!segment || !IsReady(*segment))
-            return {};
-        if (pthread_mutex_trylock(&NativeMutex(*segment)) != 0)
-            return {segment->mutex, boost::interprocess::defer_lock};
-        return {segment->mutex, boost::interprocess::accept_ownership};
-    }
+    void Try() noexcept;
 
-    ScopedLock lock;
+    RegistrySegment* const segment; ///< null: there is nothing to lock
+
+private:
+    bool held = false;
+    bool broken = false;
 };
 
-/// Waits up to 50 × 10 ms, less where a Patience says so. Never on the audio thread. [main,
-/// heartbeat, ui]
-class PatientLock : private TryLock {
+/// Waits up to 50 × 10 ms, less where a LockBudget says so. The holder may have died: nobody waits
+/// without end. Never on the audio thread. [main, heartbeat, ui]
+class PatientLock : public TryLock {
 public:
-    explicit PatientLock(RegistrySegment* segment) : TryLock(segment) {
-        const bool exists = lock.mutex() != nullptr;
-        for (int retry = 0; exists && !lock.owns() && retry < kLockRetries && PauseForLock();
-             ++retry)
-            lock.try_lock();
-    }
+    explicit PatientLock(RegistrySegment* locked);
+};
 
-    using TryLock::operator bool;
+/// While it lives, all patient locks of the calling thread together wait no longer than so many
+/// times 10 ms, and not once `going` is false. Without one each waits its full half second: too
+/// long where one after the other is taken. Does not nest. [main, heartbeat, ui]
+class LockBudget {
+public:
+    explicit LockBudget(int pauses = kLockRetries) noexcept;
+    explicit LockBudget(const std::atomic<bool>& going, int pauses = kLockRetries) noexcept;
+    ~LockBudget();
+    LockBudget(const LockBudget&) = delete;
+    LockBudget& operator=(const LockBudget&) = delete;
+
+    /// It is used up: a lock has not been had.
+    [[nodiscard]] bool IsOver() const noexcept { return pausesLeft <= 0; }
+    /// Waits 10 ms; false, at once, when the calling thread's budget is used up.
+    static bool Pause();
+
+private:
+    const std::atomic<bool>& going;
+    int pausesLeft;
 };
 
 } // namespace shm

@@ -1,7 +1,6 @@
 #include "shm/RegistryMonitor.h"
 
-#include "shm/LockedSlot.h"
-#include "shm/Pairing.h"
+#include "shm/RegistryLock.h"
 
 #include <algorithm>
 #include <chrono>
@@ -34,9 +33,16 @@ SlotSnapshot Copy(const RegistrySlot& slot, int index) {
     copy.heartbeat = slot.heartbeat.load(std::memory_order_relaxed);
     std::ranges::copy(slot.state, copy.state);
     std::ranges::copy(slot.gainReduction, copy.gainReduction);
-    copy.bandsSeq = LoadBands(&slot, copy.bands, copy.bandCount, kBandCount);
-    copy.hpLpSeq = LoadHpLp(&slot, copy.hpHz, copy.lpHz);
-    copy.controlsSeq = LoadControls(&slot, copy.attackMs, copy.releaseMs, copy.makeupDb);
+    Settings settings;
+    copy.bandsSeq = LoadBands(&slot, settings.bands);
+    copy.hpLpSeq = LoadHpLp(&slot, settings.filters);
+    copy.controlsSeq = LoadControls(&slot, settings.controls);
+    copy.bandCount = CopyBands(settings.bands, copy.bands, kBandCount);
+    copy.hpHz = settings.filters.hpHz;
+    copy.lpHz = settings.filters.lpHz;
+    copy.attackMs = settings.controls.attackMs;
+    copy.releaseMs = settings.controls.releaseMs;
+    copy.makeupDb = settings.controls.makeupDb;
     copy.audioBinsSeq = LoadSeq(slot.audioBinsSeq);
     copy.bypass = LoadFlag(slot.bypass);
     copy.duckSelf = LoadFlag(slot.duckSelf);
@@ -52,7 +58,6 @@ void CopyAll(const RegistrySegment& segment, std::vector<SlotSnapshot>& out) {
 
 bool RegistryMonitor::Attach() noexcept {
     segment = nullptr;
-    writing.Lead(nullptr);
     using enum SegmentObject::Access;
     for (const SegmentObject::Access access : {ReadWrite, Read}) {
         try {
@@ -65,7 +70,6 @@ bool RegistryMonitor::Attach() noexcept {
             return false;
         segment = &mapped;
         writable = access == ReadWrite;
-        writing.Lead(writable ? segment : nullptr);
         return true;
     }
     return false;
@@ -88,56 +92,67 @@ bool RegistryMonitor::ReadSlots(std::vector<SlotSnapshot>& out) const {
     return false;
 }
 
+/// What the change of an instance's slot gives; false or 0 without that slot or its lock.
+template <class Change>
+std::invoke_result_t<Change, RegistrySlot&> RegistryMonitor::ChangeSlotOf(std::uint64_t id,
+                                                                          Change&& change) {
+    const PatientLock lock(writable ? segment : nullptr);
+    RegistrySlot* const slot = lock ? FindSlot(*segment, id) : nullptr;
+    return slot != nullptr ? change(*slot) : std::invoke_result_t<Change, RegistrySlot&>{};
+}
+
 bool RegistryMonitor::Pair(std::uint64_t idA, std::uint64_t idB) {
-    const LockedSlot<PatientLock> slot(writing, idA);
-    if (!slot || idA == idB || !FindSlot(*segment, idB))
-        return false;
-    LinkSlot(*segment, *slot, idA, idB);
-    return true;
+    return ChangeSlotOf(idA, [&](RegistrySlot& slot) {
+        const bool possible = idA != idB && FindSlot(*segment, idB) != nullptr;
+        if (possible)
+            LinkSlot(*segment, slot, idA, idB);
+        return possible;
+    });
 }
 
 bool RegistryMonitor::Unpair(std::uint64_t id) {
-    const LockedSlot<PatientLock> slot(writing, id);
-    if (slot)
-        LinkSlot(*segment, *slot, id, 0);
-    return static_cast<bool>(slot);
+    return ChangeSlotOf(id, [&](RegistrySlot& slot) {
+        LinkSlot(*segment, slot, id, 0);
+        return true;
+    });
 }
 
 bool RegistryMonitor::Rename(std::uint64_t id, const char* name) {
-    const LockedSlot<PatientLock> slot(writing, id);
-    if (slot)
-        StoreName(*slot, name);
-    return static_cast<bool>(slot);
+    return ChangeSlotOf(id, [&](RegistrySlot& slot) {
+        StoreName(slot, name);
+        return true;
+    });
 }
 
 bool RegistryMonitor::SetBypassOf(std::uint64_t id, bool on) {
-    const LockedSlot<PatientLock> slot(writing, id);
-    if (slot)
-        StoreFlag(slot->bypass, on);
-    return static_cast<bool>(slot);
+    return ChangeSlotOf(id, [&](RegistrySlot& slot) {
+        StoreFlag(slot.bypass, on);
+        return true;
+    });
 }
 
 bool RegistryMonitor::SetDuckSelfOf(std::uint64_t id, bool on) {
-    const LockedSlot<PatientLock> slot(writing, id);
-    if (slot)
-        StoreFlag(slot->duckSelf, on);
-    return static_cast<bool>(slot);
+    return ChangeSlotOf(id, [&](RegistrySlot& slot) {
+        StoreFlag(slot.duckSelf, on);
+        return true;
+    });
 }
 
 std::uint64_t RegistryMonitor::WriteBandsOf(std::uint64_t id, const TDBand* bands, int n) {
-    const LockedSlot<PatientLock> slot(writing, id);
-    return slot ? StoreBands(*slot, bands, n) : 0;
+    return ChangeSlotOf(id, [&](RegistrySlot& slot) { return StoreBands(slot, bands, n); });
 }
 
 std::uint64_t RegistryMonitor::WriteHpLpOf(std::uint64_t id, float hpHz, float lpHz) {
-    const LockedSlot<PatientLock> slot(writing, id);
-    return slot ? StoreHpLp(*slot, hpHz, lpHz) : 0;
+    return ChangeSlotOf(
+        id, [&](RegistrySlot& slot) { return StoreHpLp(slot, {.hpHz = hpHz, .lpHz = lpHz}); });
 }
 
 std::uint64_t RegistryMonitor::WriteControlsOf(std::uint64_t id, float attackMs, float releaseMs,
                                                float makeupDb) {
-    const LockedSlot<PatientLock> slot(writing, id);
-    return slot ? StoreControls(*slot, attackMs, releaseMs, makeupDb) : 0;
+    return ChangeSlotOf(id, [&](RegistrySlot& slot) {
+        return StoreControls(slot,
+                             {.attackMs = attackMs, .releaseMs = releaseMs, .makeupDb = makeupDb});
+    });
 }
 
 } // namespace shm

@@ -2,10 +2,11 @@
 #pragma once
 
 #include "shm/GuardedMapping.h"
-#include "shm/SegmentSource.h"
+#include "shm/SegmentLayout.h"
 #include "shm/TDRecords.h"
 
 #include <cstdint>
+#include <type_traits>
 #include <vector>
 
 namespace shm {
@@ -39,7 +40,7 @@ struct SlotSnapshot {
 /// Attached to the registry as it was at Attach: a registry that is removed and created anew
 /// needs another Attach. One thread at a time. The writers wait for the lock up to 0.5 s, want
 /// write permission, and return false (counters: 0) when any of it, or the instance, is missing.
-/// Operations may raise boost's lock_exception. [any but audio]
+/// [any but audio]
 class RegistryMonitor {
 public:
     /// Maps the existing registry, read-only if more is not permitted. False, and detached, when
@@ -64,9 +65,11 @@ public:
                                   float makeupDb);
 
 private:
+    template <class Change>
+    std::invoke_result_t<Change, RegistrySlot&> ChangeSlotOf(std::uint64_t id, Change&& change);
+
     GuardedMapping mapping;
     RegistrySegment* segment = nullptr;
-    SegmentSource writing; ///< The same, if it is writable.
     bool writable = false;
 };
 

@@ -1,10 +1,10 @@
-#include "shm/LockedSlot.h"
-#include "shm/Patience.h"
 #include "shm/TessellaDuckworkSHM.h"
 
+#include <boost/interprocess/exceptions.hpp>
 #include <exception>
 #include <limits>
 #include <mutex>
+#include <set>
 #include <unistd.h>
 #include <utility>
 
@@ -14,6 +14,9 @@ namespace {
 
 /// Lets one thread at a time in this process join the registry.
 std::mutex sInitMutex;
+
+std::mutex sLivingMutex;
+std::set<std::uint64_t> sLivingIds; ///< of this process' open handles; guarded by sLivingMutex
 
 /// For a thread whose owner may be about to end it: long enough for anybody but a dead or stopped
 /// process.
@@ -33,7 +36,7 @@ bool TessellaDuckworkSHM::OpenLater() noexcept {
     if (Opened())
         return true;
     const std::unique_lock guard(sInitMutex, std::try_to_lock);
-    const Patience brief(kBriefPauses);
+    const LockBudget brief(kBriefPauses);
     return guard && Enter(Arrival::WhileRunning);
 }
 
@@ -49,12 +52,9 @@ bool TessellaDuckworkSHM::Enter(Arrival arrival) noexcept try {
 }
 
 void TessellaDuckworkSHM::Close() noexcept {
-    try {
-        if (const auto own = LockOwn<PatientLock>())
-            own->active.exchange(0, std::memory_order_relaxed); // the lock publishes
-    } catch (const std::exception&) {
-        // The slot stays marked active until its heartbeat is too old.
-    }
+    // With a busy lock the slot stays marked active until its heartbeat is too old.
+    if (const PatientVisit visit(*this); RegistrySlot* const own = visit.Own())
+        own->active.exchange(0, std::memory_order_relaxed); // the lock publishes
     ResetMembers();
 }
 
@@ -69,15 +69,14 @@ void TessellaDuckworkSHM::Touch() noexcept {
 }
 
 /// False when the slot cannot be had, also for a lock that is broken and not only busy.
-bool TessellaDuckworkSHM::ShowLife() noexcept try {
-    const auto own = LockOwn<TryLock>();
-    if (!own)
+bool TessellaDuckworkSHM::ShowLife() noexcept {
+    const TryVisit visit(*this);
+    RegistrySlot* const own = visit.Own();
+    if (own == nullptr)
         return false;
     Revive(*own);
     Remember(*own);
     return true;
-} catch (const std::exception&) {
-    return false;
 }
 
 /// Whether newcomers find the segment of this handle under the registry's name.
@@ -94,7 +93,7 @@ void TessellaDuckworkSHM::ComeBack() noexcept try {
     const std::unique_lock guard(sInitMutex, std::try_to_lock);
     if (!guard)
         return;
-    const Patience brief(kBriefPauses);
+    const LockBudget brief(kBriefPauses);
     ForceCleanIfStale(kAliveSeconds);
     constexpr std::int64_t kEver = std::numeric_limits<std::int64_t>::min();
     if (HoldsSlot(kEver) && IsAtHome())
@@ -102,7 +101,7 @@ void TessellaDuckworkSHM::ComeBack() noexcept try {
     Membership next = JoinRegistry(MyId(), Remembered(), Arrival::WhileRunning);
     // Only in a segment that is left: in the same one the old slot is lost, or just claimed again.
     if (!IsAtHome())
-        if (const auto left = LockOwn<TryLock>())
+        if (const TryVisit visit(*this); RegistrySlot* const left = visit.Own())
             left->active.exchange(0, std::memory_order_relaxed); // the lock publishes
     MoveTo(std::move(next), MyId());
 } catch (const std::exception&) {
@@ -116,22 +115,6 @@ bool TessellaDuckworkSHM::HoldsSlot(std::int64_t since) const {
     return OwnerOf(slot) == MyId() && IsAlive(slot, since, 0);
 }
 
-void TessellaDuckworkSHM::CleanDead() {
-    const std::int64_t now = Now();
-    const SegmentUse segment(source);
-    const PatientLock lock(segment.Get());
-    if (!lock)
-        return;
-    segment->slotHighWater = 0;
-    for (std::int32_t i = 0; i < kSlotCount; ++i) {
-        RegistrySlot& slot = segment->slots[static_cast<std::size_t>(i)];
-        if (OwnerOf(slot) != MyId() && IsActive(slot) && !IsAlive(slot, now, kAliveSeconds))
-            slot.active.exchange(0, std::memory_order_relaxed); // the lock publishes
-        if (IsActive(slot))
-            segment->slotHighWater = i + 1;
-    }
-}
-
 void TessellaDuckworkSHM::ForceCleanIfStale(int maxAgeSeconds) noexcept {
     try {
         const auto found = SegmentObject::OpenExisting(SegmentObject::Access::Read);
@@ -143,21 +126,27 @@ void TessellaDuckworkSHM::ForceCleanIfStale(int maxAgeSeconds) noexcept {
     }
 }
 
-bool TessellaDuckworkSHM::GetActiveInstances(std::vector<TDInstanceInfo>& out) const {
-    out.clear();
-    out.reserve(kSlotCount);
-    const SegmentUse segment(source);
-    const PatientLock lock(segment.Get());
-    if (!lock)
-        return false;
-    for (const RegistrySlot& slot : segment->slots) {
-        if (!IsActive(slot) || OwnerOf(slot) == MyId())
-            continue;
-        TDInstanceInfo& info = out.emplace_back();
-        info.id = OwnerOf(slot);
-        LoadName(slot, info.name);
-    }
-    return true;
+bool TessellaDuckworkSHM::IsOfThisProcess(std::uint64_t id) {
+    const std::lock_guard guard(sLivingMutex);
+    return sLivingIds.contains(id);
+}
+
+TessellaDuckworkSHM::SingleVisit::SingleVisit(TessellaDuckworkSHM& visitor)
+    : PatientVisit(visitor) {
+    if (IsBroken())
+        throw boost::interprocess::lock_exception();
+}
+
+Visit::Visit(TessellaDuckworkSHM& visitor, const SegmentUse& used, TryLock& taken)
+    : handle(visitor), segment(used), lock(taken) {
+    RegistrySlot* const slot = lock ? &segment->slots[handle.SlotIndex()] : nullptr;
+    if (slot != nullptr && OwnerOf(*slot) == handle.MyId())
+        own = slot;
+}
+
+Visit::~Visit() {
+    if (ownChanged)
+        handle.Remember(*own);
 }
 
 /// Makes a claimed slot the own one. Other threads may be at work in the former segment.
@@ -169,6 +158,10 @@ void TessellaDuckworkSHM::MoveTo(Membership&& member, std::uint64_t id) {
     slotIndex.store(member.slotIndex, std::memory_order_relaxed);
     myId.store(id, std::memory_order_relaxed); // the segment publishes both
     source.Lead(member.segment);
+    {
+        const std::lock_guard guard(sLivingMutex);
+        sLivingIds.insert(id);
+    }
     opened.store(true, std::memory_order_release); // last: what finds it true finds the rest
 }
 
@@ -176,15 +169,19 @@ void TessellaDuckworkSHM::MoveTo(Membership&& member, std::uint64_t id) {
 /// another thread is at it, that one sees the same slot, or a newer one.
 void TessellaDuckworkSHM::Remember(const RegistrySlot& slot) {
     if (const std::unique_lock guard(memoryMutex, std::try_to_lock); guard)
-        memory = SaveSettings(slot);
+        memory = SaveSlot(slot);
 }
 
-SlotSettings TessellaDuckworkSHM::Remembered() {
+SlotMemory TessellaDuckworkSHM::Remembered() {
     const std::lock_guard guard(memoryMutex);
     return memory;
 }
 
 void TessellaDuckworkSHM::ResetMembers() {
+    {
+        const std::lock_guard guard(sLivingMutex);
+        sLivingIds.erase(MyId());
+    }
     source.Lead(nullptr);
     // Relaxed: the handle has no other user now.
     opened.store(false, std::memory_order_relaxed);

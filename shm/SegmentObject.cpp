@@ -1,6 +1,6 @@
 #include "shm/SegmentObject.h"
 
-#include "shm/Patience.h"
+#include "shm/RegistryLock.h"
 #include "shm/SegmentLayout.h"
 
 #include <cerrno>
@@ -105,7 +105,7 @@ SegmentObject::Removal::Removal(const SegmentObject& removed) : object(removed) 
     // Whoever may read the object may hold this lock: nobody waits for it without end.
     for (int retry = 0; flock(object.descriptor, LOCK_EX | LOCK_NB) != 0 && retry < kLockRetries;
          ++retry)
-        if (!PauseForLock())
+        if (!LockBudget::Pause())
             break;
 }
 

@@ -41,13 +41,6 @@ inline constexpr Range kAttackMs{0.1F, 300.0F, 10.0F};
 inline constexpr Range kReleaseMs{5.0F, 2000.0F, 100.0F};
 inline constexpr Range kMakeupDb{-12.0F, 24.0F, 0.0F};
 
-// Until their last users are gone.
-inline constexpr float kDefaultHpHz = kHpHz.initial;
-inline constexpr float kDefaultLpHz = kLpHz.initial;
-inline constexpr float kDefaultAttackMs = kAttackMs.initial;
-inline constexpr float kDefaultReleaseMs = kReleaseMs.initial;
-inline constexpr float kDefaultMakeupDb = kMakeupDb.initial;
-
 } // namespace shm
 
 /// One ducking band, byte for byte the same in shared and in process memory. The defaults are the

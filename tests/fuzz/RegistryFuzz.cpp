@@ -1,5 +1,5 @@
 /// Instances that come, go, fall silent, pair and edit in any order, within the registry's rules.
-#include "shm/SlotFields.h"
+#include "shm/Slot.h"
 #include "shm/TessellaDuckworkSHM.h"
 #include "tests/fuzz/Bytes.h"
 #include "tests/fuzz/MappedRegistry.h"

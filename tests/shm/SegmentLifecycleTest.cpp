@@ -1,4 +1,4 @@
-#include "shm/SlotFields.h"
+#include "shm/Slot.h"
 #include "shm/TessellaDuckworkSHM.h"
 #include "tests/shm/RawSegment.h"
 
@@ -226,9 +226,9 @@ TEST_F(SegmentLifecycle, AnInstanceWhoseSlotIsTakenWritesNowhereAndComesBackInAn
     handle.SetDisplayName("x");
     EXPECT_EQ(handle.WriteBands(&band, 1) + handle.WriteHpLp(1, 2) + handle.WriteControls(1, 2, 3),
               0U);
-    EXPECT_FALSE(handle.TryWriteControls(1, 2, 3) || handle.TryWriteBands(&band, 1) ||
-                 handle.TryWriteHpLp(1, 2));
-    EXPECT_FALSE(handle.PublishDuckSelf(true) || handle.TryPublishDuckSelf(true));
+    EXPECT_FALSE(shm::TryVisit(handle).WriteControls({}) != 0 ||
+                 shm::TryVisit(handle).SetMyLatency(1));
+    EXPECT_FALSE(handle.PublishDuckSelf(true));
     EXPECT_FALSE(handle.ReadMyDuckSelf().has_value());
     handle.WriteState(kZeros);
     handle.WriteBins(kZeros, 3);
@@ -289,7 +289,7 @@ TEST_F(SegmentLifecycle, AHolderThatDiedMakesPatientOperationsGiveUp) {
     segment.Put(Slot(0) + kHeartbeat, std::int64_t{5});
     EXPECT_FALSE(handle.ReadRemoteGR(bins) || handle.ReadRemoteAudioBins(bins, 1024));
     EXPECT_TRUE(!handle.ReadBypassOf(handle.MyId()) && handle.ReadDuckSelfOf(handle.MyId()));
-    EXPECT_FALSE(handle.TryWriteControls(1, 2, 3).has_value());
+    EXPECT_EQ(shm::TryVisit(handle).WriteControls({}), 0U);
     handle.SyncRemoteId();
     EXPECT_EQ(handle.RemoteId(), 99U) << "the wish is kept";
     handle.Touch();

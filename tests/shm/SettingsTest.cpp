@@ -46,7 +46,7 @@ TEST_F(Settings, OfOwnAndRemoteWritersShareACounter) {
     EXPECT_EQ(a.WriteRemoteHpLp(40, 8000), 2U);
     EXPECT_EQ((std::array{At<float>(1, kHp), At<float>(1, kLp)}), (std::array{40.0F, 8000.0F}));
     EXPECT_EQ(At<std::uint64_t>(1, kHpLpSeq), 2U);
-    EXPECT_EQ(b.TryWriteControls(7, 8, 9), std::optional<std::uint64_t>(1));
+    EXPECT_EQ(shm::TryVisit(b).WriteControls({7, 8, 9}), 1U);
     EXPECT_EQ(a.WriteRemoteControls(4, 5, 6), 2U);
     EXPECT_EQ(At<Three>(1, kControls), (Three{4, 5, 6}));
     EXPECT_EQ(At<std::uint64_t>(1, kControlsSeq), 2U);

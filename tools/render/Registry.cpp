@@ -1,6 +1,6 @@
 #include "tools/render/Registry.h"
 
-#include "shm/SlotFields.h"
+#include "shm/Slot.h"
 #include "tools/render/Failure.h"
 
 #include <chrono>

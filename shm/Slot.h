@@ -11,6 +11,9 @@ namespace shm {
 /// Seconds without a sign of life that an instance survives; one more and it counts as dead.
 inline constexpr int kAliveSeconds = 10;
 
+/// A band field that nobody has written.
+inline constexpr TDBand kNoBand{.loHz = 0, .hiHz = 0, .threshDb = 0, .ratio = 0, .enabled = false};
+
 /// Wall clock, whole seconds since the Unix epoch; the unit of RegistrySlot::heartbeat.
 inline std::int64_t Now() { return std::time(nullptr); }
 
@@ -51,19 +54,54 @@ void Revive(RegistrySlot& slot);
 void StoreName(RegistrySlot& slot, const char* name);
 
 /// Copies the name and terminates the copy, even if the slot's name is not.
-void LoadName(const RegistrySlot& slot, char (&name)[kNameBytes]);
+void LoadName(const RegistrySlot& slot, char* name);
+
+/// Frees the slots of instances, other than one, without a sign of life for 11 s.
+void SweepDead(RegistrySegment& segment, std::uint64_t exceptId);
+
+/// Pairs the instance of `slot` with `peerId`, or unpairs it with 0: at most one peer each, and
+/// both sides of a pair point at each other. Former peers of either side are released if they still
+/// pointed back; a third instance that has moved on is left alone. An unknown peerId leaves the
+/// slot pointing at it.
+void LinkSlot(RegistrySegment& segment, RegistrySlot& slot, std::uint64_t slotId,
+              std::uint64_t peerId);
 
 /// Each store writes a whole settings group, steps its counter and returns the new value; each
 /// load copies a group and returns the counter; without a slot (null), as when its lock was not to
 /// be had, it gives no bands, the defaults, and 0. Band counts: stored min(n, 3), also when
-/// negative; loaded at most max and 3, at least 0.
+/// negative; loaded 0 to 3.
 std::uint64_t StoreBands(RegistrySlot& slot, const TDBand* bands, int n);
-std::uint64_t StoreHpLp(RegistrySlot& slot, float hpHz, float lpHz);
-std::uint64_t StoreControls(RegistrySlot& slot, float attackMs, float releaseMs, float makeupDb);
-std::uint64_t LoadBands(const RegistrySlot* slot, TDBand* out, int& count, int max);
-std::uint64_t LoadHpLp(const RegistrySlot* slot, float& hpHz, float& lpHz);
-std::uint64_t LoadControls(const RegistrySlot* slot, float& attackMs, float& releaseMs,
-                           float& makeupDb);
+std::uint64_t StoreHpLp(RegistrySlot& slot, const Filters& filters);
+std::uint64_t StoreControls(RegistrySlot& slot, const Controls& controls);
+std::uint64_t LoadBands(const RegistrySlot* slot, BandSet& out);
+std::uint64_t LoadHpLp(const RegistrySlot* slot, Filters& out);
+std::uint64_t LoadControls(const RegistrySlot* slot, Controls& out);
+
+/// A band list as arrays and count have it: min(n, 3) bands; and back, at most `max` of them.
+BandSet SetOf(const TDBand* bands, int n);
+int CopyBands(const BandSet& set, TDBand* out, int max);
+
+/// The lasting part of a slot, which an instance takes with it when it has to claim another, with
+/// its counters: whoever has recorded those sees no change in a slot that has been restored. The
+/// defaults are those of a slot just claimed.
+struct SlotMemory {
+    std::uint64_t remoteId = 0;
+    Name displayName{};
+    std::int32_t latencySamples = 0;
+    std::uint64_t bandsSeq = 0, hpLpSeq = 0, controlsSeq = 0;
+    Settings settings{.bands = {.bands = {kNoBand, kNoBand, kNoBand}},
+                      .filters = {.hpHz = 0, .lpHz = 0},
+                      .controls = {.attackMs = 0, .releaseMs = 0, .makeupDb = 0}};
+    std::uint8_t bypass = 0, duckSelf = 0;
+};
+
+SlotMemory SaveSlot(const RegistrySlot& slot);
+/// Into a slot that has just been claimed. The pairing comes back unless the peer has dropped it
+/// since; a peer that is not there, as it has still to claim a slot itself, is waited for.
+void RestoreSlot(RegistrySegment& segment, RegistrySlot& slot, const SlotMemory& memory);
+
+/// Nothing to hear: spectrum, meters and gain reduction become zero.
+void Silence(RegistrySlot& slot);
 
 /// Copies min(n, 1024) magnitudes of the published spectrum.
 void LoadAudioBins(const RegistrySlot& slot, float* out, int n);
