@@ -54,24 +54,24 @@ public:
     /// and says how often that was.
     int pumpMainThread();
 
-    [[nodiscard]] const clap_plugin_t* plugin() const { return mPlugin; }
-    [[nodiscard]] HostCallbacks& callbacks() const { return mCallbacks; }
-    [[nodiscard]] bool isActive() const { return mActive; }
-    [[nodiscard]] bool isProcessing() const { return mProcessing; }
+    [[nodiscard]] const clap_plugin_t* plugin() const { return clapPlugin; }
+    [[nodiscard]] HostCallbacks& callbacks() const { return hostCallbacks; }
+    [[nodiscard]] bool isActive() const { return active; }
+    [[nodiscard]] bool isProcessing() const { return processing; }
 
     /// A plug-in extension's table, or null. [any]
     template <typename Table>
     [[nodiscard]] const Table* extension(const char* id) const {
-        return static_cast<const Table*>(mPlugin->get_extension(mPlugin, id));
+        return static_cast<const Table*>(clapPlugin->get_extension(clapPlugin, id));
     }
 
 private:
-    HostCallbacks& mCallbacks;
-    const clap_plugin_t* mPlugin = nullptr;
-    bool mActive = false;
-    bool mProcessing = false;
-    EventList mNoEvents{0, 0};
-    EventList mDroppedOut;
+    HostCallbacks& hostCallbacks;
+    const clap_plugin_t* clapPlugin = nullptr;
+    bool active = false;
+    bool processing = false;
+    EventList noEvents{0, 0};
+    EventList droppedOut;
 };
 
 } // namespace host

@@ -17,7 +17,7 @@ namespace host {
 /// as minimum and maximum. Without the extension: no parameters, no values. [main]
 class Params {
 public:
-    explicit Params(const Instance& instance);
+    explicit Params(const Instance& viewed);
 
     [[nodiscard]] std::uint32_t count() const;
     [[nodiscard]] std::optional<clap_param_info_t> info(std::uint32_t index) const;
@@ -33,8 +33,8 @@ public:
     bool flush(const EventList& in, EventList& out) const;
 
 private:
-    const Instance& mInstance;
-    const clap_plugin_params_t* mTable;
+    const Instance& instance;
+    const clap_plugin_params_t* table;
 };
 
 } // namespace host

@@ -50,8 +50,8 @@ private:
     void setColour(Colour colour);
     void trace(const std::vector<Point>& points);
 
-    cairo_surface_t* mSurface;
-    cairo_t* mCairo;
+    cairo_surface_t* surface;
+    cairo_t* cairo;
 };
 
 } // namespace render

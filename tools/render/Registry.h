@@ -36,10 +36,10 @@ public:
 private:
     [[nodiscard]] std::vector<std::uint64_t> othersNamed(const std::string& name) const;
 
-    shm::RegistryMonitor mMonitor;
-    std::vector<shm::SlotSnapshot> mSlots;
-    std::set<std::uint64_t> mKnown; ///< in the registry before us, then ours as well
-    std::set<std::uint64_t> mOwn;
+    shm::RegistryMonitor monitor;
+    std::vector<shm::SlotSnapshot> slots;
+    std::set<std::uint64_t> known; ///< in the registry before us, then ours as well
+    std::set<std::uint64_t> own;
 };
 
 } // namespace render

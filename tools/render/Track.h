@@ -17,8 +17,8 @@ class Track {
 public:
     Track(const host::Library& library, const TrackOptions& options);
 
-    [[nodiscard]] const AudioFormat& format() const { return mReader.format(); }
-    [[nodiscard]] host::Instance& instance() { return mInstance; }
+    [[nodiscard]] const AudioFormat& format() const { return reader.format(); }
+    [[nodiscard]] host::Instance& instance() { return pluginInstance; }
 
     /// Activates for blocks up to blockSize and starts processing.
     void prepare(std::uint32_t blockSize);
@@ -33,15 +33,15 @@ public:
     /// Closes the output and gives what was recorded.
     [[nodiscard]] TrackTrace finish();
 
-    TrackTrace& trace() { return mTrace; }
+    TrackTrace& trace() { return traced; }
 
 private:
-    host::HostCallbacks mCallbacks;
-    AudioReader mReader;
-    host::Instance mInstance;
-    std::optional<host::AudioBuffers> mBuffers;
-    std::optional<AudioWriter> mWriter;
-    TrackTrace mTrace;
+    host::HostCallbacks callbacks;
+    AudioReader reader;
+    host::Instance pluginInstance;
+    std::optional<host::AudioBuffers> buffers;
+    std::optional<AudioWriter> writer;
+    TrackTrace traced;
 };
 
 } // namespace render
