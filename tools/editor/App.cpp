@@ -1,8 +1,8 @@
 #include "tools/editor/App.h"
 
-#include "tools/render/Failure.h"
-#include "tools/render/Registry.h"
-#include "tools/render/StateFiles.h"
+#include "tools/common/Failure.h"
+#include "tools/common/InstanceSetup.h"
+#include "tools/common/Registry.h"
 
 #include <iostream>
 #include <poll.h>
@@ -31,22 +31,22 @@ public:
         auto track = std::make_unique<Track>(library, feedOf(options, index));
         ids.push_back(registry.identifyNewInstance());
         if (const auto& state = options.tracks[index].loadState)
-            render::loadStateFile(track->instance(), *state, index + 1);
+            tools::loadStateFile(track->instance(), *state, index + 1);
         return track;
     }
 
     void pair() {
         for (const std::uint64_t id : ids)
             if (id == 0)
-                render::fail("the registry has no free slot: close other instances, or use "
-                             "--private");
+                tools::fail("the registry has no free slot: close other instances, or use "
+                            "--private");
         registry.pair(ids[0], ids[1]);
     }
 
 private:
     const Options& options;
     const host::Library& library;
-    render::Registry registry;
+    tools::Registry registry;
     std::vector<std::uint64_t> ids; ///< 0: not in the registry
 };
 
@@ -64,7 +64,7 @@ void App::createTracks() {
     for (std::size_t i = 0; i < options.tracks.size(); ++i) {
         tracks.push_back(maker.make(i));
         if (tracks[i]->feed().sampleRate() != tracks[0]->feed().sampleRate())
-            render::failUsage("the two files differ in sample rate");
+            tools::failUsage("the two files differ in sample rate");
         tracks[i]->start();
     }
     if (options.pair)
@@ -120,7 +120,7 @@ bool App::isOver() const {
 void App::saveStates() const {
     for (std::size_t i = 0; i < tracks.size(); ++i)
         if (const auto& path = options.tracks[i].saveState)
-            render::saveStateFile(tracks[i]->instance(), *path, i + 1);
+            tools::saveStateFile(tracks[i]->instance(), *path, i + 1);
 }
 
 } // namespace editor

@@ -14,7 +14,7 @@
 
 namespace editor {
 
-/// Everything throws render::Failure or host::HostError. What is declared later ends first:
+/// Everything throws tools::Failure or host::HostError. What is declared later ends first:
 /// windows, then sound, then instances. [main]
 class App {
 public:

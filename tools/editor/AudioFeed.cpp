@@ -1,7 +1,7 @@
 #include "tools/editor/AudioFeed.h"
 
+#include "tools/common/AudioFile.h"
 #include "tools/demo/Signals.h"
-#include "tools/render/AudioFile.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -33,7 +33,7 @@ AudioFeed::AudioFeed(std::string name, int sampleRate, std::vector<float> left,
       rightLoop(std::move(right)) {}
 
 AudioFeed AudioFeed::fromFile(const std::filesystem::path& path) {
-    render::AudioReader reader(path);
+    tools::AudioReader reader(path);
     const auto rate = static_cast<std::uint64_t>(reader.format().sampleRate);
     const auto frames =
         static_cast<std::size_t>(std::min(reader.format().frames, kMaxSeconds * rate));

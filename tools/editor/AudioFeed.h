@@ -15,7 +15,7 @@ public:
     /// The channels are of one length, which is not 0.
     AudioFeed(std::string name, int sampleRate, std::vector<float> left, std::vector<float> right);
 
-    /// Reads a mono or stereo file, of a longer one the first ten minutes. Throws render::Failure.
+    /// Reads a mono or stereo file, of a longer one the first ten minutes. Throws tools::Failure.
     [[nodiscard]] static AudioFeed fromFile(const std::filesystem::path& path);
     [[nodiscard]] static AudioFeed kick();
     [[nodiscard]] static AudioFeed bass();

@@ -1,6 +1,6 @@
 #include "tools/editor/EditorWindow.h"
 
-#include "tools/render/Failure.h"
+#include "tools/common/Failure.h"
 
 #include <utility>
 
@@ -27,7 +27,7 @@ EditorWindow::EditorWindow(host::Instance& shown) : instance(shown), gui(shown) 
 EditorWindow::EditorWindow(XServer& server, host::Instance& shown, const Appearance& appearance)
     : EditorWindow(shown) {
     if (!gui.isApiSupported(CLAP_WINDOW_API_X11))
-        render::fail("the plug-in has no X11 editor");
+        tools::fail("the plug-in has no X11 editor");
     listen();
     open(server, appearance);
 }
@@ -48,16 +48,16 @@ void EditorWindow::listen() {
 
 void EditorWindow::open(XServer& server, const Appearance& appearance) {
     if (!gui.create())
-        render::fail("the plug-in refused to create its editor");
+        tools::fail("the plug-in refused to create its editor");
     if (appearance.scale)
         gui.setScale(*appearance.scale);
     const auto size = gui.size();
     if (!size || !isPossible(*size))
-        render::fail("the plug-in's editor has no size");
+        tools::fail("the plug-in's editor has no size");
     followed = *size;
     window.emplace(server, appearance.title, appearance.x, *size, sizeRules(*size));
     if (!gui.setParent(window->id()))
-        render::fail("the plug-in's editor did not open");
+        tools::fail("the plug-in's editor did not open");
     gui.show();
 }
 
@@ -67,8 +67,8 @@ SizeRules EditorWindow::sizeRules(host::GuiSize size) const {
     const auto hints = gui.resizeHints();
     SizeRules rules;
     rules.least = gui.adjustSize({1, 1}).value_or(host::GuiSize{1, 1});
-    rules.most = gui.adjustSize({kMaxPixels, kMaxPixels})
-                     .value_or(host::GuiSize{kMaxPixels, kMaxPixels});
+    rules.most =
+        gui.adjustSize({kMaxPixels, kMaxPixels}).value_or(host::GuiSize{kMaxPixels, kMaxPixels});
     if (hints && hints->preserve_aspect_ratio)
         rules.aspect = {hints->aspect_ratio_width, hints->aspect_ratio_height};
     return rules;

@@ -22,7 +22,7 @@ public:
         int x = 0; ///< left edge, unless a window manager knows better
     };
 
-    /// Throws render::Failure when the plug-in has no X11 editor or does not open it.
+    /// Throws tools::Failure when the plug-in has no X11 editor or does not open it.
     EditorWindow(XServer& server, host::Instance& shown, const Appearance& appearance);
     ~EditorWindow();
     EditorWindow(const EditorWindow&) = delete;

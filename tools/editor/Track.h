@@ -17,13 +17,13 @@ class Track {
 public:
     static constexpr std::uint32_t kMaxBlock = 1024;
 
-    /// Creates and initialises the instance. Throws render::Failure or host::HostError.
+    /// Creates and initialises the instance. Throws tools::Failure or host::HostError.
     Track(const host::Library& library, AudioFeed feed);
 
     [[nodiscard]] host::Instance& instance() { return pluginInstance; }
     [[nodiscard]] const AudioFeed& feed() const { return loop; }
 
-    /// Activates at the feed's rate and starts processing. Throws render::Failure.
+    /// Activates at the feed's rate and starts processing. Throws tools::Failure.
     void start();
     /// The next `frames` samples, at most kMaxBlock, through the plug-in. Its output events are
     /// dropped. [audio]

@@ -1,6 +1,6 @@
 #include "tools/editor/XServer.h"
 
-#include "tools/render/Failure.h"
+#include "tools/common/Failure.h"
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
@@ -17,7 +17,7 @@ int toInt(std::uint32_t pixels) { return static_cast<int>(pixels); }
 
 XServer::XServer() : display(XOpenDisplay(nullptr)) {
     if (display == nullptr)
-        render::fail("cannot reach a display: is DISPLAY set?");
+        tools::fail("cannot reach a display: is DISPLAY set?");
     protocols = XInternAtom(display, "WM_PROTOCOLS", False);
     deleteWindow = XInternAtom(display, "WM_DELETE_WINDOW", False);
     netName = XInternAtom(display, "_NET_WM_NAME", False);

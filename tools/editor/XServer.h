@@ -16,7 +16,7 @@ class TopLevel;
 /// Outlives its windows. [main]
 class XServer {
 public:
-    /// Throws render::Failure when there is no display.
+    /// Throws tools::Failure when there is no display.
     XServer();
     ~XServer();
     XServer(const XServer&) = delete;

@@ -1,11 +1,9 @@
 #include "tools/render/Options.h"
 
-#include "tools/render/Failure.h"
-#include "tools/render/Program.h"
+#include "tools/common/Failure.h"
+#include "tools/common/Program.h"
 
 #include <CLI/CLI.hpp>
-
-#include <charconv>
 
 namespace render {
 namespace {
@@ -111,13 +109,14 @@ void declareGeneralOptions(CLI::App& app, Options& options, RawFlags& raw) {
 ParamSetting parseSetting(const std::string& argument, const std::string& setting) {
     const std::size_t equals = setting.find('=');
     if (equals == 0 || equals == std::string::npos || equals + 1 == setting.size())
-        failUsage("--set " + argument + ": write it as N:NAME=VALUE, for example 2:ThreshLow=-30");
+        tools::failUsage("--set " + argument +
+                         ": write it as N:NAME=VALUE, for example 2:ThreshLow=-30");
     return {setting.substr(0, equals), setting.substr(equals + 1)};
 }
 
 bool parseSwitch(const std::string& argument, const std::string& word) {
     if (word != "on" && word != "off")
-        failUsage("--duck " + argument + ": after the = comes on or off");
+        tools::failUsage("--duck " + argument + ": after the = comes on or off");
     return word == "on";
 }
 
@@ -129,7 +128,7 @@ void applyTrackArguments(Options& options, const RawTrackArguments& raw) {
                                  char separator, auto apply) {
         for (const std::string& argument : arguments) {
             const auto [track, value] =
-                splitTrackArgument(name, argument, separator, options.tracks.size());
+                tools::splitTrackArgument(name, argument, separator, options.tracks.size());
             apply(options.tracks[track], value, argument);
         }
     };
@@ -163,32 +162,17 @@ void applyFlags(Options& options, const RawFlags& raw) {
 
 void checkTogether(const Options& options) {
     if (options.tracks.empty() && !options.listParams)
-        failUsage("no audio file given (--help tells how)");
+        tools::failUsage("no audio file given (--help tells how)");
     if (options.tracks.size() > kMaxTracks)
-        failUsage(std::to_string(options.tracks.size()) + " files given, at most " +
-                  std::to_string(kMaxTracks) + " fit into the registry");
+        tools::failUsage(std::to_string(options.tracks.size()) + " files given, at most " +
+                         std::to_string(kMaxTracks) + " fit into the registry");
     if (!options.pairWith.empty() && options.tracks.size() != 1)
-        failUsage("--pair-with takes exactly one audio file");
+        tools::failUsage("--pair-with takes exactly one audio file");
     if (!options.pairWith.empty() && options.privateRegistry)
-        failUsage("--pair-with needs the common registry: leave out --private");
+        tools::failUsage("--pair-with needs the common registry: leave out --private");
 }
 
 } // namespace
-
-std::pair<std::size_t, std::string> splitTrackArgument(std::string_view option,
-                                                       const std::string& argument, char separator,
-                                                       std::size_t trackCount) {
-    const std::string where = std::string(option) + " " + argument + ": ";
-    std::size_t number = 0;
-    const char* const end = argument.data() + argument.size();
-    const auto [rest, error] = std::from_chars(argument.data(), end, number);
-    if (error != std::errc{} || rest == end || *rest != separator || rest + 1 == end)
-        failUsage(where + "begins with a track number and '" + separator + "', then a value");
-    if (number < 1 || number > trackCount)
-        failUsage(where + "there is no track " + std::to_string(number) + ", only " +
-                  std::to_string(trackCount));
-    return {number - 1, std::string(rest + 1, end)};
-}
 
 std::optional<Options> parseOptions(int argc, const char* const* argv) {
     Options options;
@@ -198,7 +182,7 @@ std::optional<Options> parseOptions(int argc, const char* const* argv) {
     app.footer(kFooter);
     declareTrackOptions(app, rawTracks);
     declareGeneralOptions(app, options, rawFlags);
-    if (!parseCommandLine(app, argc, argv))
+    if (!tools::parseCommandLine(app, argc, argv))
         return std::nullopt;
     applyTrackArguments(options, rawTracks);
     applyFlags(options, rawFlags);

@@ -1,6 +1,6 @@
 #include "tools/render/Painter.h"
 
-#include "tools/render/Failure.h"
+#include "tools/common/Failure.h"
 
 namespace render {
 
@@ -70,7 +70,8 @@ double Painter::textWidth(const std::string& text, double size, bool bold) {
 void Painter::save(const std::filesystem::path& path) {
     const cairo_status_t status = cairo_surface_write_to_png(surface, path.c_str());
     if (status != CAIRO_STATUS_SUCCESS)
-        fail(path.string() + ": cannot write the picture (" + cairo_status_to_string(status) + ")");
+        tools::fail(path.string() + ": cannot write the picture (" +
+                    cairo_status_to_string(status) + ")");
 }
 
 void Painter::setFont(double size, bool bold) {

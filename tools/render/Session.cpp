@@ -1,12 +1,12 @@
 #include "tools/render/Session.h"
 
 #include "host/Params.h"
-#include "tools/render/Failure.h"
+#include "tools/common/Failure.h"
+#include "tools/common/InstanceSetup.h"
+#include "tools/common/Program.h"
+#include "tools/common/Registry.h"
 #include "tools/render/OutputPaths.h"
 #include "tools/render/ParamSettings.h"
-#include "tools/render/PluginPath.h"
-#include "tools/render/Registry.h"
-#include "tools/render/StateFiles.h"
 #include "tools/render/Track.h"
 
 #include <algorithm>
@@ -22,7 +22,8 @@ using Clock = std::chrono::steady_clock;
 class Session {
 public:
     explicit Session(const Options& given)
-        : options(given), outputs(resolveOutputs(given)), library(findPlugin(given.plugin)) {}
+        : options(given), outputs(resolveOutputs(given)), library(tools::findPlugin(given.plugin)) {
+    }
 
     RenderResult run(const ProgressSink& progress) {
         createTracks();
@@ -57,7 +58,7 @@ private:
     const Options& options;
     std::vector<std::filesystem::path> outputs;
     host::Library library;
-    Registry registry;
+    tools::Registry registry;
     std::vector<std::unique_ptr<Track>> tracks;
     std::vector<std::uint64_t> ids; ///< registry ids, as the tracks
     double audioSeconds = 0.0;
@@ -76,8 +77,8 @@ void Session::createTracks() {
 void Session::identify(std::size_t index) {
     const std::uint64_t id = registry.identifyNewInstance();
     if (id == 0)
-        fail("the registry has no free slot for track " + std::to_string(index + 1) +
-             ": close other instances, or use --private");
+        tools::fail("the registry has no free slot for track " + std::to_string(index + 1) +
+                    ": close other instances, or use --private");
     ids.push_back(id);
 }
 
@@ -86,7 +87,7 @@ void Session::setUp(std::size_t index) {
     const TrackOptions& wanted = options.tracks[index];
     host::Instance& instance = tracks[index]->instance();
     if (wanted.loadState)
-        loadStateFile(instance, *wanted.loadState, index + 1);
+        tools::loadStateFile(instance, *wanted.loadState, index + 1);
     if (wanted.displayName || !wanted.loadState)
         registry.rename(ids[index], wanted.displayName.value_or(fileName(wanted)));
     if (wanted.duckSelf)
@@ -105,13 +106,13 @@ void Session::traceSetup(std::size_t index) {
 }
 
 void Session::checkSampleRates() const {
-    const AudioFormat& first = tracks.front()->format();
+    const tools::AudioFormat& first = tracks.front()->format();
     for (std::size_t i = 1; i < tracks.size(); ++i)
         if (tracks[i]->format().sampleRate != first.sampleRate)
-            failUsage("sample rates differ: " + options.tracks[0].input.string() + " has " +
-                      std::to_string(first.sampleRate) + " Hz, " +
-                      options.tracks[i].input.string() + " has " +
-                      std::to_string(tracks[i]->format().sampleRate) + " Hz");
+            tools::failUsage("sample rates differ: " + options.tracks[0].input.string() + " has " +
+                             std::to_string(first.sampleRate) + " Hz, " +
+                             options.tracks[i].input.string() + " has " +
+                             std::to_string(tracks[i]->format().sampleRate) + " Hz");
 }
 
 void Session::prepareTracks() {
@@ -140,7 +141,7 @@ void Session::pairTwo(std::size_t a, std::size_t b) {
 const shm::SlotSnapshot& Session::slotOf(std::size_t index) const {
     const shm::SlotSnapshot* slot = registry.slot(ids[index]);
     if (slot == nullptr)
-        fail("track " + std::to_string(index + 1) + " has lost its slot in the registry");
+        tools::fail("track " + std::to_string(index + 1) + " has lost its slot in the registry");
     return *slot;
 }
 
@@ -148,7 +149,7 @@ const shm::SlotSnapshot& Session::slotOf(std::size_t index) const {
 std::uint64_t Session::latencyOf(std::size_t index) const {
     const std::int32_t latency = slotOf(index).latencySamples;
     if (latency <= 0)
-        fail("track " + std::to_string(index + 1) + " has published no latency");
+        tools::fail("track " + std::to_string(index + 1) + " has published no latency");
     return static_cast<std::uint64_t>(latency);
 }
 
@@ -198,7 +199,7 @@ void Session::processBlock(std::uint32_t frames) {
 void Session::saveStates() const {
     for (std::size_t i = 0; i < tracks.size(); ++i)
         if (const auto& path = options.tracks[i].saveState)
-            saveStateFile(tracks[i]->instance(), *path, i + 1);
+            tools::saveStateFile(tracks[i]->instance(), *path, i + 1);
 }
 
 RenderResult Session::collect() {
@@ -218,20 +219,19 @@ RenderResult renderSession(const Options& options, const ProgressSink& progress)
     try {
         return Session(options).run(progress);
     } catch (const host::HostError& error) {
-        fail(error.what());
+        tools::fail(error.what());
     }
 }
 
 std::string listParams(const Options& options) {
     try {
-        const host::Library library(findPlugin(options.plugin));
+        const host::Library library(tools::findPlugin(options.plugin));
         host::HostCallbacks callbacks;
         host::Instance instance(library, callbacks);
-        if (!instance.init())
-            fail("the plug-in refused to initialise");
+        tools::initialise(instance);
         return describeParams(host::Params(instance));
     } catch (const host::HostError& error) {
-        fail(error.what());
+        tools::fail(error.what());
     }
 }
 

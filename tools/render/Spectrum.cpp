@@ -1,7 +1,7 @@
 #include "tools/render/Spectrum.h"
 
 #include "dsp/fft.h"
-#include "tools/render/AudioFile.h"
+#include "tools/common/AudioFile.h"
 
 #include <algorithm>
 #include <array>
@@ -42,7 +42,7 @@ void addPower(const Frame& frame, const Frame& window, std::vector<double>& powe
 }
 
 /// Reads one hop as a mono mix into the second half of the frame, after moving that forward.
-void advance(AudioReader& reader, Frame& frame) {
+void advance(tools::AudioReader& reader, Frame& frame) {
     std::array<double, kHop> left{};
     std::array<double, kHop> right{};
     reader.read(left, right);
@@ -51,7 +51,7 @@ void advance(AudioReader& reader, Frame& frame) {
         frame[kHop + i] = static_cast<float>((left[i] + right[i]) / 2.0);
 }
 
-void skip(AudioReader& reader, std::uint64_t frames) {
+void skip(tools::AudioReader& reader, std::uint64_t frames) {
     std::vector<double> left(static_cast<std::size_t>(frames));
     std::vector<double> right(left.size());
     reader.read(left, right);
@@ -78,7 +78,7 @@ double Spectrum::levelDb(double hz) const {
 Spectrum averageSpectrum(const std::filesystem::path& path, std::uint64_t firstFrame,
                          std::uint64_t frames, const FrameFilter& counts) {
     dsp::fft::initTables();
-    AudioReader reader(path);
+    tools::AudioReader reader(path);
     const double rate = reader.format().sampleRate;
     Spectrum spectrum{rate / static_cast<double>(kSize), std::vector<double>(kSize / 2)};
     const Frame window = hannWindow();

@@ -1,7 +1,7 @@
 #include "tools/render/Track.h"
 
-#include "host/Extensions.h"
-#include "tools/render/Failure.h"
+#include "tools/common/Failure.h"
+#include "tools/common/InstanceSetup.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,27 +22,20 @@ float peakOf(std::span<const double> left, std::span<const double> right) {
 
 Track::Track(const host::Library& library, const TrackOptions& options)
     : reader(options.input), pluginInstance(library, callbacks) {
-    if (!pluginInstance.init())
-        fail("the plug-in refused to initialise");
+    tools::initialise(pluginInstance);
     traced.inputPath = options.input;
     traced.frames = format().frames;
 }
 
 void Track::prepare(std::uint32_t blockSize) {
-    const auto inputs = host::portSpecs(pluginInstance, true);
-    const auto outputs = host::portSpecs(pluginInstance, false);
-    if (inputs.empty() || outputs.empty() || inputs[0].channels != 2 || outputs[0].channels != 2)
-        fail("the plug-in has no stereo input and output");
-    buffers.emplace(inputs, outputs, blockSize);
-    if (!pluginInstance.activate(format().sampleRate, 1, blockSize) ||
-        !pluginInstance.startProcessing())
-        fail("the plug-in refused to process at " + std::to_string(format().sampleRate) + " Hz");
+    tools::start(pluginInstance, buffers, format().sampleRate, blockSize,
+                 host::SampleFormat::Float64);
 }
 
 void Track::openOutput(const std::filesystem::path& path, std::uint64_t delayFrames,
                        bool keepDelay) {
-    const Cut whole{0, format().frames + delayFrames};
-    const Cut aligned{delayFrames, format().frames};
+    const tools::Cut whole{0, format().frames + delayFrames};
+    const tools::Cut aligned{delayFrames, format().frames};
     writer.emplace(path, format(), traced.inputPath, keepDelay ? whole : aligned);
     traced.outputPath = path;
     traced.outputOffset = keepDelay ? delayFrames : 0;
@@ -56,7 +49,7 @@ void Track::process(std::uint32_t frames) {
     reader.read(left, right);
     traced.blocks.push_back({{}, peakOf(left, right)});
     if (pluginInstance.process(*buffers, frames) == CLAP_PROCESS_ERROR)
-        fail("the plug-in failed while processing " + traced.inputPath.string());
+        tools::fail("the plug-in failed while processing " + traced.inputPath.string());
     pluginInstance.pumpMainThread();
     writer->write(out.channel64(0).first(frames), out.channel64(1).first(frames));
 }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "host/Instance.h"
-#include "tools/render/AudioFile.h"
+#include "tools/common/AudioFile.h"
 #include "tools/render/Options.h"
 #include "tools/render/Trace.h"
 
@@ -12,12 +12,12 @@
 namespace render {
 
 /// Owns instance, reader and writer. In order: construct, prepare, openOutput, process..., finish.
-/// All throw Failure. One thread plays main and audio thread. [main]
+/// All throw tools::Failure. One thread plays main and audio thread. [main]
 class Track {
 public:
     Track(const host::Library& library, const TrackOptions& options);
 
-    [[nodiscard]] const AudioFormat& format() const { return reader.format(); }
+    [[nodiscard]] const tools::AudioFormat& format() const { return reader.format(); }
     [[nodiscard]] host::Instance& instance() { return pluginInstance; }
 
     /// Activates for blocks up to blockSize and starts processing.
@@ -37,10 +37,10 @@ public:
 
 private:
     host::HostCallbacks callbacks;
-    AudioReader reader;
+    tools::AudioReader reader;
     host::Instance pluginInstance;
     std::optional<host::AudioBuffers> buffers;
-    std::optional<AudioWriter> writer;
+    std::optional<tools::AudioWriter> writer;
     TrackTrace traced;
 };
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace render {
+namespace tools {
 
 /// Finds the slots of the instances that this process creates, sets them up and reads them. Made
 /// before the first instance; all instances are created one after another. [main]
@@ -42,4 +42,4 @@ private:
     std::set<std::uint64_t> own;
 };
 
-} // namespace render
+} // namespace tools

@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace render {
+namespace tools {
 
 /// Exit codes, as --help states them.
 enum class ExitCode : int { Ok = 0, Usage = 1, Failed = 2 };
@@ -29,4 +29,4 @@ private:
     throw Failure(ExitCode::Failed, message);
 }
 
-} // namespace render
+} // namespace tools

@@ -1,13 +1,13 @@
-#include "tools/render/AudioFile.h"
+#include "tools/common/AudioFile.h"
 
-#include "tools/render/Failure.h"
+#include "tools/common/Failure.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <string>
 
-namespace render {
+namespace tools {
 namespace {
 
 constexpr double kVorbisQuality = 0.7;
@@ -129,4 +129,4 @@ void AudioWriter::finish() {
         fail(target.string() + ": cannot finish writing");
 }
 
-} // namespace render
+} // namespace tools

@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-namespace render {
+namespace tools {
 
 struct AudioFormat {
     int sampleRate = 0;
@@ -72,4 +72,4 @@ private:
 [[nodiscard]] int outputFormat(const std::filesystem::path& path, const AudioFormat& source,
                                const std::filesystem::path& sourcePath);
 
-} // namespace render
+} // namespace tools

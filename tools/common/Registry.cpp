@@ -1,14 +1,14 @@
-#include "tools/render/Registry.h"
+#include "tools/common/Registry.h"
 
 #include "shm/SlotFields.h"
-#include "tools/render/Failure.h"
+#include "tools/common/Failure.h"
 
 #include <chrono>
 #include <ctime>
 #include <thread>
 #include <unistd.h>
 
-namespace render {
+namespace tools {
 namespace {
 
 constexpr auto kPollInterval = std::chrono::milliseconds(10);
@@ -93,4 +93,4 @@ const shm::SlotSnapshot* Registry::slot(std::uint64_t id) const {
     return nullptr;
 }
 
-} // namespace render
+} // namespace tools
