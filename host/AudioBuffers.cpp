@@ -93,7 +93,7 @@ clap_audio_buffer_t PortBuffer::record() {
 AudioBuffers::AudioBuffers(const std::vector<PortSpec>& inputSpecs,
                            const std::vector<PortSpec>& outputSpecs, std::uint32_t maxFrames)
     : inputs(makePorts(inputSpecs, maxFrames)), outputs(makePorts(outputSpecs, maxFrames)) {
-    restoreRecords();
+    makeRecords();
 }
 
 AudioBuffers::AudioBuffers(std::uint32_t maxFrames, SampleFormat format)
@@ -101,10 +101,10 @@ AudioBuffers::AudioBuffers(std::uint32_t maxFrames, SampleFormat format)
 
 void AudioBuffers::makeInPlace(std::uint32_t inputPort, std::uint32_t outputPort) {
     output(outputPort).shareMemoryOf(input(inputPort));
-    restoreRecords();
+    makeRecords();
 }
 
-void AudioBuffers::restoreRecords() {
+void AudioBuffers::makeRecords() {
     recordsIn = recordsOf(inputs);
     recordsOut = recordsOf(outputs);
 }

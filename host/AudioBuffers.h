@@ -22,8 +22,6 @@ class PortBuffer {
 public:
     PortBuffer(PortSpec spec, std::uint32_t maxFrames);
 
-    [[nodiscard]] const PortSpec& spec() const { return portSpec; }
-    [[nodiscard]] std::uint32_t maxFrames() const { return length; }
     /// All maxFrames samples of a channel. The format must be the port's.
     [[nodiscard]] std::span<float> channel32(std::uint32_t channel);
     [[nodiscard]] std::span<double> channel64(std::uint32_t channel);
@@ -64,12 +62,13 @@ public:
     void makeInPlace(std::uint32_t inputPort = 0, std::uint32_t outputPort = 0);
 
     /// The CLAP records, one a port; a test may break them on purpose before a call (counts,
-    /// pointers, masks). restoreRecords() mends them.
+    /// pointers, masks).
     [[nodiscard]] std::vector<clap_audio_buffer_t>& inputRecords() { return recordsIn; }
     [[nodiscard]] std::vector<clap_audio_buffer_t>& outputRecords() { return recordsOut; }
-    void restoreRecords();
 
 private:
+    void makeRecords();
+
     std::vector<PortBuffer> inputs;
     std::vector<PortBuffer> outputs;
     std::vector<clap_audio_buffer_t> recordsIn;

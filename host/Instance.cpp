@@ -68,11 +68,10 @@ void Instance::reset() {
 }
 
 clap_process_status Instance::process(AudioBuffers& audio, std::uint32_t frames,
-                                      const EventList& in, EventList& out, ProcessTime time) {
+                                      const EventList& in, EventList& out) {
     clap_process_t block{};
-    block.steady_time = time.steadyTime;
+    block.steady_time = -1;
     block.frames_count = frames;
-    block.transport = time.transport;
     block.audio_inputs = audio.inputRecords().data();
     block.audio_outputs = audio.outputRecords().data();
     block.audio_inputs_count = static_cast<std::uint32_t>(audio.inputRecords().size());

@@ -9,22 +9,14 @@ namespace host {
 Params::Params(const Instance& viewed)
     : instance(viewed), table(viewed.extension<clap_plugin_params_t>(CLAP_EXT_PARAMS)) {}
 
-std::uint32_t Params::count() const {
-    return table == nullptr ? 0 : table->count(instance.plugin());
-}
-
-std::optional<clap_param_info_t> Params::info(std::uint32_t index) const {
-    clap_param_info_t info{};
-    if (table == nullptr || !table->get_info(instance.plugin(), index, &info))
-        return std::nullopt;
-    return info;
-}
-
 std::vector<clap_param_info_t> Params::infos() const {
     std::vector<clap_param_info_t> infos;
-    for (std::uint32_t index = 0; index < count(); ++index)
-        if (const auto entry = info(index))
-            infos.push_back(*entry);
+    const std::uint32_t count = table == nullptr ? 0 : table->count(instance.plugin());
+    for (std::uint32_t index = 0; index < count; ++index) {
+        clap_param_info_t info{};
+        if (table->get_info(instance.plugin(), index, &info))
+            infos.push_back(info);
+    }
     return infos;
 }
 

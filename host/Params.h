@@ -19,8 +19,6 @@ class Params {
 public:
     explicit Params(const Instance& viewed);
 
-    [[nodiscard]] std::uint32_t count() const;
-    [[nodiscard]] std::optional<clap_param_info_t> info(std::uint32_t index) const;
     [[nodiscard]] std::vector<clap_param_info_t> infos() const;
     [[nodiscard]] std::optional<clap_param_info_t> find(std::string_view name) const;
 

@@ -42,6 +42,21 @@ bool holdsOvershoot(int format) {
     return subtype == SF_FORMAT_FLOAT || subtype == SF_FORMAT_DOUBLE || subtype == SF_FORMAT_VORBIS;
 }
 
+/// libsndfile's format word for an output; throws Failure (Usage) for an unknown ending.
+int outputFormat(const std::filesystem::path& path, const AudioFormat& source,
+                 const std::filesystem::path& sourcePath) {
+    const std::string extension = lowerExtension(path);
+    if (extension == lowerExtension(sourcePath) && canWrite(source.container, source))
+        return source.container;
+    const int container = containerFor(extension);
+    if (container == 0)
+        failUsage(path.string() + ": cannot write this kind of file, only .wav, .flac and .ogg");
+    if (container == SF_FORMAT_OGG)
+        return SF_FORMAT_OGG | SF_FORMAT_VORBIS;
+    const int sameDepth = container | (source.container & SF_FORMAT_SUBMASK);
+    return canWrite(sameDepth, source) ? sameDepth : container | SF_FORMAT_PCM_24;
+}
+
 } // namespace
 
 void SoundFileCloser::operator()(SNDFILE* file) const { sf_close(file); }
@@ -70,20 +85,6 @@ void AudioReader::read(std::span<double> left, std::span<double> right) {
         left[i] = interleaved[i * channels];
         right[i] = interleaved[i * channels + channels - 1];
     }
-}
-
-int outputFormat(const std::filesystem::path& path, const AudioFormat& source,
-                 const std::filesystem::path& sourcePath) {
-    const std::string extension = lowerExtension(path);
-    if (extension == lowerExtension(sourcePath) && canWrite(source.container, source))
-        return source.container;
-    const int container = containerFor(extension);
-    if (container == 0)
-        failUsage(path.string() + ": cannot write this kind of file, only .wav, .flac and .ogg");
-    if (container == SF_FORMAT_OGG)
-        return SF_FORMAT_OGG | SF_FORMAT_VORBIS;
-    const int sameDepth = container | (source.container & SF_FORMAT_SUBMASK);
-    return canWrite(sameDepth, source) ? sameDepth : container | SF_FORMAT_PCM_24;
 }
 
 AudioWriter::AudioWriter(const std::filesystem::path& path, const AudioFormat& source,

@@ -68,8 +68,4 @@ private:
     std::vector<double> interleaved;
 };
 
-/// libsndfile's format word for an output; throws Failure (Usage) for an unknown ending.
-[[nodiscard]] int outputFormat(const std::filesystem::path& path, const AudioFormat& source,
-                               const std::filesystem::path& sourcePath);
-
 } // namespace tools

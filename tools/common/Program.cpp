@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
-#include <vector>
 
 namespace tools {
 namespace fs = std::filesystem;
@@ -50,6 +49,11 @@ bool parseCommandLine(CLI::App& app, int argc, const char* const* argv) {
         failUsage(error.what());
     }
     return false;
+}
+
+void addTrackOption(CLI::App& app, const char* name, std::vector<std::string>& arguments,
+                    const char* form, const char* text) {
+    app.add_option(name, arguments, text)->type_name(form)->expected(1)->take_all();
 }
 
 std::pair<std::size_t, std::string> splitTrackArgument(std::string_view option,

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -18,6 +19,10 @@ namespace tools {
 /// Takes the command line, with --version among the options. False when help or version was all
 /// that the user wanted: it is printed. Throws Failure (Usage).
 [[nodiscard]] bool parseCommandLine(CLI::App& app, int argc, const char* const* argv);
+
+/// Declares an option that names a track, as splitTrackArgument takes it; may be repeated.
+void addTrackOption(CLI::App& app, const char* name, std::vector<std::string>& arguments,
+                    const char* form, const char* text);
 
 /// Splits "N:rest" and returns N − 1 with the rest. Throws Failure (Usage) that names `option`
 /// when there is no number, no colon or no such track.

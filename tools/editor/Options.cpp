@@ -40,14 +40,10 @@ struct RawArguments {
 void declareTrackOptions(CLI::App& app, RawArguments& raw) {
     app.add_option("FILE", raw.files, "One or two audio files");
     app.add_flag("--one", raw.one, "Without a file: the bass alone");
-    app.add_option("--load-state", raw.loads, "Give track N a saved state first")
-        ->type_name("N:FILE")
-        ->expected(1)
-        ->take_all();
-    app.add_option("--save-state", raw.saves, "Save the state of track N at the end")
-        ->type_name("N:FILE")
-        ->expected(1)
-        ->take_all();
+    tools::addTrackOption(app, "--load-state", raw.loads, "N:FILE",
+                          "Give track N a saved state first");
+    tools::addTrackOption(app, "--save-state", raw.saves, "N:FILE",
+                          "Save the state of track N at the end");
 }
 
 void declareGeneralOptions(CLI::App& app, Options& options, RawArguments& raw) {

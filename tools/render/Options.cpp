@@ -44,35 +44,20 @@ struct RawFlags {
 
 void declareTrackOptions(CLI::App& app, RawTrackArguments& raw) {
     app.add_option("FILE", raw.inputs, "Audio files, up to 16, all of one sample rate");
-    app.add_option("--set", raw.sets, "Set a parameter of track N, in its own unit; repeatable")
-        ->type_name("N:NAME=VALUE")
-        ->expected(1)
-        ->take_all();
-    app.add_option("--duck", raw.ducks, "Whether track N gives way to its partner (on at first)")
-        ->type_name("N=on|off")
-        ->expected(1)
-        ->take_all();
-    app.add_option("--name", raw.names,
-                   "Name of track N in the registry (else its state's or its file's)")
-        ->type_name("N:NAME")
-        ->expected(1)
-        ->take_all();
-    app.add_option("--load-state", raw.loads,
-                   "Give track N a saved state first; --set, --duck and --name go on top")
-        ->type_name("N:FILE")
-        ->expected(1)
-        ->take_all();
-    app.add_option(
-           "--save-state", raw.saves,
-           "Save the state of track N after rendering; the name in it is the plug-in's own, not "
-           "--name")
-        ->type_name("N:FILE")
-        ->expected(1)
-        ->take_all();
-    app.add_option("--out", raw.outputs, "Output file of track N; its ending picks the format")
-        ->type_name("N:FILE")
-        ->expected(1)
-        ->take_all();
+    tools::addTrackOption(app, "--set", raw.sets, "N:NAME=VALUE",
+                          "Set a parameter of track N, in its own unit; repeatable");
+    tools::addTrackOption(app, "--duck", raw.ducks, "N=on|off",
+                          "Whether track N gives way to its partner (on at first)");
+    tools::addTrackOption(app, "--name", raw.names, "N:NAME",
+                          "Name of track N in the registry (else its state's or its file's)");
+    tools::addTrackOption(app, "--load-state", raw.loads, "N:FILE",
+                          "Give track N a saved state first; --set, --duck and --name go on top");
+    tools::addTrackOption(
+        app, "--save-state", raw.saves, "N:FILE",
+        "Save the state of track N after rendering; the name in it is the plug-in's own, not "
+        "--name");
+    tools::addTrackOption(app, "--out", raw.outputs, "N:FILE",
+                          "Output file of track N; its ending picks the format");
 }
 
 void declareGeneralOptions(CLI::App& app, Options& options, RawFlags& raw) {

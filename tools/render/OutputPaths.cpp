@@ -13,6 +13,15 @@ fs::path outputOf(const Options& options, const TrackOptions& track) {
     return folder / (track.input.stem().string() + "-ducked" + track.input.extension().string());
 }
 
+/// Whether both paths lead to the same file, existing or to be created.
+bool isSameFile(const fs::path& a, const fs::path& b) {
+    std::error_code error;
+    if (fs::equivalent(a, b, error) && !error)
+        return true;
+    // equivalent() knows existing files only; canonical names settle the rest.
+    return fs::weakly_canonical(a, error) == fs::weakly_canonical(b, error);
+}
+
 void refuseInput(const fs::path& input, const fs::path& output) {
     if (isSameFile(input, output))
         tools::failUsage(output.string() + ": would overwrite the input " + input.string());
@@ -43,14 +52,6 @@ void createFolder(const fs::path& folder) {
 }
 
 } // namespace
-
-bool isSameFile(const fs::path& a, const fs::path& b) {
-    std::error_code error;
-    if (fs::equivalent(a, b, error) && !error)
-        return true;
-    // equivalent() knows existing files only; canonical names settle the rest.
-    return fs::weakly_canonical(a, error) == fs::weakly_canonical(b, error);
-}
 
 std::vector<fs::path> resolveOutputs(const Options& options) {
     if (options.outputFolder)

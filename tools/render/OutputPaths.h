@@ -14,7 +14,4 @@ namespace render {
 /// hard link), or two of them are the same file. An older output is overwritten.
 [[nodiscard]] std::vector<std::filesystem::path> resolveOutputs(const Options& options);
 
-/// Whether both paths lead to the same file, existing or to be created.
-[[nodiscard]] bool isSameFile(const std::filesystem::path& a, const std::filesystem::path& b);
-
 } // namespace render

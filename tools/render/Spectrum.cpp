@@ -57,13 +57,14 @@ void skip(tools::AudioReader& reader, std::uint64_t frames) {
     reader.read(left, right);
 }
 
-} // namespace
-
-double Spectrum::powerAt(double position) const {
+/// Interpolated between bins.
+double powerAt(const std::vector<double>& power, double position) {
     const double held = std::clamp(position, 1.0, static_cast<double>(power.size()) - 2.0);
     const auto below = static_cast<std::size_t>(held);
     return std::lerp(power[below], power[below + 1], held - static_cast<double>(below));
 }
+
+} // namespace
 
 double Spectrum::levelDb(double hz) const {
     const double from = hz / kHalfWidth / binHz;
@@ -71,7 +72,7 @@ double Spectrum::levelDb(double hz) const {
     const int steps = 8 + static_cast<int>(2.0 * width);
     double mean = 0.0;
     for (int i = 0; i <= steps; ++i)
-        mean += powerAt(from + width * i / steps) / (steps + 1);
+        mean += powerAt(power, from + width * i / steps) / (steps + 1);
     return 10.0 * std::log10(std::max(mean, kFloorPower));
 }
 

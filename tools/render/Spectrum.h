@@ -15,9 +15,6 @@ struct Spectrum {
 
     /// Level of the twelfth of an octave around hz, dB, floored at −160.
     [[nodiscard]] double levelDb(double hz) const;
-
-    /// Interpolated between bins.
-    [[nodiscard]] double powerAt(double position) const;
 };
 
 /// Whether the analysis frame around this time, in seconds of the input, counts.
