@@ -32,68 +32,68 @@ std::vector<clap_audio_buffer_t> recordsOf(std::vector<PortBuffer>& ports) {
 
 } // namespace
 
-PortBuffer::PortBuffer(PortSpec spec, std::uint32_t maxFrames)
-    : mSpec(spec), mMaxFrames(maxFrames) {
+PortBuffer::PortBuffer(PortSpec spec, std::uint32_t maxFrames) : portSpec(spec), length(maxFrames) {
     const std::size_t samples = std::size_t{spec.channels} * maxFrames;
     if (spec.format == SampleFormat::Float32)
-        mSamples32.resize(samples);
+        samples32.resize(samples);
     else
-        mSamples64.resize(samples);
-    mChannels32 = channelPointers(mSamples32, maxFrames);
-    mChannels64 = channelPointers(mSamples64, maxFrames);
+        samples64.resize(samples);
+    channels32 = channelPointers(samples32, maxFrames);
+    channels64 = channelPointers(samples64, maxFrames);
 }
 
 std::span<float> PortBuffer::channel32(std::uint32_t channel) {
-    return {mChannels32.at(channel), mMaxFrames};
+    return {channels32.at(channel), length};
 }
 
 std::span<double> PortBuffer::channel64(std::uint32_t channel) {
-    return {mChannels64.at(channel), mMaxFrames};
+    return {channels64.at(channel), length};
 }
 
 void PortBuffer::set(std::uint32_t channel, std::uint32_t frame, double value) {
-    assert(frame < mMaxFrames);
-    if (mSpec.format == SampleFormat::Float32)
-        mChannels32.at(channel)[frame] = static_cast<float>(value);
+    assert(frame < length);
+    if (portSpec.format == SampleFormat::Float32)
+        channels32.at(channel)[frame] = static_cast<float>(value);
     else
-        mChannels64.at(channel)[frame] = value;
+        channels64.at(channel)[frame] = value;
 }
 
 double PortBuffer::get(std::uint32_t channel, std::uint32_t frame) const {
-    assert(frame < mMaxFrames);
-    if (mSpec.format == SampleFormat::Float32)
-        return static_cast<double>(mChannels32.at(channel)[frame]);
-    return mChannels64.at(channel)[frame];
+    assert(frame < length);
+    if (portSpec.format == SampleFormat::Float32)
+        return static_cast<double>(channels32.at(channel)[frame]);
+    return channels64.at(channel)[frame];
 }
 
 void PortBuffer::fill(double value) {
-    for (float* channel : mChannels32)
-        std::fill_n(channel, mMaxFrames, static_cast<float>(value));
-    for (double* channel : mChannels64)
-        std::fill_n(channel, mMaxFrames, value);
+    for (float* channel : channels32)
+        std::fill_n(channel, length, static_cast<float>(value));
+    for (double* channel : channels64)
+        std::fill_n(channel, length, value);
 }
 
 void PortBuffer::shareMemoryOf(PortBuffer& other) {
-    assert(other.mSpec.channels == mSpec.channels && other.mSpec.format == mSpec.format);
-    assert(other.mMaxFrames == mMaxFrames);
-    mChannels32 = other.mChannels32;
-    mChannels64 = other.mChannels64;
+    assert(other.portSpec.channels == portSpec.channels &&
+           other.portSpec.format == portSpec.format);
+    assert(other.length == length);
+    channels32 = other.channels32;
+    channels64 = other.channels64;
 }
 
 clap_audio_buffer_t PortBuffer::record() {
     clap_audio_buffer_t record{};
-    record.channel_count = mSpec.channels;
-    if (mSpec.format == SampleFormat::Float32)
-        record.data32 = mChannels32.data();
+    record.channel_count = portSpec.channels;
+    if (portSpec.format == SampleFormat::Float32)
+        record.data32 = channels32.data();
     else
-        record.data64 = mChannels64.data();
+        record.data64 = channels64.data();
     return record;
 }
 
-AudioBuffers::AudioBuffers(const std::vector<PortSpec>& inputs,
-                           const std::vector<PortSpec>& outputs, std::uint32_t maxFrames)
-    : mInputs(makePorts(inputs, maxFrames)), mOutputs(makePorts(outputs, maxFrames)) {
-    restoreRecords();
+AudioBuffers::AudioBuffers(const std::vector<PortSpec>& inputSpecs,
+                           const std::vector<PortSpec>& outputSpecs, std::uint32_t maxFrames)
+    : inputs(makePorts(inputSpecs, maxFrames)), outputs(makePorts(outputSpecs, maxFrames)) {
+    makeRecords();
 }
 
 AudioBuffers::AudioBuffers(std::uint32_t maxFrames, SampleFormat format)
@@ -101,12 +101,12 @@ AudioBuffers::AudioBuffers(std::uint32_t maxFrames, SampleFormat format)
 
 void AudioBuffers::makeInPlace(std::uint32_t inputPort, std::uint32_t outputPort) {
     output(outputPort).shareMemoryOf(input(inputPort));
-    restoreRecords();
+    makeRecords();
 }
 
-void AudioBuffers::restoreRecords() {
-    mInputRecords = recordsOf(mInputs);
-    mOutputRecords = recordsOf(mOutputs);
+void AudioBuffers::makeRecords() {
+    recordsIn = recordsOf(inputs);
+    recordsOut = recordsOf(outputs);
 }
 
 } // namespace host

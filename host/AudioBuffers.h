@@ -22,8 +22,6 @@ class PortBuffer {
 public:
     PortBuffer(PortSpec spec, std::uint32_t maxFrames);
 
-    [[nodiscard]] const PortSpec& spec() const { return mSpec; }
-    [[nodiscard]] std::uint32_t maxFrames() const { return mMaxFrames; }
     /// All maxFrames samples of a channel. The format must be the port's.
     [[nodiscard]] std::span<float> channel32(std::uint32_t channel);
     [[nodiscard]] std::span<double> channel64(std::uint32_t channel);
@@ -40,40 +38,41 @@ public:
     [[nodiscard]] clap_audio_buffer_t record();
 
 private:
-    PortSpec mSpec;
-    std::uint32_t mMaxFrames;
-    std::vector<float> mSamples32;
-    std::vector<double> mSamples64;
-    std::vector<float*> mChannels32;
-    std::vector<double*> mChannels64;
+    PortSpec portSpec;
+    std::uint32_t length; ///< samples a channel
+    std::vector<float> samples32;
+    std::vector<double> samples64;
+    std::vector<float*> channels32;
+    std::vector<double*> channels64;
 };
 
 /// All ports of an instance, mixed formats allowed, also none at all.
 class AudioBuffers {
 public:
-    AudioBuffers(const std::vector<PortSpec>& inputs, const std::vector<PortSpec>& outputs,
+    AudioBuffers(const std::vector<PortSpec>& inputSpecs, const std::vector<PortSpec>& outputSpecs,
                  std::uint32_t maxFrames);
     /// One stereo port each way, the common case.
     explicit AudioBuffers(std::uint32_t maxFrames, SampleFormat format = SampleFormat::Float64);
     AudioBuffers(const AudioBuffers&) = delete;
     AudioBuffers& operator=(const AudioBuffers&) = delete;
 
-    [[nodiscard]] PortBuffer& input(std::uint32_t port = 0) { return mInputs.at(port); }
-    [[nodiscard]] PortBuffer& output(std::uint32_t port = 0) { return mOutputs.at(port); }
+    [[nodiscard]] PortBuffer& input(std::uint32_t port = 0) { return inputs.at(port); }
+    [[nodiscard]] PortBuffer& output(std::uint32_t port = 0) { return outputs.at(port); }
     /// Processing in place: the output port gets the input port's memory. Specs must agree.
     void makeInPlace(std::uint32_t inputPort = 0, std::uint32_t outputPort = 0);
 
     /// The CLAP records, one a port; a test may break them on purpose before a call (counts,
-    /// pointers, masks). restoreRecords() mends them.
-    [[nodiscard]] std::vector<clap_audio_buffer_t>& inputRecords() { return mInputRecords; }
-    [[nodiscard]] std::vector<clap_audio_buffer_t>& outputRecords() { return mOutputRecords; }
-    void restoreRecords();
+    /// pointers, masks).
+    [[nodiscard]] std::vector<clap_audio_buffer_t>& inputRecords() { return recordsIn; }
+    [[nodiscard]] std::vector<clap_audio_buffer_t>& outputRecords() { return recordsOut; }
 
 private:
-    std::vector<PortBuffer> mInputs;
-    std::vector<PortBuffer> mOutputs;
-    std::vector<clap_audio_buffer_t> mInputRecords;
-    std::vector<clap_audio_buffer_t> mOutputRecords;
+    void makeRecords();
+
+    std::vector<PortBuffer> inputs;
+    std::vector<PortBuffer> outputs;
+    std::vector<clap_audio_buffer_t> recordsIn;
+    std::vector<clap_audio_buffer_t> recordsOut;
 };
 
 } // namespace host

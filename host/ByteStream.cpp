@@ -16,39 +16,39 @@ std::size_t nextPiece(const StreamLimits& limits, std::size_t moved, std::uint64
 } // namespace
 
 ByteSource::ByteSource(std::vector<std::uint8_t> bytes, StreamLimits limits)
-    : mBytes(std::move(bytes)), mLimits(limits) {
-    mStream.ctx = this;
-    mStream.read = [](const clap_istream_t* stream, void* buffer,
-                      std::uint64_t size) -> std::int64_t {
+    : content(std::move(bytes)), bounds(limits) {
+    clapStream.ctx = this;
+    clapStream.read = [](const clap_istream_t* stream, void* buffer,
+                         std::uint64_t size) -> std::int64_t {
         return static_cast<ByteSource*>(stream->ctx)->read(buffer, size);
     };
 }
 
 std::int64_t ByteSource::read(void* buffer, std::uint64_t size) {
-    if (mPosition >= mLimits.errorAfter)
-        return mLimits.error;
+    if (position >= bounds.errorAfter)
+        return bounds.error;
     const std::size_t piece =
-        std::min(nextPiece(mLimits, mPosition, size), mBytes.size() - mPosition);
+        std::min(nextPiece(bounds, position, size), content.size() - position);
     if (piece > 0)
-        std::memcpy(buffer, mBytes.data() + mPosition, piece);
-    mPosition += piece;
+        std::memcpy(buffer, content.data() + position, piece);
+    position += piece;
     return static_cast<std::int64_t>(piece);
 }
 
-ByteSink::ByteSink(StreamLimits limits) : mLimits(limits) {
-    mStream.ctx = this;
-    mStream.write = [](const clap_ostream_t* stream, const void* buffer,
-                       std::uint64_t size) -> std::int64_t {
+ByteSink::ByteSink(StreamLimits limits) : bounds(limits) {
+    clapStream.ctx = this;
+    clapStream.write = [](const clap_ostream_t* stream, const void* buffer,
+                          std::uint64_t size) -> std::int64_t {
         return static_cast<ByteSink*>(stream->ctx)->write(buffer, size);
     };
 }
 
 std::int64_t ByteSink::write(const void* buffer, std::uint64_t size) {
-    if (mBytes.size() >= mLimits.errorAfter)
-        return mLimits.error;
-    const std::size_t piece = nextPiece(mLimits, mBytes.size(), size);
+    if (content.size() >= bounds.errorAfter)
+        return bounds.error;
+    const std::size_t piece = nextPiece(bounds, content.size(), size);
     const auto* first = static_cast<const std::uint8_t*>(buffer);
-    mBytes.insert(mBytes.end(), first, first + piece);
+    content.insert(content.end(), first, first + piece);
     return static_cast<std::int64_t>(piece);
 }
 

@@ -26,15 +26,15 @@ public:
     ByteSource(const ByteSource&) = delete;
     ByteSource& operator=(const ByteSource&) = delete;
 
-    [[nodiscard]] const clap_istream_t* stream() const { return &mStream; }
+    [[nodiscard]] const clap_istream_t* stream() const { return &clapStream; }
 
 private:
     std::int64_t read(void* buffer, std::uint64_t size);
 
-    std::vector<std::uint8_t> mBytes;
-    StreamLimits mLimits;
-    std::size_t mPosition = 0;
-    clap_istream_t mStream{};
+    std::vector<std::uint8_t> content;
+    StreamLimits bounds;
+    std::size_t position = 0;
+    clap_istream_t clapStream{};
 };
 
 /// Collects what a writer gives.
@@ -44,15 +44,15 @@ public:
     ByteSink(const ByteSink&) = delete;
     ByteSink& operator=(const ByteSink&) = delete;
 
-    [[nodiscard]] const clap_ostream_t* stream() const { return &mStream; }
-    [[nodiscard]] const std::vector<std::uint8_t>& bytes() const { return mBytes; }
+    [[nodiscard]] const clap_ostream_t* stream() const { return &clapStream; }
+    [[nodiscard]] const std::vector<std::uint8_t>& bytes() const { return content; }
 
 private:
     std::int64_t write(const void* buffer, std::uint64_t size);
 
-    std::vector<std::uint8_t> mBytes;
-    StreamLimits mLimits;
-    clap_ostream_t mStream{};
+    std::vector<std::uint8_t> content;
+    StreamLimits bounds;
+    clap_ostream_t clapStream{};
 };
 
 } // namespace host

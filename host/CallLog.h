@@ -64,9 +64,9 @@ public:
     [[nodiscard]] std::vector<CallRecord> records() const;
 
 private:
-    mutable std::mutex mMutex;
-    std::vector<CallRecord> mRecords;
-    std::array<std::size_t, static_cast<std::size_t>(Callback::Count)> mCounts{};
+    mutable std::mutex mutex;
+    std::vector<CallRecord> kept;
+    std::array<std::size_t, static_cast<std::size_t>(Callback::Count)> counts{};
 };
 
 } // namespace host

@@ -20,8 +20,8 @@ bool outputPush(const clap_output_events_t* list, const clap_event_header_t* eve
 } // namespace
 
 EventList::EventList(std::size_t maxEvents, std::size_t maxBytes)
-    : mWords(maxBytes / sizeof(std::uint64_t)),
-      mStarts(maxEvents), mInput{this, inputSize, inputGet}, mOutput{this, outputPush} {}
+    : words(maxBytes / sizeof(std::uint64_t)),
+      starts(maxEvents), clapInput{this, inputSize, inputGet}, clapOutput{this, outputPush} {}
 
 bool EventList::addParamValue(clap_id id, double value, std::uint32_t time) {
     clap_event_param_value_t event{};
@@ -34,23 +34,23 @@ bool EventList::addParamValue(clap_id id, double value, std::uint32_t time) {
 
 bool EventList::add(const clap_event_header_t& event) {
     constexpr std::size_t kUnit = sizeof(std::uint64_t);
-    const std::size_t words = (event.size + kUnit - 1) / kUnit;
-    if (mCount == mStarts.size() || words > mWords.size() - mUsed)
+    const std::size_t needed = (event.size + kUnit - 1) / kUnit;
+    if (count == starts.size() || needed > words.size() - used)
         return false;
-    std::memcpy(&mWords[mUsed], &event, event.size);
-    mStarts[mCount++] = mUsed;
-    mUsed += words;
+    std::memcpy(&words[used], &event, event.size);
+    starts[count++] = used;
+    used += needed;
     return true;
 }
 
-void EventList::clear() { mUsed = mCount = 0; }
+void EventList::clear() { used = count = 0; }
 
-std::uint32_t EventList::size() const { return static_cast<std::uint32_t>(mCount); }
+std::uint32_t EventList::size() const { return static_cast<std::uint32_t>(count); }
 
 const clap_event_header_t* EventList::at(std::uint32_t index) const {
-    if (index >= mCount)
+    if (index >= count)
         return nullptr;
-    return reinterpret_cast<const clap_event_header_t*>(&mWords[mStarts[index]]);
+    return reinterpret_cast<const clap_event_header_t*>(&words[starts[index]]);
 }
 
 const clap_event_param_value_t* EventList::paramValueAt(std::uint32_t index) const {

@@ -33,16 +33,16 @@ public:
     [[nodiscard]] const clap_event_param_value_t* paramValueAt(std::uint32_t index) const;
 
     /// The CLAP faces of this list, valid as long as it is.
-    [[nodiscard]] const clap_input_events_t* input() const { return &mInput; }
-    [[nodiscard]] const clap_output_events_t* output() { return &mOutput; }
+    [[nodiscard]] const clap_input_events_t* input() const { return &clapInput; }
+    [[nodiscard]] const clap_output_events_t* output() { return &clapOutput; }
 
 private:
-    std::vector<std::uint64_t> mWords; ///< 8-byte units: every event stays aligned
-    std::vector<std::size_t> mStarts;
-    std::size_t mUsed = 0;
-    std::size_t mCount = 0;
-    clap_input_events_t mInput{};
-    clap_output_events_t mOutput{};
+    std::vector<std::uint64_t> words; ///< 8-byte units: every event stays aligned
+    std::vector<std::size_t> starts;
+    std::size_t used = 0;
+    std::size_t count = 0;
+    clap_input_events_t clapInput{};
+    clap_output_events_t clapOutput{};
 };
 
 } // namespace host

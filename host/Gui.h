@@ -1,8 +1,8 @@
 /// The GUI of an instance, through clap.gui. No window system in here: a window is a number.
 #pragma once
 
-#include "host/Instance.h"
 #include "adapter/ClapRecords.h"
+#include "host/Instance.h"
 
 #include <cstdint>
 #include <optional>
@@ -23,7 +23,7 @@ struct GuiSize {
 /// answers the plug-in on the plug-in's own thread may use all but create and destroy there]
 class Gui {
 public:
-    explicit Gui(const Instance& instance);
+    explicit Gui(const Instance& viewed);
     ~Gui();
     Gui(const Gui&) = delete;
     Gui& operator=(const Gui&) = delete;
@@ -46,9 +46,9 @@ public:
     bool hide() const;
 
 private:
-    const Instance& mInstance;
-    const clap_plugin_gui_t* mTable;
-    bool mCreated = false;
+    const Instance& instance;
+    const clap_plugin_gui_t* table;
+    bool created = false;
 };
 
 } // namespace host

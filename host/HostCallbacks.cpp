@@ -7,7 +7,7 @@
 namespace host {
 
 bool HostCallbacks::isMainThread() const {
-    return std::this_thread::get_id() == mMainThread && !AudioThreadScope::isInside();
+    return std::this_thread::get_id() == mainThread && !AudioThreadScope::isInside();
 }
 
 bool HostCallbacks::isAudioThread() { return AudioThreadScope::isInside(); }
@@ -26,13 +26,13 @@ void HostCallbacks::note(Callback callback, std::uint32_t value, const char* tex
     CallRecord record = recordOf(callback, value);
     if (text != nullptr)
         std::snprintf(record.text.data(), record.text.size(), "%s", text);
-    mCalls.add(record);
+    callLog.add(record);
 }
 
 void HostCallbacks::note(Callback callback, std::uint32_t value, std::uint32_t value2) noexcept {
     CallRecord record = recordOf(callback, value);
     record.value2 = value2;
-    mCalls.add(record);
+    callLog.add(record);
 }
 
 } // namespace host

@@ -39,22 +39,22 @@ public:
     HostCallbacks& operator=(const HostCallbacks&) = delete;
 
     /// The record to hand to a factory's create function.
-    [[nodiscard]] const clap_host_t* record() const { return &mRecord; }
+    [[nodiscard]] const clap_host_t* record() const { return &clapHost; }
 
     /// A host without any extension.
-    void withholdAll() { mWithholdAll = true; }
+    void withholdAll() { withholdsAll = true; }
     /// The extension is offered, but every function in its table is null.
-    void offerPartial(std::string_view id) { mPartial.emplace(id); }
+    void offerPartial(std::string_view id) { partialIds.emplace(id); }
 
     /// Every callback that came, with thread and values. [any]
-    [[nodiscard]] CallLog& calls() { return mCalls; }
-    [[nodiscard]] const CallLog& calls() const { return mCalls; }
+    [[nodiscard]] CallLog& calls() { return callLog; }
+    [[nodiscard]] const CallLog& calls() const { return callLog; }
 
     /// Whether the plug-in has asked for its main-thread call since the last take. [any]
-    [[nodiscard]] bool takeCallbackRequest() { return mCallbackRequested.exchange(false); }
+    [[nodiscard]] bool takeCallbackRequest() { return callbackRequested.exchange(false); }
 
     /// Set while the plug-in has no GUI: read without a lock whenever its GUI asks.
-    [[nodiscard]] GuiHandlers& gui() { return mGui; }
+    [[nodiscard]] GuiHandlers& gui() { return guiHandlers; }
 
     /// As the thread check answers on the calling thread. [any]
     [[nodiscard]] bool isMainThread() const;
@@ -65,18 +65,18 @@ public:
     void note(Callback callback, std::uint32_t value, std::uint32_t value2) noexcept;
     /// The table for an id as configured, or null; used by get_extension. [any]
     [[nodiscard]] const void* extension(const char* id) const noexcept;
-    void requestCallback() noexcept { mCallbackRequested = true; }
+    void requestCallback() noexcept { callbackRequested = true; }
 
 private:
     [[nodiscard]] CallRecord recordOf(Callback callback, std::uint32_t value) const noexcept;
 
-    clap_host_t mRecord{};
-    CallLog mCalls;
-    GuiHandlers mGui;
-    std::thread::id mMainThread = std::this_thread::get_id();
-    std::set<std::string, std::less<>> mPartial;
-    bool mWithholdAll = false;
-    std::atomic<bool> mCallbackRequested{false};
+    clap_host_t clapHost{};
+    CallLog callLog;
+    GuiHandlers guiHandlers;
+    std::thread::id mainThread = std::this_thread::get_id();
+    std::set<std::string, std::less<>> partialIds;
+    bool withholdsAll = false;
+    std::atomic<bool> callbackRequested{false};
 };
 
 } // namespace host

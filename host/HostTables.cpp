@@ -1,6 +1,6 @@
 // The C side of HostCallbacks: function tables that record the call and answer.
-#include "host/HostCallbacks.h"
 #include "adapter/ClapRecords.h"
+#include "host/HostCallbacks.h"
 
 namespace host {
 namespace {
@@ -123,24 +123,24 @@ const void* getExtension(const clap_host_t* host, const char* id) {
 } // namespace
 
 HostCallbacks::HostCallbacks() {
-    mRecord.clap_version = {1, 2, 10};
-    mRecord.host_data = this;
-    mRecord.name = "Tessella test host";
-    mRecord.vendor = "Orlavenko";
-    mRecord.url = "";
-    mRecord.version = "1.0";
-    mRecord.get_extension = getExtension;
-    mRecord.request_restart = noteOnly<Callback::RequestRestart>;
-    mRecord.request_process = noteOnly<Callback::RequestProcess>;
-    mRecord.request_callback = onRequestCallback;
+    clapHost.clap_version = {1, 2, 10};
+    clapHost.host_data = this;
+    clapHost.name = "Tessella test host";
+    clapHost.vendor = "Orlavenko";
+    clapHost.url = "";
+    clapHost.version = "1.0";
+    clapHost.get_extension = getExtension;
+    clapHost.request_restart = noteOnly<Callback::RequestRestart>;
+    clapHost.request_process = noteOnly<Callback::RequestProcess>;
+    clapHost.request_callback = onRequestCallback;
 }
 
 const void* HostCallbacks::extension(const char* id) const noexcept {
-    if (id == nullptr || mWithholdAll)
+    if (id == nullptr || withholdsAll)
         return nullptr;
     for (const Extension& row : kExtensions)
         if (row.id == id)
-            return mPartial.contains(row.id) ? static_cast<const void*>(kEmptyTable) : row.table;
+            return partialIds.contains(row.id) ? static_cast<const void*>(kEmptyTable) : row.table;
     return nullptr;
 }
 

@@ -26,53 +26,52 @@ Instance::Instance(const Library& library, HostCallbacks& callbacks, const char*
     : Instance(callbacks, create(library, callbacks, pluginId)) {}
 
 Instance::Instance(HostCallbacks& callbacks, const clap_plugin_t* plugin)
-    : mCallbacks(callbacks), mPlugin(plugin) {}
+    : hostCallbacks(callbacks), clapPlugin(plugin) {}
 
 Instance::~Instance() {
     stopProcessing();
     deactivate();
-    mPlugin->destroy(mPlugin);
+    clapPlugin->destroy(clapPlugin);
 }
 
-bool Instance::init() { return mPlugin->init(mPlugin); }
+bool Instance::init() { return clapPlugin->init(clapPlugin); }
 
 bool Instance::activate(double sampleRate, std::uint32_t minFrames, std::uint32_t maxFrames) {
-    mActive = mPlugin->activate(mPlugin, sampleRate, minFrames, maxFrames);
-    return mActive;
+    active = clapPlugin->activate(clapPlugin, sampleRate, minFrames, maxFrames);
+    return active;
 }
 
 void Instance::deactivate() {
-    if (!mActive)
+    if (!active)
         return;
-    mPlugin->deactivate(mPlugin);
-    mActive = false;
+    clapPlugin->deactivate(clapPlugin);
+    active = false;
 }
 
 bool Instance::startProcessing() {
     const AudioThreadScope scope;
-    mProcessing = mPlugin->start_processing(mPlugin);
-    return mProcessing;
+    processing = clapPlugin->start_processing(clapPlugin);
+    return processing;
 }
 
 void Instance::stopProcessing() {
-    if (!mProcessing)
+    if (!processing)
         return;
     const AudioThreadScope scope;
-    mPlugin->stop_processing(mPlugin);
-    mProcessing = false;
+    clapPlugin->stop_processing(clapPlugin);
+    processing = false;
 }
 
 void Instance::reset() {
     const AudioThreadScope scope;
-    mPlugin->reset(mPlugin);
+    clapPlugin->reset(clapPlugin);
 }
 
 clap_process_status Instance::process(AudioBuffers& audio, std::uint32_t frames,
-                                      const EventList& in, EventList& out, ProcessTime time) {
+                                      const EventList& in, EventList& out) {
     clap_process_t block{};
-    block.steady_time = time.steadyTime;
+    block.steady_time = -1;
     block.frames_count = frames;
-    block.transport = time.transport;
     block.audio_inputs = audio.inputRecords().data();
     block.audio_outputs = audio.outputRecords().data();
     block.audio_inputs_count = static_cast<std::uint32_t>(audio.inputRecords().size());
@@ -80,18 +79,18 @@ clap_process_status Instance::process(AudioBuffers& audio, std::uint32_t frames,
     block.in_events = in.input();
     block.out_events = out.output();
     const AudioThreadScope scope;
-    return mPlugin->process(mPlugin, &block);
+    return clapPlugin->process(clapPlugin, &block);
 }
 
 clap_process_status Instance::process(AudioBuffers& audio, std::uint32_t frames) {
-    mDroppedOut.clear();
-    return process(audio, frames, mNoEvents, mDroppedOut);
+    droppedOut.clear();
+    return process(audio, frames, noEvents, droppedOut);
 }
 
 int Instance::pumpMainThread() {
     int rounds = 0;
-    while (rounds < kMaxPumpRounds && mCallbacks.takeCallbackRequest()) {
-        mPlugin->on_main_thread(mPlugin);
+    while (rounds < kMaxPumpRounds && hostCallbacks.takeCallbackRequest()) {
+        clapPlugin->on_main_thread(clapPlugin);
         ++rounds;
     }
     return rounds;

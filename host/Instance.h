@@ -13,12 +13,6 @@
 
 namespace host {
 
-/// What a process call gets besides audio and events. The defaults are a host that knows no time.
-struct ProcessTime {
-    std::int64_t steadyTime = -1;
-    const clap_event_transport_t* transport = nullptr;
-};
-
 /// Owns the plug-in; `callbacks` and the library must outlive it. The destructor stops processing,
 /// deactivates and destroys, whatever of it is due. Threads as CLAP demands: all calls on the
 /// main thread, except those marked [audio], which open an AudioThreadScope themselves.
@@ -44,9 +38,10 @@ public:
     void reset();                         ///< [audio]
 
     /// One block of `frames` samples, at most the buffers' maxFrames. Output events are appended
-    /// to `out`. Constant masks of the outputs are as the plug-in left them. [audio]
+    /// to `out`. Constant masks of the outputs are as the plug-in left them. The host knows no
+    /// time and no transport. [audio]
     clap_process_status process(AudioBuffers& audio, std::uint32_t frames, const EventList& in,
-                                EventList& out, ProcessTime time = {});
+                                EventList& out);
     /// The same without events; what the plug-in sends is dropped. [audio]
     clap_process_status process(AudioBuffers& audio, std::uint32_t frames);
 
@@ -54,24 +49,23 @@ public:
     /// and says how often that was.
     int pumpMainThread();
 
-    [[nodiscard]] const clap_plugin_t* plugin() const { return mPlugin; }
-    [[nodiscard]] HostCallbacks& callbacks() const { return mCallbacks; }
-    [[nodiscard]] bool isActive() const { return mActive; }
-    [[nodiscard]] bool isProcessing() const { return mProcessing; }
+    [[nodiscard]] const clap_plugin_t* plugin() const { return clapPlugin; }
+    [[nodiscard]] HostCallbacks& callbacks() const { return hostCallbacks; }
+    [[nodiscard]] bool isActive() const { return active; }
 
     /// A plug-in extension's table, or null. [any]
     template <typename Table>
     [[nodiscard]] const Table* extension(const char* id) const {
-        return static_cast<const Table*>(mPlugin->get_extension(mPlugin, id));
+        return static_cast<const Table*>(clapPlugin->get_extension(clapPlugin, id));
     }
 
 private:
-    HostCallbacks& mCallbacks;
-    const clap_plugin_t* mPlugin = nullptr;
-    bool mActive = false;
-    bool mProcessing = false;
-    EventList mNoEvents{0, 0};
-    EventList mDroppedOut;
+    HostCallbacks& hostCallbacks;
+    const clap_plugin_t* clapPlugin = nullptr;
+    bool active = false;
+    bool processing = false;
+    EventList noEvents{0, 0};
+    EventList droppedOut;
 };
 
 } // namespace host

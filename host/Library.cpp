@@ -13,40 +13,42 @@ namespace {
 } // namespace
 
 Library::Library(const std::filesystem::path& path) {
-    mHandle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (mHandle == nullptr)
+    handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr)
         throw HostError(std::string("cannot load plug-in: ") + dlerror());
     try {
         initEntry(path);
     } catch (...) {
-        dlclose(mHandle);
+        dlclose(handle);
         throw;
     }
 }
 
 void Library::initEntry(const std::filesystem::path& path) {
-    mEntry = static_cast<const clap_plugin_entry_t*>(dlsym(mHandle, "clap_entry"));
-    if (mEntry == nullptr)
+    clapEntry = static_cast<const clap_plugin_entry_t*>(dlsym(handle, "clap_entry"));
+    if (clapEntry == nullptr)
         refuse(path, "not a CLAP plug-in (no clap_entry)");
-    if (!mEntry->init(path.c_str()))
+    if (!clapEntry->init(path.c_str()))
         refuse(path, "the plug-in's entry refused to initialise");
-    mFactory =
-        static_cast<const clap_plugin_factory_t*>(mEntry->get_factory(CLAP_PLUGIN_FACTORY_ID));
-    if (mFactory == nullptr) {
-        mEntry->deinit();
+    pluginFactory =
+        static_cast<const clap_plugin_factory_t*>(clapEntry->get_factory(CLAP_PLUGIN_FACTORY_ID));
+    if (pluginFactory == nullptr) {
+        clapEntry->deinit();
         refuse(path, "no plug-in factory");
     }
 }
 
 Library::~Library() {
-    mEntry->deinit();
-    dlclose(mHandle);
+    clapEntry->deinit();
+    dlclose(handle);
 }
 
-std::uint32_t Library::pluginCount() const { return mFactory->get_plugin_count(mFactory); }
+std::uint32_t Library::pluginCount() const {
+    return pluginFactory->get_plugin_count(pluginFactory);
+}
 
 const clap_plugin_descriptor_t* Library::descriptor(std::uint32_t index) const {
-    return mFactory->get_plugin_descriptor(mFactory, index);
+    return pluginFactory->get_plugin_descriptor(pluginFactory, index);
 }
 
 } // namespace host

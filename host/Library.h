@@ -26,8 +26,8 @@ public:
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;
 
-    [[nodiscard]] const clap_plugin_entry_t& entry() const { return *mEntry; }
-    [[nodiscard]] const clap_plugin_factory_t& factory() const { return *mFactory; }
+    [[nodiscard]] const clap_plugin_entry_t& entry() const { return *clapEntry; }
+    [[nodiscard]] const clap_plugin_factory_t& factory() const { return *pluginFactory; }
     [[nodiscard]] std::uint32_t pluginCount() const;
     /// Null beyond the last one. Owned by the library.
     [[nodiscard]] const clap_plugin_descriptor_t* descriptor(std::uint32_t index = 0) const;
@@ -35,9 +35,9 @@ public:
 private:
     void initEntry(const std::filesystem::path& path);
 
-    void* mHandle = nullptr;
-    const clap_plugin_entry_t* mEntry = nullptr;
-    const clap_plugin_factory_t* mFactory = nullptr;
+    void* handle = nullptr;
+    const clap_plugin_entry_t* clapEntry = nullptr;
+    const clap_plugin_factory_t* pluginFactory = nullptr;
 };
 
 } // namespace host

@@ -6,25 +6,17 @@
 
 namespace host {
 
-Params::Params(const Instance& instance)
-    : mInstance(instance), mTable(instance.extension<clap_plugin_params_t>(CLAP_EXT_PARAMS)) {}
-
-std::uint32_t Params::count() const {
-    return mTable == nullptr ? 0 : mTable->count(mInstance.plugin());
-}
-
-std::optional<clap_param_info_t> Params::info(std::uint32_t index) const {
-    clap_param_info_t info{};
-    if (mTable == nullptr || !mTable->get_info(mInstance.plugin(), index, &info))
-        return std::nullopt;
-    return info;
-}
+Params::Params(const Instance& viewed)
+    : instance(viewed), table(viewed.extension<clap_plugin_params_t>(CLAP_EXT_PARAMS)) {}
 
 std::vector<clap_param_info_t> Params::infos() const {
     std::vector<clap_param_info_t> infos;
-    for (std::uint32_t index = 0; index < count(); ++index)
-        if (const auto entry = info(index))
-            infos.push_back(*entry);
+    const std::uint32_t count = table == nullptr ? 0 : table->count(instance.plugin());
+    for (std::uint32_t index = 0; index < count; ++index) {
+        clap_param_info_t info{};
+        if (table->get_info(instance.plugin(), index, &info))
+            infos.push_back(info);
+    }
     return infos;
 }
 
@@ -37,7 +29,7 @@ std::optional<clap_param_info_t> Params::find(std::string_view name) const {
 
 std::optional<double> Params::value(clap_id id) const {
     double value = 0.0;
-    if (mTable == nullptr || !mTable->get_value(mInstance.plugin(), id, &value))
+    if (table == nullptr || !table->get_value(instance.plugin(), id, &value))
         return std::nullopt;
     return value;
 }
@@ -45,8 +37,8 @@ std::optional<double> Params::value(clap_id id) const {
 std::optional<std::string> Params::toText(clap_id id, double value,
                                           std::uint32_t bufferSize) const {
     std::string text(bufferSize, '\0');
-    if (mTable == nullptr ||
-        !mTable->value_to_text(mInstance.plugin(), id, value, text.data(), bufferSize))
+    if (table == nullptr ||
+        !table->value_to_text(instance.plugin(), id, value, text.data(), bufferSize))
         return std::nullopt;
     text.resize(std::min(text.find('\0'), text.size()));
     return text;
@@ -54,18 +46,18 @@ std::optional<std::string> Params::toText(clap_id id, double value,
 
 std::optional<double> Params::fromText(clap_id id, const std::string& text) const {
     double value = 0.0;
-    if (mTable == nullptr || !mTable->text_to_value(mInstance.plugin(), id, text.c_str(), &value))
+    if (table == nullptr || !table->text_to_value(instance.plugin(), id, text.c_str(), &value))
         return std::nullopt;
     return value;
 }
 
 bool Params::flush(const EventList& in, EventList& out) const {
-    if (mTable == nullptr)
+    if (table == nullptr)
         return false;
     std::optional<AudioThreadScope> scope;
-    if (mInstance.isActive())
+    if (instance.isActive())
         scope.emplace();
-    mTable->flush(mInstance.plugin(), in.input(), out.output());
+    table->flush(instance.plugin(), in.input(), out.output());
     return true;
 }
 

@@ -17,10 +17,8 @@ namespace host {
 /// as minimum and maximum. Without the extension: no parameters, no values. [main]
 class Params {
 public:
-    explicit Params(const Instance& instance);
+    explicit Params(const Instance& viewed);
 
-    [[nodiscard]] std::uint32_t count() const;
-    [[nodiscard]] std::optional<clap_param_info_t> info(std::uint32_t index) const;
     [[nodiscard]] std::vector<clap_param_info_t> infos() const;
     [[nodiscard]] std::optional<clap_param_info_t> find(std::string_view name) const;
 
@@ -33,8 +31,8 @@ public:
     bool flush(const EventList& in, EventList& out) const;
 
 private:
-    const Instance& mInstance;
-    const clap_plugin_params_t* mTable;
+    const Instance& instance;
+    const clap_plugin_params_t* table;
 };
 
 } // namespace host

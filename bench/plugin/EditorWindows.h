@@ -19,11 +19,11 @@ public:
     EditorWindows(const EditorWindows&) = delete;
     EditorWindows& operator=(const EditorWindows&) = delete;
 
-    [[nodiscard]] std::size_t count() const { return mEditors.size(); }
+    [[nodiscard]] std::size_t count() const { return editors.size(); }
 
 private:
-    _XDisplay* mDisplay;
-    std::vector<std::unique_ptr<host::Gui>> mEditors;
+    _XDisplay* display;
+    std::vector<std::unique_ptr<host::Gui>> editors;
 };
 
 } // namespace bench

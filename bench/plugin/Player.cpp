@@ -27,8 +27,8 @@ Sound::Sound(unsigned seed) {
     const auto chord = support::tones(kLapFrames, kRate, 0.5);
     const auto noise = support::noise(kLapFrames, 0.3, seed);
     for (std::size_t i = 0; i < kLapFrames; ++i) {
-        mChannels[0].push_back(static_cast<float>(chord.left[i] + noise.left[i]));
-        mChannels[1].push_back(static_cast<float>(chord.right[i] + noise.right[i]));
+        channels[0].push_back(static_cast<float>(chord.left[i] + noise.left[i]));
+        channels[1].push_back(static_cast<float>(chord.right[i] + noise.right[i]));
     }
 }
 
@@ -37,12 +37,12 @@ void Hash::add(const float* samples, std::uint32_t count) {
         add(std::bit_cast<std::uint32_t>(samples[i]));
 }
 
-Player::Player(const Sound& sound) : mSound(sound) {
-    mTrack.set({{ThreshLow, -60.0}, {ThreshMid, -60.0}, {ThreshHigh, -60.0}});
+Player::Player(const Sound& played) : sound(played) {
+    track.set({{ThreshLow, -60.0}, {ThreshMid, -60.0}, {ThreshHigh, -60.0}});
 }
 
 void Player::start(double rate) {
-    host::Instance& instance = mTrack.instance;
+    host::Instance& instance = track.instance;
     instance.stopProcessing();
     instance.deactivate();
     if (!instance.activate(rate, 1, kMaxBlock) || !instance.startProcessing())
@@ -51,38 +51,38 @@ void Player::start(double rate) {
 
 void Player::block(std::uint32_t at, std::uint32_t frames) {
     for (const std::size_t channel : {0U, 1U})
-        mAudio.inputRecords()[0].data32[channel] = mSound.channel(channel, at);
-    mTrack.instance.process(mAudio, frames);
+        audio.inputRecords()[0].data32[channel] = sound.channel(channel, at);
+    track.instance.process(audio, frames);
 }
 
-Rack::Rack(std::size_t players) {
-    while (mPlayers.size() < players)
-        mPlayers.push_back(std::make_unique<Player>(mSounds[mPlayers.size() % 2]));
+Rack::Rack(std::size_t count) {
+    while (players.size() < count)
+        players.push_back(std::make_unique<Player>(sounds[players.size() % 2]));
 }
 
 void Rack::setPaired(bool paired) {
     shm::RegistryMonitor monitor;
     bool done = monitor.Attach();
-    for (std::size_t i = 0; i + 1 < mPlayers.size() && mPlayers[i + 1]->id() != 0; i += 2)
-        done = done && (paired ? monitor.Pair(mPlayers[i]->id(), mPlayers[i + 1]->id())
-                               : monitor.Unpair(mPlayers[i]->id()));
+    for (std::size_t i = 0; i + 1 < players.size() && players[i + 1]->id() != 0; i += 2)
+        done = done && (paired ? monitor.Pair(players[i]->id(), players[i + 1]->id())
+                               : monitor.Unpair(players[i]->id()));
     if (!done)
         throw host::HostError("the registry refuses a pairing");
 }
 
-std::uint32_t Rack::start(std::size_t players, double rate, std::uint32_t blockFrames) {
-    for (std::size_t i = 0; i < players; ++i) {
-        mPlayers[i]->start(rate);
-        silencePublished(*mPlayers[i]);
+std::uint32_t Rack::start(std::size_t count, double rate, std::uint32_t blockFrames) {
+    for (std::size_t i = 0; i < count; ++i) {
+        players[i]->start(rate);
+        silencePublished(*players[i]);
     }
     // A hash a channel: the size of the blocks, in which channels take turns, is not to change it.
-    std::vector<std::array<Hash, 2>> hashes(players);
+    std::vector<std::array<Hash, 2>> hashes(count);
     for (int lap = 0; lap < kSettlingLaps; ++lap)
         for (std::uint32_t at = 0; at < kLapFrames; at += blockFrames)
-            for (std::size_t i = 0; i < players; ++i) {
-                mPlayers[i]->block(at, blockFrames);
+            for (std::size_t i = 0; i < count; ++i) {
+                players[i]->block(at, blockFrames);
                 for (const std::uint32_t channel : {0U, 1U})
-                    hashes[i][channel].add(mPlayers[i]->output(channel), blockFrames);
+                    hashes[i][channel].add(players[i]->output(channel), blockFrames);
             }
     Hash all;
     for (const auto& [left, right] : hashes) {
@@ -92,10 +92,10 @@ std::uint32_t Rack::start(std::size_t players, double rate, std::uint32_t blockF
     return all.value();
 }
 
-void Rack::playLap(std::size_t players, std::uint32_t blockFrames) {
+void Rack::playLap(std::size_t count, std::uint32_t blockFrames) {
     for (std::uint32_t at = 0; at < kLapFrames; at += blockFrames)
-        for (std::size_t i = 0; i < players; ++i)
-            mPlayers[i]->block(at, blockFrames);
+        for (std::size_t i = 0; i < count; ++i)
+            players[i]->block(at, blockFrames);
 }
 
 } // namespace bench

@@ -23,29 +23,29 @@ public:
     /// From `at` on. The plug-in interfaces want pointers that are not const, and write nothing
     /// through them.
     [[nodiscard]] float* channel(std::size_t channel, std::uint32_t at) const {
-        return const_cast<float*>(mChannels[channel].data()) + at;
+        return const_cast<float*>(channels[channel].data()) + at;
     }
 
 private:
-    std::array<std::vector<float>, 2> mChannels;
+    std::array<std::vector<float>, 2> channels;
 };
 
 /// A number that changes with any bit of any sample (FNV-1a).
 class Hash {
 public:
-    void add(std::uint32_t word) { mValue = (mValue ^ word) * 16777619U; }
+    void add(std::uint32_t word) { sum = (sum ^ word) * 16777619U; }
     void add(const float* samples, std::uint32_t count);
-    [[nodiscard]] std::uint32_t value() const { return mValue; }
+    [[nodiscard]] std::uint32_t value() const { return sum; }
 
 private:
-    std::uint32_t mValue = 2166136261U;
+    std::uint32_t sum = 2166136261U;
 };
 
 /// One instance, with thresholds so low that a peer that plays reduces every bin: the dearest case.
 /// Its samples are 32 bits wide, as most hosts have them, and lie where the host keeps them.
 class Player {
 public:
-    explicit Player(const Sound& sound);
+    explicit Player(const Sound& played);
 
     /// Without signal memory. Hz.
     void start(double rate);
@@ -53,34 +53,34 @@ public:
     void block(std::uint32_t at, std::uint32_t frames);
     /// What the last block made.
     [[nodiscard]] const float* output(std::uint32_t channel) {
-        return mAudio.output().channel32(channel).data();
+        return audio.output().channel32(channel).data();
     }
 
-    [[nodiscard]] host::Instance& instance() { return mTrack.instance; }
-    [[nodiscard]] std::uint64_t id() const { return mTrack.id(); }
+    [[nodiscard]] host::Instance& instance() { return track.instance; }
+    [[nodiscard]] std::uint64_t id() const { return track.id(); }
 
 private:
-    const Sound& mSound;
-    support::Track mTrack;
-    host::AudioBuffers mAudio{kMaxBlock, host::SampleFormat::Float32};
+    const Sound& sound;
+    support::Track track;
+    host::AudioBuffers audio{kMaxBlock, host::SampleFormat::Float32};
 };
 
 /// Many of them. Only the first sixteen hold registry slots.
 class Rack {
 public:
-    explicit Rack(std::size_t players);
+    explicit Rack(std::size_t count);
 
     /// Pairs the players that hold slots: 0 with 1, 2 with 3...; otherwise all are unpaired.
     void setPaired(bool paired);
-    /// Starts the first `players` and plays until their output is steady. Returns its hash.
-    std::uint32_t start(std::size_t players, double rate, std::uint32_t blockFrames);
-    /// A lap of the first `players`, block by block in turn. [audio]
-    void playLap(std::size_t players, std::uint32_t blockFrames);
-    [[nodiscard]] Player& operator[](std::size_t player) { return *mPlayers[player]; }
+    /// Starts the first `count` and plays until their output is steady. Returns its hash.
+    std::uint32_t start(std::size_t count, double rate, std::uint32_t blockFrames);
+    /// A lap of the first `count`, block by block in turn. [audio]
+    void playLap(std::size_t count, std::uint32_t blockFrames);
+    [[nodiscard]] Player& operator[](std::size_t player) { return *players[player]; }
 
 private:
-    std::array<Sound, 2> mSounds{Sound(1), Sound(2)};
-    std::vector<std::unique_ptr<Player>> mPlayers;
+    std::array<Sound, 2> sounds{Sound(1), Sound(2)};
+    std::vector<std::unique_ptr<Player>> players;
 };
 
 } // namespace bench

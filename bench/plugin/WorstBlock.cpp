@@ -30,24 +30,24 @@ class Load {
 public:
     Load() {
         for (unsigned core = 0; core < std::thread::hardware_concurrency(); ++core)
-            mThreads.emplace_back([this] {
+            threads.emplace_back([this] {
                 std::vector<double> memory(1U << 22U, 1.0);
-                while (!mStop)
+                while (!stop)
                     for (double& value : memory)
                         value = value * 1.0001 + 1e-9;
             });
     }
     ~Load() {
-        mStop = true;
-        for (std::thread& thread : mThreads)
+        stop = true;
+        for (std::thread& thread : threads)
             thread.join();
     }
     Load(const Load&) = delete;
     Load& operator=(const Load&) = delete;
 
 private:
-    std::atomic<bool> mStop = false;
-    std::vector<std::thread> mThreads;
+    std::atomic<bool> stop = false;
+    std::vector<std::thread> threads;
 };
 
 /// The block of an empty host: arithmetic alone, without memory, lock or call.
@@ -71,13 +71,12 @@ double quantile(std::vector<float> times, double part) {
 /// empty one that takes as long. What hits the empty blocks is the machine's doing.
 class AudioLoop {
 public:
-    explicit AudioLoop(bench::Rack& rack) : mRack(rack) {}
+    explicit AudioLoop(bench::Rack& played) : rack(played) {}
 
     /// Plays a while to make the empty block as long as the others are here and now.
     void adjust() {
         const Times times = run(std::chrono::seconds(5));
-        mTurns =
-            static_cast<int>(mTurns * quantile(times.plugin, 0.5) / quantile(times.empty, 0.5));
+        turns = static_cast<int>(turns * quantile(times.plugin, 0.5) / quantile(times.empty, 0.5));
     }
 
     /// One audio thread, with a host's priority where that is permitted.
@@ -89,32 +88,32 @@ public:
         std::thread([&] { loop(times); }).join();
         return times;
     }
-    [[nodiscard]] bool hadPriority() const { return mHadPriority; }
+    [[nodiscard]] bool hadPriority() const { return priorityGranted; }
 
 private:
     void loop(Times& times) {
         const sched_param priority{.sched_priority = 50};
-        mHadPriority = pthread_setschedparam(pthread_self(), SCHED_FIFO, &priority) == 0;
+        priorityGranted = pthread_setschedparam(pthread_self(), SCHED_FIFO, &priority) == 0;
         auto due = Clock::now() + kPeriod;
         std::uint32_t at = 0;
         for (std::size_t i = 0; i < times.plugin.size(); ++i, due += kPeriod) {
             std::this_thread::sleep_until(due);
             times.late[i] = microsecondsSince(due);
             const auto start = Clock::now();
-            mRack[0].block(at, kFrames);
-            mRack[1].block(at, kFrames);
+            rack[0].block(at, kFrames);
+            rack[1].block(at, kFrames);
             times.plugin[i] = microsecondsSince(start);
             at = (at + kFrames) % bench::kLapFrames;
             std::this_thread::sleep_until(due + kPeriod / 2);
             const auto emptyStart = Clock::now();
-            spin(mTurns);
+            spin(turns);
             times.empty[i] = microsecondsSince(emptyStart);
         }
     }
 
-    bench::Rack& mRack;
-    int mTurns = 1000;
-    bool mHadPriority = false;
+    bench::Rack& rack;
+    int turns = 1000;
+    bool priorityGranted = false;
 };
 
 nlohmann::json distribution(const std::vector<float>& times) {

@@ -152,7 +152,7 @@ void editAll(const Residents& hosts, shm::RegistryMonitor& monitor, int frame) {
     const TDBand bands[] = {{20.0F, 300.0F + phase, -60.0F + phase / 30.0F, 20.0F, true},
                             {300.0F + phase, 20000.0F, -58.0F, 18.0F, true}};
     for (std::size_t host = 0; host < hosts.size(); ++host)
-        for (std::size_t pair = 0; pair < Studio::kMostPairs; ++pair)
+        for (std::size_t pair = 0; pair < Studio::kMaxPairs; ++pair)
             for (const std::uint64_t id : {hosts[host].kick(pair), hosts[host].bass(pair)}) {
                 monitor.WriteBandsOf(id, bands, 1 + frame % 2);
                 monitor.WriteHpLpOf(id, 20.0F + phase, 20000.0F - phase);
@@ -206,7 +206,7 @@ std::vector<std::string> churn(Minutes length, Row& row) {
         hosts.add({.pairs = 2, .block = 32, .realTime = true, .visitors = true});
     std::vector<std::uint64_t> residents;
     for (std::size_t host = 0; host < hosts.size(); ++host)
-        for (std::size_t pair = 0; pair < Studio::kMostPairs; ++pair)
+        for (std::size_t pair = 0; pair < Studio::kMaxPairs; ++pair)
             residents.insert(residents.end(), {hosts[host].kick(pair), hosts[host].bass(pair)});
     std::minstd_rand random(30);
     int kills = 0;

@@ -22,7 +22,7 @@ namespace faults {
 
 /// The host's process writes it, the harness reads it.
 struct Studio::Shared {
-    std::atomic<std::uint64_t> kick[kMostPairs], bass[kMostPairs];
+    std::atomic<std::uint64_t> kick[kMaxPairs], bass[kMaxPairs];
     std::atomic<std::uint64_t> periods, wrong, waits, ducked, missed, saves, visitors;
     std::atomic<std::uint64_t> calls, repairs;
     std::atomic<int> lastSystemCall;

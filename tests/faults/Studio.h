@@ -16,7 +16,7 @@ namespace faults {
 /// thread saves the first bass's state again and again.
 class Studio {
 public:
-    static constexpr std::size_t kMostPairs = 2;
+    static constexpr std::size_t kMaxPairs = 2;
     struct Setup {
         std::size_t pairs = 1;
         bool paired = true;

@@ -104,22 +104,22 @@ INSTANTIATE_TEST_SUITE_P(buffers, ConformanceOfBlocks,
 
 TEST_P(ConformanceOfBlocks, WritesItsSamplesAndNothingElse) {
     constexpr double kGuard = 1234.5;
-    constexpr std::uint32_t kMost = 1024, kBehind = 32;
+    constexpr std::uint32_t kMax = 1024, kBehind = 32;
     const auto [format, inPlace, sidechain] = GetParam();
     Track track;
     ASSERT_TRUE(host::selectAudioPortConfig(track.instance, sidechain ? 1 : 0));
     host::AudioBuffers audio(host::portSpecs(track.instance, true, format),
-                             host::portSpecs(track.instance, false, format), kMost + kBehind);
+                             host::portSpecs(track.instance, false, format), kMax + kBehind);
     if (inPlace)
         audio.makeInPlace();
-    track.start(kRate, {.maxFrames = kMost});
+    track.start(kRate, {.maxFrames = kMax});
     Dice dice(6);
     // Loud, silent and subnormal stretches, so that the delay line's end fades.
     constexpr double kLevels[] = {1.0, 0.0, 1e-4, 1e-41, 1e-310};
     for (int block = 0; block < 300; ++block) {
-        const std::uint32_t frames = dice.below(kMost + 1);
+        const std::uint32_t frames = dice.below(kMax + 1);
         const double level = kLevels[block / 10 % 5];
-        std::vector<double> in(kMost + kBehind, kGuard);
+        std::vector<double> in(kMax + kBehind, kGuard);
         std::generate_n(in.begin(), frames, [&] { return float(dice.between(-level, level)); });
         audio.output().fill(kGuard);
         for (std::uint32_t port = 0; port < audio.inputRecords().size(); ++port)

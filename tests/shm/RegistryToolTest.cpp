@@ -1,8 +1,8 @@
-#include "shm/SlotOwner.h"
 #include "shm/TessellaDuckworkSHM.h"
 #include "tests/shm/RawSegment.h"
 #include "tools/common/Text.h"
 #include "tools/registry/Resolve.h"
+#include "tools/registry/SlotOwner.h"
 
 #include <cstdio>
 #include <string>
@@ -46,8 +46,8 @@ using RegistryToolLive = raw::RegistryTest;
 TEST_F(RegistryToolLive, FindsTheProcessOfASlot) {
     TessellaDuckworkSHM handle; // on the stack: the upper half of its address is not zero
     ASSERT_TRUE(handle.Open());
-    EXPECT_EQ(shm::FindOwner(handle.MyId()), getpid());
-    EXPECT_FALSE(shm::FindOwner(handle.MyId() ^ (std::uint64_t{1} << 46)).has_value());
+    EXPECT_EQ(registry::findOwner(handle.MyId()), getpid());
+    EXPECT_FALSE(registry::findOwner(handle.MyId() ^ (std::uint64_t{1} << 46)).has_value());
 }
 
 TEST_F(RegistryToolLive, IsReadByTheExample) {

@@ -15,10 +15,7 @@ namespace support {
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr std::size_t kChunkBytes = 366;
-constexpr std::size_t kNameAt = 0, kCountAt = 64, kEdgesAt = 68, kFlagsAt = 92;
-constexpr std::size_t kShadowAt = 159, kParamsAt = 234, kTrailerAt = 346, kSizeAt = 354;
-constexpr std::size_t kDuckAt = 362;
+constexpr std::size_t kCountAt = 64, kShadowAt = 159, kParamsAt = 234, kDuckAt = 362;
 
 /// A state that tests/data/make-chunks wrote.
 inline Bytes chunkFile(const std::string& name) {

@@ -1,8 +1,8 @@
 #include "tests/support/Chunks.h"
 #include "tests/support/Signals.h"
+#include "tools/common/AudioFile.h"
+#include "tools/common/Failure.h"
 #include "tools/common/StateFile.h"
-#include "tools/render/AudioFile.h"
-#include "tools/render/Failure.h"
 #include "tools/render/Options.h"
 #include "tools/render/OutputPaths.h"
 #include "tools/render/Session.h"
@@ -36,15 +36,15 @@ protected:
 std::uint64_t write(const char* name, const Stereo& sound, int rate = 48000,
                     int sampleFormat = SF_FORMAT_FLOAT) {
     const int channels = sound.right.empty() ? 1 : 2;
-    render::AudioWriter writer(name, {rate, channels, SF_FORMAT_WAV | sampleFormat, sound.size()},
-                               name, {0, sound.size()});
+    tools::AudioWriter writer(name, {rate, channels, SF_FORMAT_WAV | sampleFormat, sound.size()},
+                              name, {0, sound.size()});
     writer.write(sound.left, channels == 1 ? sound.left : sound.right);
     writer.finish();
     return writer.clippedSamples();
 }
 
 Stereo read(const char* name) {
-    render::AudioReader reader(name);
+    tools::AudioReader reader(name);
     const std::vector<double> silence(reader.format().frames);
     Stereo sound{silence, silence};
     reader.read(sound.left, sound.right);
@@ -66,7 +66,7 @@ render::RenderResult run(const std::vector<std::string>& line) {
 std::string refusalOf(const std::vector<std::string>& line) try {
     (void)resolveOutputs(parsed(line));
     return "";
-} catch (const render::Failure& failure) {
+} catch (const tools::Failure& failure) {
     return failure.what();
 }
 

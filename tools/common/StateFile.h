@@ -14,16 +14,16 @@
 namespace statefile {
 
 /// States are a few hundred bytes; the plug-in reads no more than this either.
-inline constexpr std::size_t kMostBytes = std::size_t{1} << 20;
+inline constexpr std::size_t kMaxBytes = std::size_t{1} << 20;
 
 /// All bytes of a stream; `name` is for the messages. Throws std::runtime_error with one line.
 inline std::vector<std::uint8_t> read(std::istream& stream, const std::string& name) {
-    std::vector<std::uint8_t> bytes(kMostBytes + 1);
+    std::vector<std::uint8_t> bytes(kMaxBytes + 1);
     stream.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     if (stream.bad())
         throw std::runtime_error(name + ": cannot read");
     bytes.resize(static_cast<std::size_t>(stream.gcount()));
-    if (bytes.size() > kMostBytes)
+    if (bytes.size() > kMaxBytes)
         throw std::runtime_error(name + ": too large to be a saved state (more than 1 MiB)");
     return bytes;
 }

@@ -22,12 +22,12 @@ using Sound = std::vector<std::vector<double>>;
 [[nodiscard]] Sound makeLeadGuitar(double seconds);
 
 /// The spoken speaker test of alsa-utils, one announcement after another; mono. Throws
-/// render::Failure when it is not installed.
+/// tools::Failure when it is not installed.
 [[nodiscard]] Sound loadSpeech();
 
 [[nodiscard]] double secondsOf(const Sound& sound);
 
-/// Writes 24-bit WAV. Throws render::Failure.
+/// Writes 24-bit WAV. Throws tools::Failure.
 void save(const Sound& sound, const std::filesystem::path& path);
 
 /// Writes the sum of two files of one length or nearly so, stereo, at 0.7 of their levels.

@@ -1,7 +1,7 @@
 #include "tools/demo/Signals.h"
 
-#include "tools/render/AudioFile.h"
-#include "tools/render/Failure.h"
+#include "tools/common/AudioFile.h"
+#include "tools/common/Failure.h"
 
 #include <algorithm>
 #include <array>
@@ -20,9 +20,9 @@ constexpr std::array<const char*, 8> kAnnouncements{
 constexpr double kSpeechPeak = 0.8;
 
 Sound load(const fs::path& path) {
-    render::AudioReader reader(path);
+    tools::AudioReader reader(path);
     if (reader.format().sampleRate != kSampleRate)
-        render::fail(path.string() + ": is not sampled at 48 kHz");
+        tools::fail(path.string() + ": is not sampled at 48 kHz");
     const auto frames = static_cast<std::size_t>(reader.format().frames);
     Sound sound(2, std::vector<double>(frames));
     reader.read(sound[0], sound[1]);
@@ -44,7 +44,7 @@ Sound loadSpeech() {
     for (const char* name : kAnnouncements) {
         const fs::path path = fs::path(kSpeechFolder) / name;
         if (!fs::exists(path))
-            render::fail(path.string() + " is missing: install alsa-utils for the speech demo");
+            tools::fail(path.string() + " is missing: install alsa-utils for the speech demo");
         const Sound announcement = load(path);
         channel.insert(channel.end(), announcement[0].begin(), announcement[0].end());
     }
@@ -54,9 +54,9 @@ Sound loadSpeech() {
 
 void save(const Sound& sound, const fs::path& path) {
     const std::size_t frames = sound.front().size();
-    const render::AudioFormat format{kSampleRate, static_cast<int>(sound.size()),
-                                     SF_FORMAT_WAV | SF_FORMAT_PCM_24, frames};
-    render::AudioWriter writer(path, format, path, {0, frames});
+    const tools::AudioFormat format{kSampleRate, static_cast<int>(sound.size()),
+                                    SF_FORMAT_WAV | SF_FORMAT_PCM_24, frames};
+    tools::AudioWriter writer(path, format, path, {0, frames});
     writer.write(sound.front(), sound.back());
     writer.finish();
 }

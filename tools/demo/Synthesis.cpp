@@ -17,16 +17,17 @@ std::size_t framesOf(double seconds) { return static_cast<std::size_t>(seconds *
 /// times that: no aliasing and no filter.
 class Voice {
 public:
-    Voice(double hz, double cornerHz, double phaseTurns = 0.0) : mHz(hz), mPhase(phaseTurns) {
+    Voice(double hz, double cornerHz, double phaseTurns = 0.0)
+        : pitchHz(hz), startTurns(phaseTurns) {
         for (int n = 1; n * hz < 6.0 * cornerHz; ++n)
             addHarmonic(n, 1.0 / n / (1.0 + std::pow(n * hz / cornerHz, 2.0)));
     }
 
     [[nodiscard]] double at(double seconds) const {
-        const double turns = mHz * seconds + mPhase;
+        const double turns = pitchHz * seconds + startTurns;
         const double position = (turns - std::floor(turns)) * kTableSize;
         const auto below = static_cast<std::size_t>(position);
-        return std::lerp(mTable[below], mTable[(below + 1) % kTableSize],
+        return std::lerp(table[below], table[(below + 1) % kTableSize],
                          position - static_cast<double>(below));
     }
 
@@ -35,12 +36,12 @@ private:
 
     void addHarmonic(int n, double level) {
         for (std::size_t i = 0; i < kTableSize; ++i)
-            mTable[i] += level * std::sin(kTwoPi * n * static_cast<double>(i) / kTableSize);
+            table[i] += level * std::sin(kTwoPi * n * static_cast<double>(i) / kTableSize);
     }
 
-    double mHz;
-    double mPhase;
-    std::vector<double> mTable = std::vector<double>(kTableSize);
+    double pitchHz;
+    double startTurns;
+    std::vector<double> table = std::vector<double>(kTableSize);
 };
 
 /// 0 at both ends, 1 between; the flanks last rampSeconds.

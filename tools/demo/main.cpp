@@ -1,11 +1,9 @@
 /// tessella-demo: three pairs of sounds to hear and see the ducking by.
 #include "host/PrivateShm.h"
+#include "tools/common/Failure.h"
+#include "tools/common/Program.h"
 #include "tools/demo/Signals.h"
-#include "tools/render/Failure.h"
 #include "tools/render/Picture.h"
-#include "tools/render/PluginPath.h"
-#include "tools/render/Program.h"
-#include "tools/render/Progress.h"
 #include "tools/render/Report.h"
 #include "tools/render/Session.h"
 
@@ -90,7 +88,7 @@ void runAll(const fs::path& folder, const render::Options& common) {
     std::error_code error;
     fs::create_directories(folder, error);
     if (error)
-        render::fail(folder.string() + ": cannot create the folder (" + error.message() + ")");
+        tools::fail(folder.string() + ": cannot create the folder (" + error.message() + ")");
     demo::save(demo::makeKick(kBeatSeconds), wav(folder, kKickAndBass.priority));
     demo::save(demo::makeBass(kBeatSeconds), wav(folder, kKickAndBass.other));
     renderDemo(kKickAndBass, folder, common);
@@ -110,13 +108,13 @@ void run(int argc, char** argv) {
     std::string plugin;
     app.add_option("-o,--output", folder, "Folder for everything made")->capture_default_str();
     app.add_option("--plugin", plugin, "The plug-in (else beside this program)");
-    if (!render::parseCommandLine(app, argc, argv))
+    if (!tools::parseCommandLine(app, argc, argv))
         return;
     render::Options common;
     if (!plugin.empty())
         common.plugin = plugin;
     // First: in a namespace of one's own, a chroot's programs no longer know where they lie.
-    common.plugin = render::findPlugin(common.plugin);
+    common.plugin = tools::findPlugin(common.plugin);
     if (!host::enterPrivateShm())
         std::fputs("tessella-demo: no private registry here, using the common one\n", stderr);
     runAll(folder, common);
@@ -125,5 +123,5 @@ void run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-    return render::runProgram("tessella-demo", [&] { run(argc, argv); });
+    return tools::runProgram("tessella-demo", [&] { run(argc, argv); });
 }

@@ -1,8 +1,8 @@
 #include "tools/editor/App.h"
 
-#include "tools/render/Failure.h"
-#include "tools/render/Registry.h"
-#include "tools/render/StateFiles.h"
+#include "tools/common/Failure.h"
+#include "tools/common/InstanceSetup.h"
+#include "tools/common/Registry.h"
 
 #include <iostream>
 #include <poll.h>
@@ -24,71 +24,71 @@ AudioFeed feedOf(const Options& options, std::size_t index) {
 /// Creates one track after the other, and links them if that is wanted.
 class TrackMaker {
 public:
-    TrackMaker(const Options& options, const host::Library& library)
-        : mOptions(options), mLibrary(library) {}
+    TrackMaker(const Options& given, const host::Library& loaded)
+        : options(given), library(loaded) {}
 
     std::unique_ptr<Track> make(std::size_t index) {
-        auto track = std::make_unique<Track>(mLibrary, feedOf(mOptions, index));
-        mIds.push_back(mRegistry.identifyNewInstance());
-        if (const auto& state = mOptions.tracks[index].loadState)
-            render::loadStateFile(track->instance(), *state, index + 1);
+        auto track = std::make_unique<Track>(library, feedOf(options, index));
+        ids.push_back(registry.identifyNewInstance());
+        if (const auto& state = options.tracks[index].loadState)
+            tools::loadStateFile(track->instance(), *state, index + 1);
         return track;
     }
 
     void pair() {
-        for (const std::uint64_t id : mIds)
+        for (const std::uint64_t id : ids)
             if (id == 0)
-                render::fail("the registry has no free slot: close other instances, or use "
-                             "--private");
-        mRegistry.pair(mIds[0], mIds[1]);
+                tools::fail("the registry has no free slot: close other instances, or use "
+                            "--private");
+        registry.pair(ids[0], ids[1]);
     }
 
 private:
-    const Options& mOptions;
-    const host::Library& mLibrary;
-    render::Registry mRegistry;
-    std::vector<std::uint64_t> mIds; ///< 0: not in the registry
+    const Options& options;
+    const host::Library& library;
+    tools::Registry registry;
+    std::vector<std::uint64_t> ids; ///< 0: not in the registry
 };
 
 } // namespace
 
-App::App(const Options& options, const volatile std::sig_atomic_t& interrupted)
-    : mOptions(options), mInterrupted(interrupted), mLibrary(*options.plugin) {
+App::App(const Options& given, const volatile std::sig_atomic_t& interruption)
+    : options(given), interrupted(interruption), library(*given.plugin) {
     createTracks();
     startSound();
     openWindows();
 }
 
 void App::createTracks() {
-    TrackMaker maker(mOptions, mLibrary);
-    for (std::size_t i = 0; i < mOptions.tracks.size(); ++i) {
-        mTracks.push_back(maker.make(i));
-        if (mTracks[i]->feed().sampleRate() != mTracks[0]->feed().sampleRate())
-            render::failUsage("the two files differ in sample rate");
-        mTracks[i]->start();
+    TrackMaker maker(options, library);
+    for (std::size_t i = 0; i < options.tracks.size(); ++i) {
+        tracks.push_back(maker.make(i));
+        if (tracks[i]->feed().sampleRate() != tracks[0]->feed().sampleRate())
+            tools::failUsage("the two files differ in sample rate");
+        tracks[i]->start();
     }
-    if (mOptions.pair)
+    if (options.pair)
         maker.pair();
 }
 
 void App::startSound() {
-    if (mOptions.sound)
-        mSound = openDefaultDevice(mMixer);
-    const bool isRefused = mOptions.sound && !mSound;
-    if (!mSound)
-        mSound = playSilently(mMixer);
-    std::cout << "sound: " << mSound->name() << ", " << mMixer.sampleRate() << " Hz"
+    if (options.sound)
+        sound = openDefaultDevice(mixer);
+    const bool isRefused = options.sound && !sound;
+    if (!sound)
+        sound = playSilently(mixer);
+    std::cout << "sound: " << sound->name() << ", " << mixer.sampleRate() << " Hz"
               << (isRefused ? " (no device takes it)" : "") << std::endl;
 }
 
 void App::openWindows() {
     int x = 0;
-    for (std::size_t i = 0; i < mTracks.size(); ++i) {
+    for (std::size_t i = 0; i < tracks.size(); ++i) {
         const std::string title =
-            "TessellaDuckwork " + std::to_string(i + 1) + ": " + mTracks[i]->feed().name();
-        mWindows.push_back(std::make_unique<EditorWindow>(
-            mServer, mTracks[i]->instance(), EditorWindow::Appearance{title, mOptions.scale, x}));
-        x += static_cast<int>(mWindows.back()->size().width);
+            "TessellaDuckwork " + std::to_string(i + 1) + ": " + tracks[i]->feed().name();
+        windows.push_back(std::make_unique<EditorWindow>(
+            server, tracks[i]->instance(), EditorWindow::Appearance{title, options.scale, x}));
+        x += static_cast<int>(windows.back()->size().width);
         std::cout << "window: " << title << std::endl;
     }
 }
@@ -96,31 +96,31 @@ void App::openWindows() {
 void App::run() {
     while (!isOver()) {
         serveMainThread();
-        std::erase_if(mWindows, [](const auto& window) { return !window->update(); });
+        std::erase_if(windows, [](const auto& window) { return !window->update(); });
     }
-    mWindows.clear();
-    mSound.reset();
+    windows.clear();
+    sound.reset();
     saveStates();
 }
 
 void App::serveMainThread() {
-    pollfd fromServer{.fd = mServer.fd(), .events = POLLIN, .revents = 0};
+    pollfd fromServer{.fd = server.fd(), .events = POLLIN, .revents = 0};
     poll(&fromServer, 1, static_cast<int>(kTurn.count()));
-    for (const auto& track : mTracks)
+    for (const auto& track : tracks)
         track->instance().pumpMainThread();
-    mServer.dispatch();
+    server.dispatch();
 }
 
 bool App::isOver() const {
-    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - mStart;
-    return mWindows.empty() || mInterrupted != 0 ||
-           (mOptions.seconds && passed.count() >= *mOptions.seconds);
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+    return windows.empty() || interrupted != 0 ||
+           (options.seconds && passed.count() >= *options.seconds);
 }
 
 void App::saveStates() const {
-    for (std::size_t i = 0; i < mTracks.size(); ++i)
-        if (const auto& path = mOptions.tracks[i].saveState)
-            render::saveStateFile(mTracks[i]->instance(), *path, i + 1);
+    for (std::size_t i = 0; i < tracks.size(); ++i)
+        if (const auto& path = options.tracks[i].saveState)
+            tools::saveStateFile(tracks[i]->instance(), *path, i + 1);
 }
 
 } // namespace editor

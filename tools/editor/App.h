@@ -14,12 +14,12 @@
 
 namespace editor {
 
-/// Everything throws render::Failure or host::HostError. What is declared later ends first:
+/// Everything throws tools::Failure or host::HostError. What is declared later ends first:
 /// windows, then sound, then instances. [main]
 class App {
 public:
-    /// Starts all of it. `interrupted` becomes other than 0 to end run().
-    App(const Options& options, const volatile std::sig_atomic_t& interrupted);
+    /// Starts all of it. `interruption` becomes other than 0 to end run().
+    App(const Options& given, const volatile std::sig_atomic_t& interruption);
 
     /// Until the last window is closed, the time is up or the user interrupts; then saves.
     void run();
@@ -32,15 +32,15 @@ private:
     [[nodiscard]] bool isOver() const;
     void saveStates() const;
 
-    const Options& mOptions;
-    const volatile std::sig_atomic_t& mInterrupted;
-    std::chrono::steady_clock::time_point mStart = std::chrono::steady_clock::now();
-    XServer mServer;
-    host::Library mLibrary;
-    std::vector<std::unique_ptr<Track>> mTracks;
-    Mixer mMixer{mTracks};
-    std::unique_ptr<SoundOut> mSound;
-    std::vector<std::unique_ptr<EditorWindow>> mWindows;
+    const Options& options;
+    const volatile std::sig_atomic_t& interrupted;
+    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+    XServer server;
+    host::Library library;
+    std::vector<std::unique_ptr<Track>> tracks;
+    Mixer mixer{tracks};
+    std::unique_ptr<SoundOut> sound;
+    std::vector<std::unique_ptr<EditorWindow>> windows;
 };
 
 } // namespace editor

@@ -1,7 +1,7 @@
 #include "tools/editor/AudioFeed.h"
 
+#include "tools/common/AudioFile.h"
 #include "tools/demo/Signals.h"
-#include "tools/render/AudioFile.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -10,7 +10,7 @@
 namespace editor {
 namespace {
 
-constexpr std::uint64_t kMostSeconds = 600;
+constexpr std::uint64_t kMaxSeconds = 600;
 constexpr std::size_t kReadFrames = 65536;
 constexpr double kDemoSeconds = 8.0; ///< four bars: both demo signals meet their start again
 
@@ -29,14 +29,14 @@ AudioFeed fromDemo(const char* name, const demo::Sound& sound) {
 
 AudioFeed::AudioFeed(std::string name, int sampleRate, std::vector<float> left,
                      std::vector<float> right)
-    : mName(std::move(name)), mSampleRate(sampleRate), mLeft(std::move(left)),
-      mRight(std::move(right)) {}
+    : label(std::move(name)), rateHz(sampleRate), leftLoop(std::move(left)),
+      rightLoop(std::move(right)) {}
 
 AudioFeed AudioFeed::fromFile(const std::filesystem::path& path) {
-    render::AudioReader reader(path);
+    tools::AudioReader reader(path);
     const auto rate = static_cast<std::uint64_t>(reader.format().sampleRate);
     const auto frames =
-        static_cast<std::size_t>(std::min(reader.format().frames, kMostSeconds * rate));
+        static_cast<std::size_t>(std::min(reader.format().frames, kMaxSeconds * rate));
     std::vector<double> left(kReadFrames);
     std::vector<double> right(kReadFrames);
     std::vector<float> loopLeft(frames);
@@ -59,10 +59,10 @@ AudioFeed AudioFeed::bass() { return fromDemo("bass", demo::makeBass(kDemoSecond
 
 void AudioFeed::read(std::span<float> left, std::span<float> right) {
     for (std::size_t i = 0; i < left.size(); ++i) {
-        left[i] = mLeft[mPosition];
-        right[i] = mRight[mPosition];
-        if (++mPosition == mLeft.size())
-            mPosition = 0;
+        left[i] = leftLoop[position];
+        right[i] = rightLoop[position];
+        if (++position == leftLoop.size())
+            position = 0;
     }
 }
 

@@ -15,23 +15,23 @@ public:
     /// The channels are of one length, which is not 0.
     AudioFeed(std::string name, int sampleRate, std::vector<float> left, std::vector<float> right);
 
-    /// Reads a mono or stereo file, of a longer one the first ten minutes. Throws render::Failure.
+    /// Reads a mono or stereo file, of a longer one the first ten minutes. Throws tools::Failure.
     [[nodiscard]] static AudioFeed fromFile(const std::filesystem::path& path);
     [[nodiscard]] static AudioFeed kick();
     [[nodiscard]] static AudioFeed bass();
 
-    [[nodiscard]] const std::string& name() const { return mName; }
-    [[nodiscard]] int sampleRate() const { return mSampleRate; } ///< Hz
+    [[nodiscard]] const std::string& name() const { return label; }
+    [[nodiscard]] int sampleRate() const { return rateHz; } ///< Hz
 
     /// The next samples of the loop; the spans are of one length.
     void read(std::span<float> left, std::span<float> right);
 
 private:
-    std::string mName;
-    int mSampleRate;
-    std::vector<float> mLeft;
-    std::vector<float> mRight;
-    std::size_t mPosition = 0;
+    std::string label;
+    int rateHz;
+    std::vector<float> leftLoop;
+    std::vector<float> rightLoop;
+    std::size_t position = 0;
 };
 
 } // namespace editor

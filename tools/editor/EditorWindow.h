@@ -22,20 +22,20 @@ public:
         int x = 0; ///< left edge, unless a window manager knows better
     };
 
-    /// Throws render::Failure when the plug-in has no X11 editor or does not open it.
-    EditorWindow(XServer& server, host::Instance& instance, const Appearance& appearance);
+    /// Throws tools::Failure when the plug-in has no X11 editor or does not open it.
+    EditorWindow(XServer& server, host::Instance& shown, const Appearance& appearance);
     ~EditorWindow();
     EditorWindow(const EditorWindow&) = delete;
     EditorWindow& operator=(const EditorWindow&) = delete;
 
     /// Carries out what plug-in and user want since the last time. False once it is to close.
     [[nodiscard]] bool update();
-    [[nodiscard]] host::GuiSize size() const { return mWindow->size(); }
+    [[nodiscard]] host::GuiSize size() const { return window->size(); }
 
 private:
     using Clock = std::chrono::steady_clock;
 
-    explicit EditorWindow(host::Instance& instance);
+    explicit EditorWindow(host::Instance& shown);
     void listen();
     void open(XServer& server, const Appearance& appearance);
     [[nodiscard]] SizeRules sizeRules(host::GuiSize size) const;
@@ -44,14 +44,14 @@ private:
     void followPlugin(host::GuiSize wanted);
     void followUser();
 
-    host::Instance& mInstance;
-    std::mutex mRequestMutex;                ///< held for copies of mRequested only
-    std::optional<host::GuiSize> mRequested; ///< by the plug-in, not yet done
-    std::atomic<bool> mGone{false};          ///< the plug-in has lost its own window
-    host::GuiSize mFollowed;                 ///< the window's size that the plug-in knows
-    Clock::time_point mQuietUntil{};         ///< a size that the plug-in wanted is on its way
-    std::optional<TopLevel> mWindow;
-    host::Gui mGui; ///< after the window: goes before it
+    host::Instance& instance;
+    std::mutex requestMutex;                ///< held for copies of requested only
+    std::optional<host::GuiSize> requested; ///< by the plug-in, not yet done
+    std::atomic<bool> gone{false};          ///< the plug-in has lost its own window
+    host::GuiSize followed;                 ///< the window's size that the plug-in knows
+    Clock::time_point quietUntil{};         ///< a size that the plug-in wanted is on its way
+    std::optional<TopLevel> window;
+    host::Gui gui; ///< after the window: goes before it
 };
 
 } // namespace editor

@@ -19,7 +19,7 @@ void Mixer::render(float* out, std::uint32_t frames) {
 
 void Mixer::renderBlock(float* out, std::uint32_t frames) {
     std::fill_n(out, std::size_t{frames} * kChannels, 0.0F);
-    for (const auto& track : mTracks) {
+    for (const auto& track : tracks) {
         track->process(frames);
         for (std::uint32_t channel = 0; channel < kChannels; ++channel) {
             const auto samples = track->output(channel);

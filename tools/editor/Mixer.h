@@ -14,10 +14,10 @@ class Mixer {
 public:
     static constexpr std::uint32_t kChannels = 2;
 
-    explicit Mixer(const std::vector<std::unique_ptr<Track>>& tracks) : mTracks(tracks) {}
+    explicit Mixer(const std::vector<std::unique_ptr<Track>>& mixed) : tracks(mixed) {}
 
     [[nodiscard]] unsigned sampleRate() const {
-        return static_cast<unsigned>(mTracks.front()->feed().sampleRate());
+        return static_cast<unsigned>(tracks.front()->feed().sampleRate());
     }
     /// Plays on by `frames` stereo frames, any number, interleaved into `out`.
     void render(float* out, std::uint32_t frames);
@@ -25,7 +25,7 @@ public:
 private:
     void renderBlock(float* out, std::uint32_t frames);
 
-    const std::vector<std::unique_ptr<Track>>& mTracks;
+    const std::vector<std::unique_ptr<Track>>& tracks;
 };
 
 } // namespace editor

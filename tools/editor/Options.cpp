@@ -1,8 +1,7 @@
 #include "tools/editor/Options.h"
 
-#include "tools/render/Failure.h"
-#include "tools/render/Options.h"
-#include "tools/render/Program.h"
+#include "tools/common/Failure.h"
+#include "tools/common/Program.h"
 
 #include <CLI/CLI.hpp>
 
@@ -41,14 +40,10 @@ struct RawArguments {
 void declareTrackOptions(CLI::App& app, RawArguments& raw) {
     app.add_option("FILE", raw.files, "One or two audio files");
     app.add_flag("--one", raw.one, "Without a file: the bass alone");
-    app.add_option("--load-state", raw.loads, "Give track N a saved state first")
-        ->type_name("N:FILE")
-        ->expected(1)
-        ->take_all();
-    app.add_option("--save-state", raw.saves, "Save the state of track N at the end")
-        ->type_name("N:FILE")
-        ->expected(1)
-        ->take_all();
+    tools::addTrackOption(app, "--load-state", raw.loads, "N:FILE",
+                          "Give track N a saved state first");
+    tools::addTrackOption(app, "--save-state", raw.saves, "N:FILE",
+                          "Save the state of track N at the end");
 }
 
 void declareGeneralOptions(CLI::App& app, Options& options, RawArguments& raw) {
@@ -70,17 +65,17 @@ void declareGeneralOptions(CLI::App& app, Options& options, RawArguments& raw) {
 
 void makeTracks(Options& options, const RawArguments& raw) {
     if (raw.files.size() > kMaxTracks)
-        render::failUsage(std::to_string(raw.files.size()) + " files given, at most " +
-                          std::to_string(kMaxTracks) + " can be opened");
+        tools::failUsage(std::to_string(raw.files.size()) + " files given, at most " +
+                         std::to_string(kMaxTracks) + " can be opened");
     if (raw.one && raw.files.size() > 1)
-        render::failUsage("--one, but two files");
+        tools::failUsage("--one, but two files");
     options.tracks.resize(raw.one ? 1 : kMaxTracks);
     if (!raw.files.empty())
         options.tracks.resize(raw.files.size());
     for (std::size_t i = 0; i < raw.files.size(); ++i)
         options.tracks[i].file = raw.files[i];
     if (options.pair && options.tracks.size() != 2)
-        render::failUsage("--pair needs two tracks");
+        tools::failUsage("--pair needs two tracks");
 }
 
 /// The N:FILE arguments of one option, into that member of their tracks.
@@ -88,7 +83,7 @@ void applyStates(Options& options, const char* option, const std::vector<std::st
                  std::optional<std::filesystem::path> TrackOptions::*member) {
     for (const std::string& argument : arguments) {
         const auto [track, file] =
-            render::splitTrackArgument(option, argument, ':', options.tracks.size());
+            tools::splitTrackArgument(option, argument, ':', options.tracks.size());
         options.tracks[track].*member = file;
     }
 }
@@ -102,7 +97,7 @@ std::optional<Options> parseOptions(int argc, const char* const* argv) {
     app.footer(kFooter);
     declareTrackOptions(app, raw);
     declareGeneralOptions(app, options, raw);
-    if (!render::parseCommandLine(app, argc, argv))
+    if (!tools::parseCommandLine(app, argc, argv))
         return std::nullopt;
     makeTracks(options, raw);
     applyStates(options, "--load-state", raw.loads, &TrackOptions::loadState);

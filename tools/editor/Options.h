@@ -28,7 +28,7 @@ struct Options {
 };
 
 /// Reads the command line. Returns nullopt when help or version was wanted, which is printed then;
-/// throws render::Failure (Usage) for anything that does not fit together.
+/// throws tools::Failure (Usage) for anything that does not fit together.
 [[nodiscard]] std::optional<Options> parseOptions(int argc, const char* const* argv);
 
 } // namespace editor

@@ -14,20 +14,20 @@ namespace {
 /// tell of each kind of device that they look for in vain.
 class NoErrorOutput {
 public:
-    NoErrorOutput() : mKept(dup(STDERR_FILENO)) {
+    NoErrorOutput() : kept(dup(STDERR_FILENO)) {
         const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
         dup2(nowhere, STDERR_FILENO);
         close(nowhere);
     }
     ~NoErrorOutput() {
-        dup2(mKept, STDERR_FILENO);
-        close(mKept);
+        dup2(kept, STDERR_FILENO);
+        close(kept);
     }
     NoErrorOutput(const NoErrorOutput&) = delete;
     NoErrorOutput& operator=(const NoErrorOutput&) = delete;
 
 private:
-    int mKept;
+    int kept;
 };
 
 /// RtAudio 5 throws, RtAudio 6 returns an error that is 0 for none.
@@ -53,29 +53,29 @@ int onBlock(void* output, void* /*input*/, unsigned frames, double /*time*/,
 
 class RtAudioOut : public SoundOut {
 public:
-    explicit RtAudioOut(Mixer& mixer) : mMixer(mixer) { mAudio.showWarnings(false); }
+    explicit RtAudioOut(Mixer& played) : mixer(played) { audio.showWarnings(false); }
 
     bool open() {
-        if (mAudio.getDeviceCount() == 0)
+        if (audio.getDeviceCount() == 0)
             return false;
         RtAudio::StreamParameters output;
-        output.deviceId = mAudio.getDefaultOutputDevice();
+        output.deviceId = audio.getDefaultOutputDevice();
         output.nChannels = Mixer::kChannels;
         unsigned frames = 256; // a wish
-        return succeeds([&] { mName = mAudio.getDeviceInfo(output.deviceId).name; }) &&
+        return succeeds([&] { deviceName = audio.getDeviceInfo(output.deviceId).name; }) &&
                succeeds([&] {
-                   return mAudio.openStream(&output, nullptr, RTAUDIO_FLOAT32, mMixer.sampleRate(),
-                                            &frames, onBlock, &mMixer);
+                   return audio.openStream(&output, nullptr, RTAUDIO_FLOAT32, mixer.sampleRate(),
+                                           &frames, onBlock, &mixer);
                }) &&
-               succeeds([&] { return mAudio.startStream(); });
+               succeeds([&] { return audio.startStream(); });
     }
 
-    [[nodiscard]] std::string name() const override { return mName; }
+    [[nodiscard]] std::string name() const override { return deviceName; }
 
 private:
-    Mixer& mMixer;
-    RtAudio mAudio; ///< ends the stream when it goes
-    std::string mName;
+    Mixer& mixer;
+    RtAudio audio; ///< ends the stream when it goes
+    std::string deviceName;
 };
 
 } // namespace

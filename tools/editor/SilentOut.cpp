@@ -15,10 +15,10 @@ constexpr std::chrono::milliseconds kGiveUpLag{200};
 
 class SilentOut : public SoundOut {
 public:
-    explicit SilentOut(Mixer& mixer) : mMixer(mixer), mThread([this] { play(); }) {}
+    explicit SilentOut(Mixer& played) : mixer(played), thread([this] { play(); }) {}
     ~SilentOut() override {
-        mStop = true;
-        mThread.join();
+        stop = true;
+        thread.join();
     }
     [[nodiscard]] std::string name() const override { return "silence in real time"; }
 
@@ -26,10 +26,10 @@ private:
     void play() {
         std::vector<float> block(std::size_t{kBlock} * Mixer::kChannels);
         const auto length = std::chrono::duration_cast<Clock::duration>(
-            std::chrono::duration<double>(static_cast<double>(kBlock) / mMixer.sampleRate()));
+            std::chrono::duration<double>(static_cast<double>(kBlock) / mixer.sampleRate()));
         auto due = Clock::now();
-        while (!mStop) {
-            mMixer.render(block.data(), kBlock);
+        while (!stop) {
+            mixer.render(block.data(), kBlock);
             due += length;
             // A busy machine: what is lost is lost, as with a device.
             if (Clock::now() - due > kGiveUpLag)
@@ -38,9 +38,9 @@ private:
         }
     }
 
-    Mixer& mMixer;
-    std::atomic<bool> mStop{false};
-    std::thread mThread; ///< last: it uses the others
+    Mixer& mixer;
+    std::atomic<bool> stop{false};
+    std::thread thread; ///< last: it uses the others
 };
 
 } // namespace

@@ -17,13 +17,13 @@ class Track {
 public:
     static constexpr std::uint32_t kMaxBlock = 1024;
 
-    /// Creates and initialises the instance. Throws render::Failure or host::HostError.
+    /// Creates and initialises the instance. Throws tools::Failure or host::HostError.
     Track(const host::Library& library, AudioFeed feed);
 
-    [[nodiscard]] host::Instance& instance() { return mInstance; }
-    [[nodiscard]] const AudioFeed& feed() const { return mFeed; }
+    [[nodiscard]] host::Instance& instance() { return pluginInstance; }
+    [[nodiscard]] const AudioFeed& feed() const { return loop; }
 
-    /// Activates at the feed's rate and starts processing. Throws render::Failure.
+    /// Activates at the feed's rate and starts processing. Throws tools::Failure.
     void start();
     /// The next `frames` samples, at most kMaxBlock, through the plug-in. Its output events are
     /// dropped. [audio]
@@ -32,10 +32,10 @@ public:
     [[nodiscard]] std::span<const float> output(std::uint32_t channel);
 
 private:
-    host::HostCallbacks mCallbacks;
-    AudioFeed mFeed;
-    host::Instance mInstance;
-    std::optional<host::AudioBuffers> mBuffers;
+    host::HostCallbacks callbacks;
+    AudioFeed loop;
+    host::Instance pluginInstance;
+    std::optional<host::AudioBuffers> buffers;
 };
 
 } // namespace editor

@@ -1,6 +1,6 @@
 #include "tools/editor/XServer.h"
 
-#include "tools/render/Failure.h"
+#include "tools/common/Failure.h"
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
@@ -15,68 +15,68 @@ int toInt(std::uint32_t pixels) { return static_cast<int>(pixels); }
 
 } // namespace
 
-XServer::XServer() : mDisplay(XOpenDisplay(nullptr)) {
-    if (mDisplay == nullptr)
-        render::fail("cannot reach a display: is DISPLAY set?");
-    mProtocols = XInternAtom(mDisplay, "WM_PROTOCOLS", False);
-    mDeleteWindow = XInternAtom(mDisplay, "WM_DELETE_WINDOW", False);
-    mName = XInternAtom(mDisplay, "_NET_WM_NAME", False);
-    mUtf8 = XInternAtom(mDisplay, "UTF8_STRING", False);
+XServer::XServer() : display(XOpenDisplay(nullptr)) {
+    if (display == nullptr)
+        tools::fail("cannot reach a display: is DISPLAY set?");
+    protocols = XInternAtom(display, "WM_PROTOCOLS", False);
+    deleteWindow = XInternAtom(display, "WM_DELETE_WINDOW", False);
+    netName = XInternAtom(display, "_NET_WM_NAME", False);
+    utf8 = XInternAtom(display, "UTF8_STRING", False);
 }
 
-XServer::~XServer() { XCloseDisplay(mDisplay); }
+XServer::~XServer() { XCloseDisplay(display); }
 
-int XServer::fd() const { return ConnectionNumber(mDisplay); }
+int XServer::fd() const { return ConnectionNumber(display); }
 
 void XServer::dispatch() {
-    while (XPending(mDisplay) > 0) {
+    while (XPending(display) > 0) {
         XEvent event;
-        XNextEvent(mDisplay, &event);
-        for (TopLevel* window : mWindows) {
-            if (window->mId != event.xany.window)
+        XNextEvent(display, &event);
+        for (TopLevel* window : windows) {
+            if (window->windowId != event.xany.window)
                 continue;
             if (event.type == ConfigureNotify)
-                window->mSize = {static_cast<std::uint32_t>(event.xconfigure.width),
-                                 static_cast<std::uint32_t>(event.xconfigure.height)};
-            else if (event.type == ClientMessage && event.xclient.message_type == mProtocols)
-                window->mCloseAsked |= static_cast<Atom>(event.xclient.data.l[0]) == mDeleteWindow;
+                window->reported = {static_cast<std::uint32_t>(event.xconfigure.width),
+                                    static_cast<std::uint32_t>(event.xconfigure.height)};
+            else if (event.type == ClientMessage && event.xclient.message_type == protocols)
+                window->closeAsked |= static_cast<Atom>(event.xclient.data.l[0]) == deleteWindow;
         }
     }
 }
 
-TopLevel::TopLevel(XServer& server, const std::string& title, int x, host::GuiSize size,
+TopLevel::TopLevel(XServer& owner, const std::string& title, int x, host::GuiSize size,
                    const SizeRules& rules)
-    : mServer(server), mSize(size) {
-    Display* display = server.mDisplay;
+    : server(owner), reported(size) {
+    Display* display = server.display;
     const int rightmost = DisplayWidth(display, DefaultScreen(display)) - toInt(size.width);
-    mId = XCreateSimpleWindow(display, DefaultRootWindow(display),
-                              std::clamp(x, 0, std::max(rightmost, 0)), 0, size.width, size.height,
-                              0, 0, kBackground);
-    XSelectInput(display, mId, StructureNotifyMask);
-    XSetWMProtocols(display, mId, &server.mDeleteWindow, 1);
+    windowId = XCreateSimpleWindow(display, DefaultRootWindow(display),
+                                   std::clamp(x, 0, std::max(rightmost, 0)), 0, size.width,
+                                   size.height, 0, 0, kBackground);
+    XSelectInput(display, windowId, StructureNotifyMask);
+    XSetWMProtocols(display, windowId, &server.deleteWindow, 1);
     setTitle(title);
     setRules(rules);
-    XMapWindow(display, mId);
+    XMapWindow(display, windowId);
     // The plug-in uses the id over a connection of its own: the server must know it by then.
     XSync(display, False);
-    server.mWindows.push_back(this);
+    server.windows.push_back(this);
 }
 
 TopLevel::~TopLevel() {
-    std::erase(mServer.mWindows, this);
-    XDestroyWindow(mServer.mDisplay, mId);
-    XSync(mServer.mDisplay, False);
+    std::erase(server.windows, this);
+    XDestroyWindow(server.display, windowId);
+    XSync(server.display, False);
 }
 
 void TopLevel::setTitle(const std::string& title) {
-    Display* display = mServer.mDisplay;
-    XStoreName(display, mId, title.c_str());
-    XChangeProperty(display, mId, mServer.mName, mServer.mUtf8, 8, PropModeReplace,
+    Display* display = server.display;
+    XStoreName(display, windowId, title.c_str());
+    XChangeProperty(display, windowId, server.netName, server.utf8, 8, PropModeReplace,
                     reinterpret_cast<const unsigned char*>(title.data()),
                     static_cast<int>(title.size()));
     char name[] = "tessella-editor";
     XClassHint hint{name, name};
-    XSetClassHint(display, mId, &hint);
+    XSetClassHint(display, windowId, &hint);
 }
 
 void TopLevel::setRules(const SizeRules& rules) {
@@ -91,12 +91,12 @@ void TopLevel::setRules(const SizeRules& rules) {
         hints.min_aspect = {toInt(rules.aspect->width), toInt(rules.aspect->height)};
         hints.max_aspect = hints.min_aspect;
     }
-    XSetWMNormalHints(mServer.mDisplay, mId, &hints);
+    XSetWMNormalHints(server.display, windowId, &hints);
 }
 
 void TopLevel::resize(host::GuiSize size) {
-    XResizeWindow(mServer.mDisplay, mId, size.width, size.height);
-    XFlush(mServer.mDisplay);
+    XResizeWindow(server.display, windowId, size.width, size.height);
+    XFlush(server.display);
 }
 
 } // namespace editor

@@ -16,7 +16,7 @@ class TopLevel;
 /// Outlives its windows. [main]
 class XServer {
 public:
-    /// Throws render::Failure when there is no display.
+    /// Throws tools::Failure when there is no display.
     XServer();
     ~XServer();
     XServer(const XServer&) = delete;
@@ -30,12 +30,12 @@ public:
 private:
     friend class TopLevel;
 
-    _XDisplay* mDisplay;
-    unsigned long mProtocols; ///< interned names
-    unsigned long mDeleteWindow;
-    unsigned long mName;
-    unsigned long mUtf8;
-    std::vector<TopLevel*> mWindows;
+    _XDisplay* display;
+    unsigned long protocols; ///< interned names
+    unsigned long deleteWindow;
+    unsigned long netName;
+    unsigned long utf8;
+    std::vector<TopLevel*> windows;
 };
 
 /// How far a user may resize a window.
@@ -49,19 +49,19 @@ struct SizeRules {
 class TopLevel {
 public:
     /// Visible at once; a window manager may move it, otherwise its left edge is at `x`.
-    TopLevel(XServer& server, const std::string& title, int x, host::GuiSize size,
+    TopLevel(XServer& owner, const std::string& title, int x, host::GuiSize size,
              const SizeRules& rules);
     ~TopLevel();
     TopLevel(const TopLevel&) = delete;
     TopLevel& operator=(const TopLevel&) = delete;
 
-    [[nodiscard]] unsigned long id() const { return mId; }
+    [[nodiscard]] unsigned long id() const { return windowId; }
     /// As the server last reported it.
-    [[nodiscard]] host::GuiSize size() const { return mSize; }
+    [[nodiscard]] host::GuiSize size() const { return reported; }
     /// Asks for another size; size() tells once it is so.
     void resize(host::GuiSize size);
     /// Whether the user has closed it (it stays until it is destroyed).
-    [[nodiscard]] bool isCloseAsked() const { return mCloseAsked; }
+    [[nodiscard]] bool isCloseAsked() const { return closeAsked; }
 
 private:
     friend class XServer;
@@ -69,10 +69,10 @@ private:
     void setTitle(const std::string& title);
     void setRules(const SizeRules& rules);
 
-    XServer& mServer;
-    unsigned long mId;
-    host::GuiSize mSize;
-    bool mCloseAsked = false;
+    XServer& server;
+    unsigned long windowId;
+    host::GuiSize reported;
+    bool closeAsked = false;
 };
 
 } // namespace editor

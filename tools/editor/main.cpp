@@ -1,6 +1,6 @@
 /// tessella-editor: the plug-in's editor on the screen, without a workstation around it.
+#include "tools/common/Program.h"
 #include "tools/editor/App.h"
-#include "tools/render/Program.h"
 
 #include <csignal>
 
@@ -11,7 +11,7 @@ volatile std::sig_atomic_t gInterrupted = 0;
 void interrupt(int /*signal*/) { gInterrupted = 1; }
 
 void run(editor::Options options) {
-    options.plugin = render::settleIn(options.plugin, options.privateRegistry);
+    options.plugin = tools::settleIn(options.plugin, options.privateRegistry);
     std::signal(SIGINT, interrupt);
     std::signal(SIGTERM, interrupt);
     editor::App(options, gInterrupted).run();
@@ -20,7 +20,7 @@ void run(editor::Options options) {
 } // namespace
 
 int main(int argc, char** argv) {
-    return render::runProgram("tessella-editor", [&] {
+    return tools::runProgram("tessella-editor", [&] {
         if (const auto options = editor::parseOptions(argc, argv))
             run(*options);
     });

@@ -1,8 +1,8 @@
 #include "tools/registry/View.h"
 
-#include "shm/SlotOwner.h"
 #include "tools/common/Text.h"
 #include "tools/registry/SignalsHeld.h"
+#include "tools/registry/SlotOwner.h"
 
 #include <algorithm>
 #include <array>
@@ -27,7 +27,7 @@ struct Process {
 };
 
 Process processOf(const SlotSnapshot& slot) {
-    Process process{shm::FindOwner(slot.id).value_or(0), ""};
+    Process process{findOwner(slot.id).value_or(0), ""};
     if (process.pid != 0)
         std::getline(std::ifstream("/proc/" + std::to_string(process.pid) + "/comm"), process.name);
     return process;

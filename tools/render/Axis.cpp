@@ -21,22 +21,22 @@ std::string number(double value) { return std::to_string(std::lround(value)); }
 } // namespace
 
 Axis::Axis(Scale scale, double fromValue, double toValue, double fromPixel, double toPixel)
-    : mScale(scale), mFromValue(fromValue), mToValue(toValue), mFromPixel(fromPixel),
-      mToPixel(toPixel) {}
+    : valueScale(scale), firstValue(fromValue), lastValue(toValue), firstPixel(fromPixel),
+      lastPixel(toPixel) {}
 
 double Axis::pixel(double value) const {
     const double held =
-        std::clamp(value, std::min(mFromValue, mToValue), std::max(mFromValue, mToValue));
-    const double part = mScale == Scale::Logarithmic
-                            ? std::log(held / mFromValue) / std::log(mToValue / mFromValue)
-                            : (held - mFromValue) / (mToValue - mFromValue);
-    return std::lerp(mFromPixel, mToPixel, part);
+        std::clamp(value, std::min(firstValue, lastValue), std::max(firstValue, lastValue));
+    const double part = valueScale == Scale::Logarithmic
+                            ? std::log(held / firstValue) / std::log(lastValue / firstValue)
+                            : (held - firstValue) / (lastValue - firstValue);
+    return std::lerp(firstPixel, lastPixel, part);
 }
 
 double Axis::value(double pixel) const {
-    const double part = (pixel - mFromPixel) / (mToPixel - mFromPixel);
-    return mScale == Scale::Logarithmic ? mFromValue * std::pow(mToValue / mFromValue, part)
-                                        : std::lerp(mFromValue, mToValue, part);
+    const double part = (pixel - firstPixel) / (lastPixel - firstPixel);
+    return valueScale == Scale::Logarithmic ? firstValue * std::pow(lastValue / firstValue, part)
+                                            : std::lerp(firstValue, lastValue, part);
 }
 
 std::vector<Tick> frequencyTicks() {

@@ -31,12 +31,12 @@ public:
     /// Values outside the range are held at its ends.
     [[nodiscard]] double pixel(double value) const;
     [[nodiscard]] double value(double pixel) const;
-    [[nodiscard]] double from() const { return mFromValue; }
-    [[nodiscard]] double to() const { return mToValue; }
+    [[nodiscard]] double from() const { return firstValue; }
+    [[nodiscard]] double to() const { return lastValue; }
 
 private:
-    Scale mScale;
-    double mFromValue, mToValue, mFromPixel, mToPixel;
+    Scale valueScale;
+    double firstValue, lastValue, firstPixel, lastPixel;
 };
 
 /// 20 Hz to 20 kHz: the usual numbers, and lines between them.

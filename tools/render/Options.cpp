@@ -1,11 +1,9 @@
 #include "tools/render/Options.h"
 
-#include "tools/render/Failure.h"
-#include "tools/render/Program.h"
+#include "tools/common/Failure.h"
+#include "tools/common/Program.h"
 
 #include <CLI/CLI.hpp>
-
-#include <charconv>
 
 namespace render {
 namespace {
@@ -46,35 +44,20 @@ struct RawFlags {
 
 void declareTrackOptions(CLI::App& app, RawTrackArguments& raw) {
     app.add_option("FILE", raw.inputs, "Audio files, up to 16, all of one sample rate");
-    app.add_option("--set", raw.sets, "Set a parameter of track N, in its own unit; repeatable")
-        ->type_name("N:NAME=VALUE")
-        ->expected(1)
-        ->take_all();
-    app.add_option("--duck", raw.ducks, "Whether track N gives way to its partner (on at first)")
-        ->type_name("N=on|off")
-        ->expected(1)
-        ->take_all();
-    app.add_option("--name", raw.names,
-                   "Name of track N in the registry (else its state's or its file's)")
-        ->type_name("N:NAME")
-        ->expected(1)
-        ->take_all();
-    app.add_option("--load-state", raw.loads,
-                   "Give track N a saved state first; --set, --duck and --name go on top")
-        ->type_name("N:FILE")
-        ->expected(1)
-        ->take_all();
-    app.add_option(
-           "--save-state", raw.saves,
-           "Save the state of track N after rendering; the name in it is the plug-in's own, not "
-           "--name")
-        ->type_name("N:FILE")
-        ->expected(1)
-        ->take_all();
-    app.add_option("--out", raw.outputs, "Output file of track N; its ending picks the format")
-        ->type_name("N:FILE")
-        ->expected(1)
-        ->take_all();
+    tools::addTrackOption(app, "--set", raw.sets, "N:NAME=VALUE",
+                          "Set a parameter of track N, in its own unit; repeatable");
+    tools::addTrackOption(app, "--duck", raw.ducks, "N=on|off",
+                          "Whether track N gives way to its partner (on at first)");
+    tools::addTrackOption(app, "--name", raw.names, "N:NAME",
+                          "Name of track N in the registry (else its state's or its file's)");
+    tools::addTrackOption(app, "--load-state", raw.loads, "N:FILE",
+                          "Give track N a saved state first; --set, --duck and --name go on top");
+    tools::addTrackOption(
+        app, "--save-state", raw.saves, "N:FILE",
+        "Save the state of track N after rendering; the name in it is the plug-in's own, not "
+        "--name");
+    tools::addTrackOption(app, "--out", raw.outputs, "N:FILE",
+                          "Output file of track N; its ending picks the format");
 }
 
 void declareGeneralOptions(CLI::App& app, Options& options, RawFlags& raw) {
@@ -111,13 +94,14 @@ void declareGeneralOptions(CLI::App& app, Options& options, RawFlags& raw) {
 ParamSetting parseSetting(const std::string& argument, const std::string& setting) {
     const std::size_t equals = setting.find('=');
     if (equals == 0 || equals == std::string::npos || equals + 1 == setting.size())
-        failUsage("--set " + argument + ": write it as N:NAME=VALUE, for example 2:ThreshLow=-30");
+        tools::failUsage("--set " + argument +
+                         ": write it as N:NAME=VALUE, for example 2:ThreshLow=-30");
     return {setting.substr(0, equals), setting.substr(equals + 1)};
 }
 
 bool parseSwitch(const std::string& argument, const std::string& word) {
     if (word != "on" && word != "off")
-        failUsage("--duck " + argument + ": after the = comes on or off");
+        tools::failUsage("--duck " + argument + ": after the = comes on or off");
     return word == "on";
 }
 
@@ -129,7 +113,7 @@ void applyTrackArguments(Options& options, const RawTrackArguments& raw) {
                                  char separator, auto apply) {
         for (const std::string& argument : arguments) {
             const auto [track, value] =
-                splitTrackArgument(name, argument, separator, options.tracks.size());
+                tools::splitTrackArgument(name, argument, separator, options.tracks.size());
             apply(options.tracks[track], value, argument);
         }
     };
@@ -163,32 +147,17 @@ void applyFlags(Options& options, const RawFlags& raw) {
 
 void checkTogether(const Options& options) {
     if (options.tracks.empty() && !options.listParams)
-        failUsage("no audio file given (--help tells how)");
+        tools::failUsage("no audio file given (--help tells how)");
     if (options.tracks.size() > kMaxTracks)
-        failUsage(std::to_string(options.tracks.size()) + " files given, at most " +
-                  std::to_string(kMaxTracks) + " fit into the registry");
+        tools::failUsage(std::to_string(options.tracks.size()) + " files given, at most " +
+                         std::to_string(kMaxTracks) + " fit into the registry");
     if (!options.pairWith.empty() && options.tracks.size() != 1)
-        failUsage("--pair-with takes exactly one audio file");
+        tools::failUsage("--pair-with takes exactly one audio file");
     if (!options.pairWith.empty() && options.privateRegistry)
-        failUsage("--pair-with needs the common registry: leave out --private");
+        tools::failUsage("--pair-with needs the common registry: leave out --private");
 }
 
 } // namespace
-
-std::pair<std::size_t, std::string> splitTrackArgument(std::string_view option,
-                                                       const std::string& argument, char separator,
-                                                       std::size_t trackCount) {
-    const std::string where = std::string(option) + " " + argument + ": ";
-    std::size_t number = 0;
-    const char* const end = argument.data() + argument.size();
-    const auto [rest, error] = std::from_chars(argument.data(), end, number);
-    if (error != std::errc{} || rest == end || *rest != separator || rest + 1 == end)
-        failUsage(where + "begins with a track number and '" + separator + "', then a value");
-    if (number < 1 || number > trackCount)
-        failUsage(where + "there is no track " + std::to_string(number) + ", only " +
-                  std::to_string(trackCount));
-    return {number - 1, std::string(rest + 1, end)};
-}
 
 std::optional<Options> parseOptions(int argc, const char* const* argv) {
     Options options;
@@ -198,7 +167,7 @@ std::optional<Options> parseOptions(int argc, const char* const* argv) {
     app.footer(kFooter);
     declareTrackOptions(app, rawTracks);
     declareGeneralOptions(app, options, rawFlags);
-    if (!parseCommandLine(app, argc, argv))
+    if (!tools::parseCommandLine(app, argc, argv))
         return std::nullopt;
     applyTrackArguments(options, rawTracks);
     applyFlags(options, rawFlags);

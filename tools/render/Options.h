@@ -6,8 +6,6 @@
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 namespace render {
@@ -49,15 +47,8 @@ struct Options {
     return track.input.stem().string();
 }
 
-/// Splits "N:rest" and returns N − 1 with the rest. Throws Failure (Usage) that names `option`
-/// when there is no number, no colon or no such track.
-[[nodiscard]] std::pair<std::size_t, std::string> splitTrackArgument(std::string_view option,
-                                                                     const std::string& argument,
-                                                                     char separator,
-                                                                     std::size_t trackCount);
-
 /// Reads the command line. Returns nullopt when help or version was wanted, which is printed then;
-/// throws Failure (Usage) for anything that does not fit together.
+/// throws tools::Failure (Usage) for anything that does not fit together.
 [[nodiscard]] std::optional<Options> parseOptions(int argc, const char* const* argv);
 
 } // namespace render

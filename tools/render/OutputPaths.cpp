@@ -1,6 +1,6 @@
 #include "tools/render/OutputPaths.h"
 
-#include "tools/render/Failure.h"
+#include "tools/common/Failure.h"
 
 namespace render {
 namespace fs = std::filesystem;
@@ -13,9 +13,18 @@ fs::path outputOf(const Options& options, const TrackOptions& track) {
     return folder / (track.input.stem().string() + "-ducked" + track.input.extension().string());
 }
 
+/// Whether both paths lead to the same file, existing or to be created.
+bool isSameFile(const fs::path& a, const fs::path& b) {
+    std::error_code error;
+    if (fs::equivalent(a, b, error) && !error)
+        return true;
+    // equivalent() knows existing files only; canonical names settle the rest.
+    return fs::weakly_canonical(a, error) == fs::weakly_canonical(b, error);
+}
+
 void refuseInput(const fs::path& input, const fs::path& output) {
     if (isSameFile(input, output))
-        failUsage(output.string() + ": would overwrite the input " + input.string());
+        tools::failUsage(output.string() + ": would overwrite the input " + input.string());
 }
 
 void refuseInputs(const Options& options, const fs::path& output) {
@@ -30,26 +39,19 @@ void refuseTwins(const std::vector<fs::path>& outputs) {
     for (std::size_t a = 0; a < outputs.size(); ++a)
         for (std::size_t b = a + 1; b < outputs.size(); ++b)
             if (isSameFile(outputs[a], outputs[b]))
-                failUsage(outputs[a].string() + ": two outputs would be this file; give one of "
-                                                "them another name");
+                tools::failUsage(outputs[a].string() +
+                                 ": two outputs would be this file; give one of "
+                                 "them another name");
 }
 
 void createFolder(const fs::path& folder) {
     std::error_code error;
     fs::create_directories(folder, error);
     if (error)
-        fail(folder.string() + ": cannot create the folder (" + error.message() + ")");
+        tools::fail(folder.string() + ": cannot create the folder (" + error.message() + ")");
 }
 
 } // namespace
-
-bool isSameFile(const fs::path& a, const fs::path& b) {
-    std::error_code error;
-    if (fs::equivalent(a, b, error) && !error)
-        return true;
-    // equivalent() knows existing files only; canonical names settle the rest.
-    return fs::weakly_canonical(a, error) == fs::weakly_canonical(b, error);
-}
 
 std::vector<fs::path> resolveOutputs(const Options& options) {
     if (options.outputFolder)

@@ -9,12 +9,9 @@
 namespace render {
 
 /// One output path a track: as given by --out, else NAME-ducked.EXT in the output folder, which
-/// is created when missing, or beside the input. Throws Failure (Usage) when an output, a
+/// is created when missing, or beside the input. Throws tools::Failure (Usage) when an output, a
 /// saved state or the picture is one of the inputs or loaded states under any name (symbolic or
 /// hard link), or two of them are the same file. An older output is overwritten.
 [[nodiscard]] std::vector<std::filesystem::path> resolveOutputs(const Options& options);
-
-/// Whether both paths lead to the same file, existing or to be created.
-[[nodiscard]] bool isSameFile(const std::filesystem::path& a, const std::filesystem::path& b);
 
 } // namespace render

@@ -42,7 +42,7 @@ public:
               Align align = Align::Left, bool bold = false);
     [[nodiscard]] double textWidth(const std::string& text, double size, bool bold = false);
 
-    /// Throws Failure when the file cannot be written.
+    /// Throws tools::Failure when the file cannot be written.
     void save(const std::filesystem::path& path);
 
 private:
@@ -50,8 +50,8 @@ private:
     void setColour(Colour colour);
     void trace(const std::vector<Point>& points);
 
-    cairo_surface_t* mSurface;
-    cairo_t* mCairo;
+    cairo_surface_t* surface;
+    cairo_t* cairo;
 };
 
 } // namespace render

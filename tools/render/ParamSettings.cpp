@@ -1,6 +1,6 @@
 #include "tools/render/ParamSettings.h"
 
-#include "tools/render/Failure.h"
+#include "tools/common/Failure.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -23,7 +23,7 @@ std::optional<double> leadingNumber(const std::string& text) {
 std::string textOf(const host::Params& params, const clap_param_info_t& info, double value) {
     const auto text = params.toText(info.id, value);
     if (!text)
-        fail(std::string("the plug-in has no text for a value of ") + info.name);
+        tools::fail(std::string("the plug-in has no text for a value of ") + info.name);
     return *text;
 }
 
@@ -41,7 +41,7 @@ bool isInRange(const host::Params& params, const clap_param_info_t& info, double
     std::string known;
     for (const clap_param_info_t& info : params.infos())
         known += std::string(known.empty() ? "" : ", ") + info.name;
-    failUsage("no parameter is called " + name + "; there are " + known);
+    tools::failUsage("no parameter is called " + name + "; there are " + known);
 }
 
 double hostValue(const host::Params& params, const clap_param_info_t& info,
@@ -50,12 +50,12 @@ double hostValue(const host::Params& params, const clap_param_info_t& info,
         "track " + std::to_string(trackNumber) + ", " + setting.name + "=" + setting.text + ": ";
     const auto plain = leadingNumber(setting.text);
     if (!plain)
-        failUsage(where + "not a number");
+        tools::failUsage(where + "not a number");
     if (!isInRange(params, info, *plain))
-        failUsage(where + "outside its range, " + rangeOf(params, info));
+        tools::failUsage(where + "outside its range, " + rangeOf(params, info));
     const auto value = params.fromText(info.id, setting.text);
     if (!value)
-        fail(where + "the plug-in does not understand this text");
+        tools::fail(where + "the plug-in does not understand this text");
     return *value;
 }
 

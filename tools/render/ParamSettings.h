@@ -10,9 +10,10 @@
 namespace render {
 
 /// Sends the settings of one track as value events. The plug-in turns the texts into values; its
-/// own texts of minimum and maximum tell whether a number is in range. Throws Failure (Usage) for
-/// an unknown name, listing the known ones, for a text without number and for a value out of
-/// range. `trackNumber` is for the messages. Before activation, so that nothing glides. [main]
+/// own texts of minimum and maximum tell whether a number is in range. Throws tools::Failure
+/// (Usage) for an unknown name, listing the known ones, for a text without number and for a value
+/// out of range. `trackNumber` is for the messages. Before activation, so that nothing glides.
+/// [main]
 void applySettings(const host::Params& params, const std::vector<ParamSetting>& settings,
                    std::size_t trackNumber);
 

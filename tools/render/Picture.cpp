@@ -2,8 +2,7 @@
 
 #include "tools/render/Axis.h"
 #include "tools/render/Painter.h"
-#include "tools/render/ReductionPlot.h"
-#include "tools/render/SpectrumPlot.h"
+#include "tools/render/Plot.h"
 #include "tools/render/Theme.h"
 
 namespace render {

@@ -10,7 +10,7 @@ namespace render {
 /// Draws a PNG: for each track its mean spectrum before and after, and its gain reduction over
 /// time, band by band, above the level of its partner. Spectra are taken from the files: of a track
 /// that ducks, where its gain reduction is at least half of the most it reaches; else of all of it.
-/// Throws Failure.
+/// Throws tools::Failure.
 void drawPicture(const RenderResult& result, const std::filesystem::path& path);
 
 } // namespace render

@@ -1,13 +1,24 @@
-/// What all plots share: panel, grid, numbers, caption and legend.
+/// The two plots of a track, and what they share: panel, grid, numbers, caption and legend.
 #pragma once
 
 #include "tools/render/Axis.h"
 #include "tools/render/Painter.h"
+#include "tools/render/Trace.h"
 
 #include <string>
 #include <vector>
 
 namespace render {
+
+/// The spectrum of a track before and after. Reads both its files; throws tools::Failure when that
+/// fails.
+void drawSpectrumPlot(Painter& painter, const Rect& panel, const RenderResult& result,
+                      const TrackTrace& track);
+
+/// The gain reduction of a track over time, one curve a band; behind them, when `partner` is not
+/// null, its level.
+void drawReductionPlot(Painter& painter, const Rect& panel, const RenderResult& result,
+                       const TrackTrace& track, const TrackTrace* partner);
 
 void drawPanel(Painter& painter, const Rect& panel);
 /// Vertical lines with numbers below; `unit` stands at the right end of the row.

@@ -1,5 +1,3 @@
-#include "tools/render/ReductionPlot.h"
-
 #include "tools/render/Plot.h"
 #include "tools/render/Theme.h"
 

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <iomanip>
 #include <string>
+#include <unistd.h>
 
 namespace render {
 namespace {
@@ -54,7 +55,26 @@ void printClipping(std::ostream& out, const TrackTrace& track) {
             << " were beyond full scale and cut off\n";
 }
 
+constexpr int kBarCells = 50;
+
+void drawBar(int percent) {
+    const auto filled = static_cast<std::size_t>(percent * kBarCells / 100);
+    const std::string bar = std::string(filled, '#') + std::string(kBarCells - filled, '.');
+    std::fprintf(stderr, "\r[%s] %3d %%%s", bar.c_str(), percent, percent == 100 ? "\n" : "");
+}
+
 } // namespace
+
+ProgressSink progressBar() {
+    if (isatty(STDERR_FILENO) == 0)
+        return [](double) {};
+    return [shown = -1](double fraction) mutable {
+        const int percent = static_cast<int>(fraction * 100.0);
+        if (percent != shown)
+            drawBar(percent);
+        shown = percent;
+    };
+}
 
 void printReport(std::ostream& out, const RenderResult& result) {
     out << std::fixed << std::setprecision(1) << kRule << '\n' << kHead << '\n';

@@ -1,12 +1,12 @@
 #include "tools/render/Session.h"
 
 #include "host/Params.h"
-#include "tools/render/Failure.h"
+#include "tools/common/Failure.h"
+#include "tools/common/InstanceSetup.h"
+#include "tools/common/Program.h"
+#include "tools/common/Registry.h"
 #include "tools/render/OutputPaths.h"
 #include "tools/render/ParamSettings.h"
-#include "tools/render/PluginPath.h"
-#include "tools/render/Registry.h"
-#include "tools/render/StateFiles.h"
 #include "tools/render/Track.h"
 
 #include <algorithm>
@@ -21,9 +21,9 @@ using Clock = std::chrono::steady_clock;
 
 class Session {
 public:
-    explicit Session(const Options& options)
-        : mOptions(options), mOutputs(resolveOutputs(options)),
-          mLibrary(findPlugin(options.plugin)) {}
+    explicit Session(const Options& given)
+        : options(given), outputs(resolveOutputs(given)), library(tools::findPlugin(given.plugin)) {
+    }
 
     RenderResult run(const ProgressSink& progress) {
         createTracks();
@@ -52,96 +52,96 @@ private:
     [[nodiscard]] const shm::SlotSnapshot& slotOf(std::size_t index) const;
     [[nodiscard]] std::uint64_t latencyOf(std::size_t index) const;
     [[nodiscard]] std::uint64_t totalFrames() const;
-    [[nodiscard]] double sampleRate() const { return mTracks.front()->format().sampleRate; }
+    [[nodiscard]] double sampleRate() const { return tracks.front()->format().sampleRate; }
     RenderResult collect();
 
-    const Options& mOptions;
-    std::vector<std::filesystem::path> mOutputs;
-    host::Library mLibrary;
-    Registry mRegistry;
-    std::vector<std::unique_ptr<Track>> mTracks;
-    std::vector<std::uint64_t> mIds; ///< registry ids, as the tracks
-    double mAudioSeconds = 0.0;
-    double mWallSeconds = 0.0;
+    const Options& options;
+    std::vector<std::filesystem::path> outputs;
+    host::Library library;
+    tools::Registry registry;
+    std::vector<std::unique_ptr<Track>> tracks;
+    std::vector<std::uint64_t> ids; ///< registry ids, as the tracks
+    double audioSeconds = 0.0;
+    double wallSeconds = 0.0;
 };
 
 void Session::createTracks() {
-    for (const TrackOptions& track : mOptions.tracks) {
-        mTracks.push_back(std::make_unique<Track>(mLibrary, track));
-        identify(mTracks.size() - 1);
-        setUp(mTracks.size() - 1);
-        traceSetup(mTracks.size() - 1);
+    for (const TrackOptions& track : options.tracks) {
+        tracks.push_back(std::make_unique<Track>(library, track));
+        identify(tracks.size() - 1);
+        setUp(tracks.size() - 1);
+        traceSetup(tracks.size() - 1);
     }
 }
 
 void Session::identify(std::size_t index) {
-    const std::uint64_t id = mRegistry.identifyNewInstance();
+    const std::uint64_t id = registry.identifyNewInstance();
     if (id == 0)
-        fail("the registry has no free slot for track " + std::to_string(index + 1) +
-             ": close other instances, or use --private");
-    mIds.push_back(id);
+        tools::fail("the registry has no free slot for track " + std::to_string(index + 1) +
+                    ": close other instances, or use --private");
+    ids.push_back(id);
 }
 
 /// The state first, so that what the command line says goes on top of it.
 void Session::setUp(std::size_t index) {
-    const TrackOptions& options = mOptions.tracks[index];
-    host::Instance& instance = mTracks[index]->instance();
-    if (options.loadState)
-        loadStateFile(instance, *options.loadState, index + 1);
-    if (options.displayName || !options.loadState)
-        mRegistry.rename(mIds[index], options.displayName.value_or(fileName(options)));
-    if (options.duckSelf)
-        mRegistry.setDuckSelf(mIds[index], *options.duckSelf);
-    applySettings(host::Params(instance), options.settings, index + 1);
+    const TrackOptions& wanted = options.tracks[index];
+    host::Instance& instance = tracks[index]->instance();
+    if (wanted.loadState)
+        tools::loadStateFile(instance, *wanted.loadState, index + 1);
+    if (wanted.displayName || !wanted.loadState)
+        registry.rename(ids[index], wanted.displayName.value_or(fileName(wanted)));
+    if (wanted.duckSelf)
+        registry.setDuckSelf(ids[index], *wanted.duckSelf);
+    applySettings(host::Params(instance), wanted.settings, index + 1);
 }
 
 void Session::traceSetup(std::size_t index) {
-    TrackTrace& trace = mTracks[index]->trace();
-    const host::Params params(mTracks[index]->instance());
+    TrackTrace& trace = tracks[index]->trace();
+    const host::Params params(tracks[index]->instance());
     trace.splitHz = {plainValue(params, "FreqLow"), plainValue(params, "FreqHigh")};
-    mRegistry.refresh();
+    registry.refresh();
     const shm::SlotSnapshot& slot = slotOf(index);
     trace.name = slot.name;
     trace.duckSelf = slot.duckSelf;
 }
 
 void Session::checkSampleRates() const {
-    const AudioFormat& first = mTracks.front()->format();
-    for (std::size_t i = 1; i < mTracks.size(); ++i)
-        if (mTracks[i]->format().sampleRate != first.sampleRate)
-            failUsage("sample rates differ: " + mOptions.tracks[0].input.string() + " has " +
-                      std::to_string(first.sampleRate) + " Hz, " +
-                      mOptions.tracks[i].input.string() + " has " +
-                      std::to_string(mTracks[i]->format().sampleRate) + " Hz");
+    const tools::AudioFormat& first = tracks.front()->format();
+    for (std::size_t i = 1; i < tracks.size(); ++i)
+        if (tracks[i]->format().sampleRate != first.sampleRate)
+            tools::failUsage("sample rates differ: " + options.tracks[0].input.string() + " has " +
+                             std::to_string(first.sampleRate) + " Hz, " +
+                             options.tracks[i].input.string() + " has " +
+                             std::to_string(tracks[i]->format().sampleRate) + " Hz");
 }
 
 void Session::prepareTracks() {
-    for (const auto& track : mTracks)
-        track->prepare(mOptions.blockSize);
-    mRegistry.refresh();
+    for (const auto& track : tracks)
+        track->prepare(options.blockSize);
+    registry.refresh();
 }
 
 void Session::pairTracks() {
-    if (!mOptions.pairWith.empty()) {
-        const std::uint64_t peer = mRegistry.waitForPeer(mOptions.pairWith, mOptions.waitSeconds);
-        mRegistry.pair(mIds.front(), peer);
-        mTracks.front()->trace().peerName = mOptions.pairWith;
+    if (!options.pairWith.empty()) {
+        const std::uint64_t peer = registry.waitForPeer(options.pairWith, options.waitSeconds);
+        registry.pair(ids.front(), peer);
+        tracks.front()->trace().peerName = options.pairWith;
         return;
     }
-    for (std::size_t i = 0; i + 1 < mTracks.size(); i += 2)
+    for (std::size_t i = 0; i + 1 < tracks.size(); i += 2)
         pairTwo(i, i + 1);
 }
 
 void Session::pairTwo(std::size_t a, std::size_t b) {
-    mRegistry.pair(mIds[a], mIds[b]);
-    mTracks[a]->trace().peerName = mTracks[b]->trace().name;
-    mTracks[b]->trace().peerName = mTracks[a]->trace().name;
+    registry.pair(ids[a], ids[b]);
+    tracks[a]->trace().peerName = tracks[b]->trace().name;
+    tracks[b]->trace().peerName = tracks[a]->trace().name;
 }
 
 const shm::SlotSnapshot& Session::slotOf(std::size_t index) const {
-    const shm::SlotSnapshot* slot = mRegistry.slot(mIds[index]);
+    const shm::SlotSnapshot* slot = registry.slot(ids[index]);
     if (slot == nullptr)
-        fail("track " + std::to_string(index + 1) + " has lost its slot in the registry");
+        tools::fail("track " + std::to_string(index + 1) + " has lost its slot in the registry");
     return *slot;
 }
 
@@ -149,23 +149,23 @@ const shm::SlotSnapshot& Session::slotOf(std::size_t index) const {
 std::uint64_t Session::latencyOf(std::size_t index) const {
     const std::int32_t latency = slotOf(index).latencySamples;
     if (latency <= 0)
-        fail("track " + std::to_string(index + 1) + " has published no latency");
+        tools::fail("track " + std::to_string(index + 1) + " has published no latency");
     return static_cast<std::uint64_t>(latency);
 }
 
 void Session::openOutputs() {
-    for (std::size_t i = 0; i < mTracks.size(); ++i) {
+    for (std::size_t i = 0; i < tracks.size(); ++i) {
         const std::uint64_t latency = latencyOf(i);
-        mTracks[i]->openOutput(mOutputs[i], 2 * latency, mOptions.rawDelay);
+        tracks[i]->openOutput(outputs[i], 2 * latency, options.rawDelay);
         // A frame's gains come from the newest samples and act on a frame as old as its middle.
-        mTracks[i]->trace().gainTimeOffset = static_cast<double>(latency) / 2 / sampleRate();
+        tracks[i]->trace().gainTimeOffset = static_cast<double>(latency) / 2 / sampleRate();
     }
 }
 
 std::uint64_t Session::totalFrames() const {
     std::uint64_t longest = 0;
-    for (std::size_t i = 0; i < mTracks.size(); ++i)
-        longest = std::max(longest, mTracks[i]->format().frames + 2 * latencyOf(i));
+    for (std::size_t i = 0; i < tracks.size(); ++i)
+        longest = std::max(longest, tracks[i]->format().frames + 2 * latencyOf(i));
     return longest;
 }
 
@@ -175,40 +175,40 @@ void Session::processAll(const ProgressSink& progress) {
     std::uint64_t done = 0;
     while (done < total) {
         const auto frames =
-            static_cast<std::uint32_t>(std::min<std::uint64_t>(mOptions.blockSize, total - done));
+            static_cast<std::uint32_t>(std::min<std::uint64_t>(options.blockSize, total - done));
         processBlock(frames);
         done += frames;
-        if (mOptions.realtime)
+        if (options.realtime)
             std::this_thread::sleep_until(
                 start + std::chrono::duration<double>(static_cast<double>(done) / sampleRate()));
         progress(static_cast<double>(done) / static_cast<double>(total));
     }
-    mAudioSeconds = static_cast<double>(total) / sampleRate();
-    mWallSeconds = std::chrono::duration<double>(Clock::now() - start).count();
+    audioSeconds = static_cast<double>(total) / sampleRate();
+    wallSeconds = std::chrono::duration<double>(Clock::now() - start).count();
 }
 
 void Session::processBlock(std::uint32_t frames) {
-    for (const auto& track : mTracks)
+    for (const auto& track : tracks)
         track->process(frames);
-    mRegistry.refresh();
-    for (std::size_t i = 0; i < mTracks.size(); ++i)
-        if (const shm::SlotSnapshot* slot = mRegistry.slot(mIds[i]))
-            mTracks[i]->addReduction(slot->gainReduction);
+    registry.refresh();
+    for (std::size_t i = 0; i < tracks.size(); ++i)
+        if (const shm::SlotSnapshot* slot = registry.slot(ids[i]))
+            tracks[i]->addReduction(slot->gainReduction);
 }
 
 void Session::saveStates() const {
-    for (std::size_t i = 0; i < mTracks.size(); ++i)
-        if (const auto& path = mOptions.tracks[i].saveState)
-            saveStateFile(mTracks[i]->instance(), *path, i + 1);
+    for (std::size_t i = 0; i < tracks.size(); ++i)
+        if (const auto& path = options.tracks[i].saveState)
+            tools::saveStateFile(tracks[i]->instance(), *path, i + 1);
 }
 
 RenderResult Session::collect() {
     RenderResult result;
     result.sampleRate = sampleRate();
-    result.blockSize = mOptions.blockSize;
-    result.audioSeconds = mAudioSeconds;
-    result.wallSeconds = mWallSeconds;
-    for (const auto& track : mTracks)
+    result.blockSize = options.blockSize;
+    result.audioSeconds = audioSeconds;
+    result.wallSeconds = wallSeconds;
+    for (const auto& track : tracks)
         result.tracks.push_back(track->finish());
     return result;
 }
@@ -219,20 +219,19 @@ RenderResult renderSession(const Options& options, const ProgressSink& progress)
     try {
         return Session(options).run(progress);
     } catch (const host::HostError& error) {
-        fail(error.what());
+        tools::fail(error.what());
     }
 }
 
 std::string listParams(const Options& options) {
     try {
-        const host::Library library(findPlugin(options.plugin));
+        const host::Library library(tools::findPlugin(options.plugin));
         host::HostCallbacks callbacks;
         host::Instance instance(library, callbacks);
-        if (!instance.init())
-            fail("the plug-in refused to initialise");
+        tools::initialise(instance);
         return describeParams(host::Params(instance));
     } catch (const host::HostError& error) {
-        fail(error.what());
+        tools::fail(error.what());
     }
 }
 

@@ -1,7 +1,7 @@
 #include "tools/render/Spectrum.h"
 
 #include "dsp/fft.h"
-#include "tools/render/AudioFile.h"
+#include "tools/common/AudioFile.h"
 
 #include <algorithm>
 #include <array>
@@ -42,7 +42,7 @@ void addPower(const Frame& frame, const Frame& window, std::vector<double>& powe
 }
 
 /// Reads one hop as a mono mix into the second half of the frame, after moving that forward.
-void advance(AudioReader& reader, Frame& frame) {
+void advance(tools::AudioReader& reader, Frame& frame) {
     std::array<double, kHop> left{};
     std::array<double, kHop> right{};
     reader.read(left, right);
@@ -51,19 +51,20 @@ void advance(AudioReader& reader, Frame& frame) {
         frame[kHop + i] = static_cast<float>((left[i] + right[i]) / 2.0);
 }
 
-void skip(AudioReader& reader, std::uint64_t frames) {
+void skip(tools::AudioReader& reader, std::uint64_t frames) {
     std::vector<double> left(static_cast<std::size_t>(frames));
     std::vector<double> right(left.size());
     reader.read(left, right);
 }
 
-} // namespace
-
-double Spectrum::powerAt(double position) const {
+/// Interpolated between bins.
+double powerAt(const std::vector<double>& power, double position) {
     const double held = std::clamp(position, 1.0, static_cast<double>(power.size()) - 2.0);
     const auto below = static_cast<std::size_t>(held);
     return std::lerp(power[below], power[below + 1], held - static_cast<double>(below));
 }
+
+} // namespace
 
 double Spectrum::levelDb(double hz) const {
     const double from = hz / kHalfWidth / binHz;
@@ -71,14 +72,14 @@ double Spectrum::levelDb(double hz) const {
     const int steps = 8 + static_cast<int>(2.0 * width);
     double mean = 0.0;
     for (int i = 0; i <= steps; ++i)
-        mean += powerAt(from + width * i / steps) / (steps + 1);
+        mean += powerAt(power, from + width * i / steps) / (steps + 1);
     return 10.0 * std::log10(std::max(mean, kFloorPower));
 }
 
 Spectrum averageSpectrum(const std::filesystem::path& path, std::uint64_t firstFrame,
                          std::uint64_t frames, const FrameFilter& counts) {
     dsp::fft::initTables();
-    AudioReader reader(path);
+    tools::AudioReader reader(path);
     const double rate = reader.format().sampleRate;
     Spectrum spectrum{rate / static_cast<double>(kSize), std::vector<double>(kSize / 2)};
     const Frame window = hannWindow();

@@ -15,16 +15,13 @@ struct Spectrum {
 
     /// Level of the twelfth of an octave around hz, dB, floored at −160.
     [[nodiscard]] double levelDb(double hz) const;
-
-    /// Interpolated between bins.
-    [[nodiscard]] double powerAt(double position) const;
 };
 
 /// Whether the analysis frame around this time, in seconds of the input, counts.
 using FrameFilter = std::function<bool(double)>;
 
 /// Averages the mono mix of `frames` frames of a file, from `firstFrame` on, over those of its
-/// half-overlapping 4096-sample frames that the filter lets through. Throws Failure as
+/// half-overlapping 4096-sample frames that the filter lets through. Throws tools::Failure as
 /// AudioReader does.
 [[nodiscard]] Spectrum averageSpectrum(const std::filesystem::path& path, std::uint64_t firstFrame,
                                        std::uint64_t frames, const FrameFilter& counts);

@@ -1,5 +1,3 @@
-#include "tools/render/SpectrumPlot.h"
-
 #include "tools/render/Plot.h"
 #include "tools/render/Spectrum.h"
 #include "tools/render/Theme.h"

@@ -1,6 +1,7 @@
 /// What a track did while it was rendered, block by block.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -47,6 +48,14 @@ struct ReductionFigures {
     double meanDb = 0.0;
     double mostDb = 0.0;
 };
-[[nodiscard]] ReductionFigures reductionOf(const TrackTrace& track, std::size_t band);
+[[nodiscard]] inline ReductionFigures reductionOf(const TrackTrace& track, std::size_t band) {
+    ReductionFigures figures;
+    for (const BlockTrace& block : track.blocks) {
+        const auto reductionDb = static_cast<double>(block.gainReductionDb[band]);
+        figures.meanDb += reductionDb / static_cast<double>(track.blocks.size());
+        figures.mostDb = std::min(figures.mostDb, reductionDb);
+    }
+    return figures;
+}
 
 } // namespace render

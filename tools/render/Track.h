@@ -2,7 +2,7 @@
 #pragma once
 
 #include "host/Instance.h"
-#include "tools/render/AudioFile.h"
+#include "tools/common/AudioFile.h"
 #include "tools/render/Options.h"
 #include "tools/render/Trace.h"
 
@@ -12,13 +12,13 @@
 namespace render {
 
 /// Owns instance, reader and writer. In order: construct, prepare, openOutput, process..., finish.
-/// All throw Failure. One thread plays main and audio thread. [main]
+/// All throw tools::Failure. One thread plays main and audio thread. [main]
 class Track {
 public:
     Track(const host::Library& library, const TrackOptions& options);
 
-    [[nodiscard]] const AudioFormat& format() const { return mReader.format(); }
-    [[nodiscard]] host::Instance& instance() { return mInstance; }
+    [[nodiscard]] const tools::AudioFormat& format() const { return reader.format(); }
+    [[nodiscard]] host::Instance& instance() { return pluginInstance; }
 
     /// Activates for blocks up to blockSize and starts processing.
     void prepare(std::uint32_t blockSize);
@@ -33,15 +33,15 @@ public:
     /// Closes the output and gives what was recorded.
     [[nodiscard]] TrackTrace finish();
 
-    TrackTrace& trace() { return mTrace; }
+    TrackTrace& trace() { return traced; }
 
 private:
-    host::HostCallbacks mCallbacks;
-    AudioReader mReader;
-    host::Instance mInstance;
-    std::optional<host::AudioBuffers> mBuffers;
-    std::optional<AudioWriter> mWriter;
-    TrackTrace mTrace;
+    host::HostCallbacks callbacks;
+    tools::AudioReader reader;
+    host::Instance pluginInstance;
+    std::optional<host::AudioBuffers> buffers;
+    std::optional<tools::AudioWriter> writer;
+    TrackTrace traced;
 };
 
 } // namespace render

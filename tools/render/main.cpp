@@ -1,7 +1,6 @@
+#include "tools/common/Program.h"
 #include "tools/render/Options.h"
 #include "tools/render/Picture.h"
-#include "tools/render/Program.h"
-#include "tools/render/Progress.h"
 #include "tools/render/Report.h"
 #include "tools/render/Session.h"
 
@@ -10,7 +9,7 @@
 namespace {
 
 void run(render::Options options) {
-    options.plugin = render::settleIn(options.plugin, options.privateRegistry);
+    options.plugin = tools::settleIn(options.plugin, options.privateRegistry);
     if (options.listParams) {
         std::cout << render::listParams(options);
         return;
@@ -24,7 +23,7 @@ void run(render::Options options) {
 } // namespace
 
 int main(int argc, char** argv) {
-    return render::runProgram("tessella-render", [&] {
+    return tools::runProgram("tessella-render", [&] {
         if (const auto options = render::parseOptions(argc, argv))
             run(*options);
     });

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace render {
+namespace tools {
 
 /// Finds the slots of the instances that this process creates, sets them up and reads them. Made
 /// before the first instance; all instances are created one after another. [main]
@@ -36,10 +36,10 @@ public:
 private:
     [[nodiscard]] std::vector<std::uint64_t> othersNamed(const std::string& name) const;
 
-    shm::RegistryMonitor mMonitor;
-    std::vector<shm::SlotSnapshot> mSlots;
-    std::set<std::uint64_t> mKnown; ///< in the registry before us, then ours as well
-    std::set<std::uint64_t> mOwn;
+    shm::RegistryMonitor monitor;
+    std::vector<shm::SlotSnapshot> slots;
+    std::set<std::uint64_t> known; ///< in the registry before us, then ours as well
+    std::set<std::uint64_t> own;
 };
 
-} // namespace render
+} // namespace tools

@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace render {
+namespace tools {
 
 /// Exit codes, as --help states them.
 enum class ExitCode : int { Ok = 0, Usage = 1, Failed = 2 };
@@ -13,11 +13,12 @@ enum class ExitCode : int { Ok = 0, Usage = 1, Failed = 2 };
 /// line, Failed for files, plug-in and registry. Thrown anywhere below main, caught only there.
 class Failure : public std::runtime_error {
 public:
-    Failure(ExitCode code, const std::string& message) : std::runtime_error(message), mCode(code) {}
-    [[nodiscard]] ExitCode code() const { return mCode; }
+    Failure(ExitCode code, const std::string& message)
+        : std::runtime_error(message), exitCode(code) {}
+    [[nodiscard]] ExitCode code() const { return exitCode; }
 
 private:
-    ExitCode mCode;
+    ExitCode exitCode;
 };
 
 [[noreturn]] inline void failUsage(const std::string& message) {
@@ -28,4 +29,4 @@ private:
     throw Failure(ExitCode::Failed, message);
 }
 
-} // namespace render
+} // namespace tools

@@ -1,14 +1,14 @@
-#include "tools/render/Registry.h"
+#include "tools/common/Registry.h"
 
 #include "shm/Slot.h"
-#include "tools/render/Failure.h"
+#include "tools/common/Failure.h"
 
 #include <chrono>
 #include <ctime>
 #include <thread>
 #include <unistd.h>
 
-namespace render {
+namespace tools {
 namespace {
 
 constexpr auto kPollInterval = std::chrono::milliseconds(10);
@@ -26,37 +26,37 @@ void require(bool done, const char* what) {
 } // namespace
 
 Registry::Registry() {
-    if (!mMonitor.Attach())
+    if (!monitor.Attach())
         return; // none yet: the first instance creates it
     refresh();
-    for (const shm::SlotSnapshot& slot : mSlots)
+    for (const shm::SlotSnapshot& slot : slots)
         if (slot.active)
-            mKnown.insert(slot.id);
+            known.insert(slot.id);
 }
 
 std::uint64_t Registry::identifyNewInstance() {
     // Anew each time: the instance may have replaced a registry in which nobody was alive.
-    if (!mMonitor.Attach())
+    if (!monitor.Attach())
         return 0;
     refresh();
-    for (const shm::SlotSnapshot& slot : mSlots)
-        if (slot.active && isOfThisProcess(slot.id) && mKnown.insert(slot.id).second) {
-            mOwn.insert(slot.id);
+    for (const shm::SlotSnapshot& slot : slots)
+        if (slot.active && isOfThisProcess(slot.id) && known.insert(slot.id).second) {
+            own.insert(slot.id);
             return slot.id;
         }
     return 0;
 }
 
 void Registry::rename(std::uint64_t id, const std::string& name) {
-    require(mMonitor.Rename(id, name.c_str()), "name an instance");
+    require(monitor.Rename(id, name.c_str()), "name an instance");
 }
 
 void Registry::setDuckSelf(std::uint64_t id, bool on) {
-    require(mMonitor.SetDuckSelfOf(id, on), "set a duck switch");
+    require(monitor.SetDuckSelfOf(id, on), "set a duck switch");
 }
 
 void Registry::pair(std::uint64_t idA, std::uint64_t idB) {
-    require(mMonitor.Pair(idA, idB), "pair two instances");
+    require(monitor.Pair(idA, idB), "pair two instances");
 }
 
 std::uint64_t Registry::waitForPeer(const std::string& name, double seconds) {
@@ -77,20 +77,20 @@ std::uint64_t Registry::waitForPeer(const std::string& name, double seconds) {
 std::vector<std::uint64_t> Registry::othersNamed(const std::string& name) const {
     std::vector<std::uint64_t> found;
     const auto now = static_cast<std::int64_t>(std::time(nullptr));
-    for (const shm::SlotSnapshot& slot : mSlots)
-        if (slot.active && name == slot.name && !mOwn.contains(slot.id) &&
+    for (const shm::SlotSnapshot& slot : slots)
+        if (slot.active && name == slot.name && !own.contains(slot.id) &&
             now - slot.heartbeat <= shm::kAliveSeconds)
             found.push_back(slot.id);
     return found;
 }
 
-void Registry::refresh() { mMonitor.ReadSlots(mSlots); }
+void Registry::refresh() { monitor.ReadSlots(slots); }
 
 const shm::SlotSnapshot* Registry::slot(std::uint64_t id) const {
-    for (const shm::SlotSnapshot& slot : mSlots)
+    for (const shm::SlotSnapshot& slot : slots)
         if (slot.active && slot.id == id)
             return &slot;
     return nullptr;
 }
 
-} // namespace render
+} // namespace tools

@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-namespace render {
+namespace tools {
 
 struct AudioFormat {
     int sampleRate = 0;
@@ -28,14 +28,14 @@ public:
     /// Throws Failure when the file is missing, unreadable, empty or has more than two channels.
     explicit AudioReader(const std::filesystem::path& path);
 
-    [[nodiscard]] const AudioFormat& format() const { return mFormat; }
+    [[nodiscard]] const AudioFormat& format() const { return fileFormat; }
     /// Fills both spans, which are of one length; a mono file gives the same samples to both.
     void read(std::span<double> left, std::span<double> right);
 
 private:
-    AudioFormat mFormat;
-    SoundFile mFile;
-    std::vector<double> mInterleaved;
+    AudioFormat fileFormat;
+    SoundFile file;
+    std::vector<double> interleaved;
 };
 
 /// The part of an endless stream that goes into a file.
@@ -56,20 +56,16 @@ public:
     /// Closes the file; throws Failure when not everything arrived on disk.
     void finish();
     /// Samples beyond full scale, cut off where the format holds no more.
-    [[nodiscard]] std::uint64_t clippedSamples() const { return mClipped; }
+    [[nodiscard]] std::uint64_t clippedSamples() const { return clipped; }
 
 private:
-    std::filesystem::path mPath;
-    int mChannels;
-    bool mHoldsOvershoot;
-    Cut mRemaining;
-    std::uint64_t mClipped = 0;
-    SoundFile mFile;
-    std::vector<double> mInterleaved;
+    std::filesystem::path target;
+    int channels;
+    bool keepsOvershoot;
+    Cut remaining;
+    std::uint64_t clipped = 0;
+    SoundFile file;
+    std::vector<double> interleaved;
 };
 
-/// libsndfile's format word for an output; throws Failure (Usage) for an unknown ending.
-[[nodiscard]] int outputFormat(const std::filesystem::path& path, const AudioFormat& source,
-                               const std::filesystem::path& sourcePath);
-
-} // namespace render
+} // namespace tools

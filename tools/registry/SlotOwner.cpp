@@ -1,4 +1,4 @@
-#include "shm/SlotOwner.h"
+#include "tools/registry/SlotOwner.h"
 
 #include "shm/SegmentLayout.h"
 
@@ -8,14 +8,14 @@
 #include <fstream>
 #include <string>
 
-namespace shm {
+namespace registry {
 namespace {
 
 /// Addresses of user space on x86-64 end here.
 constexpr std::uint64_t kAddressEnd = std::uint64_t{1} << 47;
 
 /// Whether the process has the registry mapped, and the address in writable memory.
-bool Owns(pid_t pid, std::uint64_t address) {
+bool owns(pid_t pid, std::uint64_t address) {
     std::ifstream maps("/proc/" + std::to_string(pid) + "/maps");
     bool hasRegistry = false;
     bool hasAddress = false;
@@ -26,14 +26,14 @@ bool Owns(pid_t pid, std::uint64_t address) {
         if (std::sscanf(line.c_str(), "%llx-%llx %*c%c", &begin, &end, &writable) != 3)
             continue;
         hasAddress |= writable == 'w' && begin <= address && address < end;
-        hasRegistry |= line.find(std::string("/") + kSegmentName) != std::string::npos;
+        hasRegistry |= line.find(std::string("/") + shm::kSegmentName) != std::string::npos;
     }
     return hasRegistry && hasAddress;
 }
 
 } // namespace
 
-std::optional<pid_t> FindOwner(std::uint64_t instanceId) {
+std::optional<pid_t> findOwner(std::uint64_t instanceId) {
     std::optional<pid_t> owner;
     std::error_code error;
     for (std::filesystem::directory_iterator it("/proc", error), end; !error && it != end;
@@ -44,7 +44,7 @@ std::optional<pid_t> FindOwner(std::uint64_t instanceId) {
         if (failure != std::errc{} || *rest != '\0')
             continue;
         const std::uint64_t address = instanceId ^ (static_cast<std::uint64_t>(pid) << 32);
-        if (address >= kAddressEnd || !Owns(pid, address))
+        if (address >= kAddressEnd || !owns(pid, address))
             continue;
         if (owner)
             return std::nullopt;
@@ -53,4 +53,4 @@ std::optional<pid_t> FindOwner(std::uint64_t instanceId) {
     return owner;
 }
 
-} // namespace shm
+} // namespace registry
