@@ -10,7 +10,8 @@
 #include <vector>
 
 /// What one visit to the registry has found for a frame. A frame that finds the registry busy
-/// leaves it as the last one had it.
+/// leaves it as the last one had it, but for what the instance knows by itself: `name`, `own`,
+/// `ownBandsSeq` and `ownDuck` are always filled.
 struct EditorView {
     bool registryOpen = false;
 
@@ -26,10 +27,16 @@ struct EditorView {
     shm::Settings peer;       ///< as it stands in its slot, made usable; without bands: not there
     std::array<float, shm::kBandCount> peerReductionDb{};
     bool peerBypass = false, peerDuck = true;
-    bool peerSpectrumRead = false; ///< of this frame
-    std::array<float, shm::kAudioBinCount> peerSpectrum{};
 
     std::vector<TDInstanceInfo> instances; ///< that can be paired with, in slot order
+
+    bool operator==(const EditorView&) const = default;
+};
+
+/// The peer's published magnitudes, as one visit has found them.
+struct PeerSpectrum {
+    bool read = false; ///< by this visit; else the magnitudes mean nothing
+    std::array<float, shm::kAudioBinCount> magnitudes{};
 };
 
 /// Implemented by the instance, used by an editor's thread. All but the getters of sizes, sound and
@@ -53,10 +60,10 @@ public:
     /// FollowRegistry is complete, and publishes the bands as they are shown from now on.
     virtual void BeginEditing() = 0;
     /// Once a frame, one visit: publishes the display spectrum (dB), takes in and publishes
-    /// settings, keeps the link with the remembered peer, fills the view. Now and then dead slots
-    /// are swept. False when the registry was closed or busy.
+    /// settings, keeps the link with the remembered peer, fills the view and the peer's spectrum.
+    /// Now and then dead slots are swept. False when the registry was closed or busy.
     virtual bool FollowRegistry(std::span<const float, shm::kDisplayBinCount> displayDb,
-                                EditorView& view) = 0;
+                                EditorView& view, PeerSpectrum& peerSpectrum) = 0;
     /// Sets this side: parameters, engine, registry, saved state; the host is told.
     virtual void EditOwn(const shm::SettingsEdit& edit) = 0;
     /// Sets the linked peer and remembers what it then holds. Nothing without one.
@@ -101,7 +108,7 @@ public:
     Editor& operator=(const Editor&) = delete;
     virtual ~Editor() = default; ///< closes it. [main]
 
-    /// Own level, peer's level and gain reduction (dB) of three bands. [audio]
+    /// Own and peer's level (linear) and gain reduction (dB, 0 or negative) of three bands. [audio]
     virtual void SetMeters(const float* ownLevel, const float* peerLevel,
                            const float* reductionDb) = 0;
 };

@@ -3,13 +3,17 @@
 /// All numbers are canvas units: the window shows 960 × 600 of them at any size.
 #pragma once
 
-#include "ui/InRange.h"
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 
 namespace ui {
+
+/// The value clamped to [low, high]. NaN counts as low; where the limits cross, high wins. [any]
+template <class Number>
+[[nodiscard]] constexpr Number inRange(Number value, Number low, Number high) {
+    return std::min(std::max(low, value), high); // this order drops a NaN
+}
 
 struct Point {
     float x = 0.0F;

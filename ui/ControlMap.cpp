@@ -1,7 +1,6 @@
 #include "ui/ControlMap.h"
 
 #include "plugin/Parameters.h"
-#include "ui/InRange.h"
 
 #include <array>
 #include <cmath>
@@ -13,24 +12,24 @@ constexpr float kDragPerUnit = 0.003F; ///< of a range
 constexpr float kFineDragPerUnit = 0.0008F;
 constexpr float kWheelNotch = 0.01F;
 
-/// A row of targets and the parameters that have their ranges, in the same order.
+/// What of a row the peer's parts of that kind have too.
+enum class Peers { Nothing, Range, All };
+
+/// Parts of a kind and the parameters that have their ranges, in the same order.
 struct Row {
-    Target first;
+    Part part;
     int count;
     ParamIndex param;
-    bool ownParam; ///< whether the value is that parameter; else it is in the registry alone
-    bool stepped;  ///< whether a gesture keeps to the parameter's step
+    Peers peers;
+    bool stepped; ///< whether a gesture keeps to the parameter's step
 };
 // clang-format off
-constexpr std::array<Row, 8> kRows = {{
-    {Target::LocalAttack,     3, Attack,    true,  true},
-    {Target::PeerAttack,      3, Attack,    true,  true},
-    {Target::LocalHighPass,   2, HP,        true,  false},
-    {Target::LocalEdge,       2, FreqLow,   true,  false},
-    {Target::LocalThreshold,  3, ThreshLow, true,  false},
-    {Target::LocalRatio,      3, RatioLow,  true,  false},
-    {Target::RemoteThreshold, 3, ThreshLow, false, false},
-    {Target::RemoteRatio,     3, RatioLow,  false, false},
+constexpr std::array<Row, 5> kRows = {{
+    {Part::Knob,      3, Attack,    Peers::All,     true},
+    {Part::Filter,    2, HP,        Peers::Nothing, false},
+    {Part::Edge,      2, FreqLow,   Peers::Nothing, false},
+    {Part::Threshold, 3, ThreshLow, Peers::Range,   false},
+    {Part::Ratio,     3, RatioLow,  Peers::Range,   false},
 }};
 // clang-format on
 
@@ -48,15 +47,16 @@ float valueAt(const ControlRange& range, float position) {
 
 } // namespace
 
-ControlRange ctrlToParam(Target target) {
+ControlRange ctrlToParam(const Hit& hit) {
     for (const Row& row : kRows) {
-        const int index = indexIn(row.first, target, row.count);
-        if (index < 0)
+        if (row.part != hit.part || hit.index >= row.count ||
+            (hit.side == Side::Remote && row.peers == Peers::Nothing))
             continue;
-        const int param = row.param + index;
+        const int param = row.param + hit.index;
         const iplug::ParamSpec& spec = kParamTable[std::size_t(param)];
-        return {row.ownParam ? param : -1, static_cast<float>(spec.min),
-                static_cast<float>(spec.max), row.stepped ? static_cast<float>(spec.step) : 0.0F};
+        const bool isOwn = hit.side == Side::Local || row.peers == Peers::All;
+        return {isOwn ? param : -1, static_cast<float>(spec.min), static_cast<float>(spec.max),
+                row.stepped ? static_cast<float>(spec.step) : 0.0F};
     }
     return {};
 }
@@ -70,8 +70,15 @@ float wheeledValue(const ControlRange& range, float current, bool up) {
     return valueAt(range, positionOf(range, current) + (up ? kWheelNotch : -kWheelNotch));
 }
 
-bool wheelActsOn(Target target) { return ctrlToParam(target).param >= 0; }
+bool wheelActsOn(const Hit& hit) { return ctrlToParam(hit).param >= 0; }
 
 float draggedHz(float atPressHz, float right) { return hzAt(xOf(atPressHz) + right); }
+
+float defaultOf(const Hit& hit) {
+    const int param = hit.part == Part::Threshold ? static_cast<int>(ThreshLow)
+                      : hit.part == Part::Ratio   ? static_cast<int>(RatioLow)
+                                                  : ctrlToParam(hit).param;
+    return static_cast<float>(kParamTable[std::size_t(param)].defaultValue);
+}
 
 } // namespace ui

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "ui/DrawState.h"
-#include "ui/Knobs.h"
 
 struct NVGcontext;
 
@@ -24,8 +23,8 @@ void drawUI(const DrawTools& tools, const DrawState& state, const Panel& panel);
 
 // Its parts. `hot` is what is being dragged or, with nothing dragged, what the pointer is over.
 
-[[nodiscard]] constexpr Target hotTarget(const Panel& panel) {
-    return panel.dragging != Target::None ? panel.dragging : panel.hover;
+[[nodiscard]] constexpr Hit hotIn(const Panel& panel) {
+    return hitOf(panel.dragging != Target::None ? panel.dragging : panel.hover);
 }
 
 // DrawHeader.cpp
@@ -35,22 +34,22 @@ void drawTopRow(const DrawTools& tools, const DrawState& state, const Panel& pan
 /// The dropdown's header and, while it is open, its list, over all that is drawn before.
 void drawDropdown(const DrawTools& tools, const Panel& panel);
 /// The peer's title and toggles.
-void drawPeerTitle(const DrawTools& tools, const DrawState& state, bool linked, Target hot);
+void drawPeerTitle(const DrawTools& tools, const DrawState& state, bool linked, const Hit& hot);
 
 /// Panel, grid and spectrum of one side (DrawSpectrum.cpp).
 void drawSpectralBand(const DrawTools& tools, Side side, const dsp::DisplayLevels& levels);
 
 /// Bands with edges, thresholds and ratios, and the frequency grid over them (DrawBands.cpp).
-void drawDynBands(const DrawTools& tools, Side side, const BandList& bands, Target hot);
+void drawDynBands(const DrawTools& tools, Side side, const shm::BandSet& bands, const Hit& hot);
 
 // DrawOverlays.cpp
 
 /// Gain reduction of each enabled band: hangs from the top, as deep as a threshold of the same
 /// number of dB. Shown up to 24 dB.
-void drawGROverlay(const DrawTools& tools, Side side, const BandList& bands,
+void drawGROverlay(const DrawTools& tools, Side side, const shm::BandSet& bands,
                    const ThreeFloats& reductionDb);
 /// Both filter handles, and shade over what lies beyond them.
-void drawHpLp(const DrawTools& tools, Side side, FilterPair filters, Target hot);
+void drawHpLp(const DrawTools& tools, Side side, const shm::Filters& filters, const Hit& hot);
 
 // DrawControls.cpp
 
@@ -59,8 +58,8 @@ void drawBypassToggle(const DrawTools& tools, Side side, bool on, bool hot);
 void drawDuckToggle(const DrawTools& tools, Side side, bool on, bool hot);
 void drawResizeGrip(const DrawTools& tools, bool hot);
 
-/// Box with the text of a target, beside the pointer and inside the canvas; nothing for targets
-/// without a text (DrawTooltip.cpp).
-void drawTooltip(const DrawTools& tools, Target target, Point pointer);
+/// Box with the text of a part, beside the pointer and inside the canvas; nothing for parts without
+/// a text (DrawTooltip.cpp).
+void drawTooltip(const DrawTools& tools, const Hit& hit, Point pointer);
 
 } // namespace ui

@@ -16,16 +16,18 @@ constexpr float kHandleRadius = 5.0F;
 /// One band as it is drawn.
 struct BandView {
     const DrawTools& tools;
+    Side side;
     const Rect& panel;
-    const SpectralBand& band;
+    const TDBand& band;
     int index;
     float left, right; ///< canvas units
     Colour colour;     ///< faded when disabled
 
     [[nodiscard]] float width() const { return right - left; }
+    [[nodiscard]] bool is(const Hit& hot, Part part) const { return hot == Hit{part, side, index}; }
     /// Kept `inset` units inside the panel, where 0 and -60 dB could not be seen.
     [[nodiscard]] float thresholdY(float inset) const {
-        return std::clamp(panel.y - kThresholdUnitsPerDb * band.threshold, panel.y + inset,
+        return std::clamp(panel.y - kThresholdUnitsPerDb * band.threshDb, panel.y + inset,
                           panel.bottom() - inset);
     }
     [[nodiscard]] float lineY() const { return thresholdY(2.0F); }
@@ -35,15 +37,16 @@ struct BandView {
     }
 };
 
-BandView viewOf(const DrawTools& tools, const Rect& panel, const BandList& list, int index) {
-    const SpectralBand& band = list[index];
+BandView viewOf(const DrawTools& tools, Side side, const shm::BandSet& list, int index) {
+    const TDBand& band = list[index];
     const Colour colour = theme::kBands[index];
     return {tools,
-            panel,
+            side,
+            analyzerOf(side),
             band,
             index,
-            xOf(band.lo),
-            xOf(band.hi),
+            xOf(band.loHz),
+            xOf(band.hiHz),
             colour.faded(band.enabled ? 1.0F : theme::kDisabledBand)};
 }
 
@@ -117,25 +120,25 @@ void drawEdge(const DrawTools& tools, const Rect& panel, float x, bool hot) {
 }
 
 /// Every edge between two bands; where a list has a gap, both its sides.
-void drawEdges(const DrawTools& tools, Side side, const BandList& bands, Target hot) {
+void drawEdges(const DrawTools& tools, Side side, const shm::BandSet& bands, const Hit& hot) {
     const Rect& panel = analyzerOf(side);
-    const Target row = bandTargetsOf(side).edge;
     for (int edge = 0; edge + 1 < bands.count; ++edge) {
-        const float right = xOf(bands[edge].hi);
-        const float left = xOf(bands[edge + 1].lo);
-        drawEdge(tools, panel, right, hot == row + edge);
+        const float right = xOf(bands[edge].hiHz);
+        const float left = xOf(bands[edge + 1].loHz);
+        const bool isHot = hot == Hit{Part::Edge, side, edge};
+        drawEdge(tools, panel, right, isHot);
         if (left != right)
-            drawEdge(tools, panel, left, hot == row + edge);
+            drawEdge(tools, panel, left, isHot);
     }
 }
 
 /// The edges' frequencies, each on its edge; a second one that has no room moves up.
-void drawEdgeLabels(const DrawTools& tools, Side side, const BandList& bands) {
+void drawEdgeLabels(const DrawTools& tools, Side side, const shm::BandSet& bands) {
     const Rect& panel = analyzerOf(side);
     const float size = legibleSize(tools, theme::kSmallSize);
     Rect taken = {};
     for (int edge = 0; edge + 1 < bands.count; ++edge) {
-        const float hz = bands[edge].hi;
+        const float hz = bands[edge].hiHz;
         const float row = panel.bottom() - 2.6F * size;
         const float width = textWidth(tools, size, edgeText(hz).data()) + size;
         const bool collides = edge > 0 && xOf(hz) - 0.5F * width < taken.right();
@@ -158,20 +161,20 @@ void drawReadout(const BandView& view, float x, const char* text) {
               theme::kText, text, limits);
 }
 
-void drawReadouts(const BandView& view, const BandTargets& rows, Target hot) {
-    if (hot == rows.threshold + view.index)
+void drawReadouts(const BandView& view, const Hit& hot) {
+    if (view.is(hot, Part::Threshold))
         drawReadout(view, 0.5F * (view.left + view.right),
-                    reductionText(-view.band.threshold).data());
-    if (hot == rows.ratio + view.index)
+                    reductionText(-view.band.threshDb).data());
+    if (view.is(hot, Part::Ratio))
         drawReadout(view, view.right - kRatioFromEdge, ratioText(view.band.ratio).data());
 }
 
-void drawBand(const BandView& view, const BandTargets& rows, Target hot) {
-    drawBody(view, hot == rows.body + view.index);
+void drawBand(const BandView& view, const Hit& hot) {
+    drawBody(view, view.is(hot, Part::Body));
     if (view.width() > kThresholdNeedsWidth)
-        drawThreshold(view, hot == rows.threshold + view.index);
+        drawThreshold(view, view.is(hot, Part::Threshold));
     if (view.width() > kRatioNeedsWidth)
-        drawRatio(view, hot == rows.ratio + view.index);
+        drawRatio(view, view.is(hot, Part::Ratio));
 }
 
 struct GridLine {
@@ -195,18 +198,17 @@ void drawFrequencyGrid(const DrawTools& tools, const Rect& panel) {
 
 } // namespace
 
-void drawDynBands(const DrawTools& tools, Side side, const BandList& bands, Target hot) {
+void drawDynBands(const DrawTools& tools, Side side, const shm::BandSet& bands, const Hit& hot) {
     const Rect& panel = analyzerOf(side);
-    const BandTargets rows = bandTargetsOf(side);
     const Clip inside(tools, insideOf(panel));
     for (int i = 0; i < bands.count; ++i)
-        if (const BandView view = viewOf(tools, panel, bands, i); view.width() >= kNarrowestBand)
-            drawBand(view, rows, hot);
+        if (const BandView view = viewOf(tools, side, bands, i); view.width() >= kNarrowestBand)
+            drawBand(view, hot);
     drawEdges(tools, side, bands, hot);
     drawFrequencyGrid(tools, panel);
     drawEdgeLabels(tools, side, bands);
     for (int i = 0; i < bands.count; ++i)
-        drawReadouts(viewOf(tools, panel, bands, i), rows, hot);
+        drawReadouts(viewOf(tools, side, bands, i), hot);
 }
 
 } // namespace ui

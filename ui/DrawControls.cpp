@@ -1,6 +1,5 @@
 #include "ui/Brush.h"
 #include "ui/ControlMap.h"
-#include "ui/InRange.h"
 
 #include <cmath>
 #include <numbers>
@@ -34,9 +33,10 @@ void drawToggle(const DrawTools& tools, const Rect& box, const char* label, Side
 } // namespace
 
 void drawKnob(const DrawTools& tools, const KnobDef& knob, float value, bool hot) {
-    const ControlRange range = ctrlToParam(knob.target);
+    const Hit hit = hitOf(knob.target);
+    const ControlRange range = ctrlToParam(hit);
     const float turned = inRange((value - range.min) / (range.max - range.min), 0.0F, 1.0F);
-    const Colour colour = hot ? theme::kText : theme::accentOf(knob.side());
+    const Colour colour = hot ? theme::kText : theme::accentOf(hit.side);
     const float radius = knob.radius - 2.0F;
     fillDot(tools, knob.centre, knob.radius - 4.0F, theme::kKnobFace);
     drawArc(tools, knob.centre, radius, kKnobSweep, theme::kOutline);

@@ -42,7 +42,7 @@ void drawName(const DrawTools& tools, const Panel& panel, bool hot) {
     if (hot)
         fillBox(tools, kNameField, kFieldRadius, theme::kNameHovered);
     drawTextCut(tools, kTextAt, {theme::kFieldSize, hot ? theme::kText : theme::kInactiveText},
-                panel.instanceName.data(), kNameField.right() - 6.0F - kTextAt.x);
+                panel.view.name.data(), kNameField.right() - 6.0F - kTextAt.x);
 }
 
 void drawTitle(const DrawTools& tools, Point centre, Side side, bool bypassed, const char* text) {
@@ -82,16 +82,16 @@ void drawEntry(const DrawTools& tools, int index, const char* name, bool selecte
 }
 
 void drawList(const DrawTools& tools, const Panel& panel) {
-    const Rect list = dropdownList(static_cast<int>(panel.instances.size()));
+    const Rect list = dropdownList(static_cast<int>(panel.view.instances.size()));
     drawShadow(tools, list);
     fillBox(tools, list, kFieldRadius, theme::kList);
     strokeBox(tools, list, kFieldRadius, theme::kLocalAccent);
-    if (panel.instances.empty())
+    if (panel.view.instances.empty())
         drawText(tools, {148.0F, 288.0F},
                  {theme::kControlSize, theme::kInactiveText, AlignX::Centre}, kEmptyListText);
-    for (int i = 0; const RemoteInstanceInfo& entry : panel.instances) {
-        drawEntry(tools, i, entry.name, entry.id == panel.selectedPeer,
-                  hotTarget(panel) == Target::Entry + i);
+    for (int i = 0; const RemoteInstanceInfo& entry : panel.view.instances) {
+        drawEntry(tools, i, entry.name, entry.id == panel.view.peerId,
+                  hotIn(panel) == Hit{Part::Entry, Side::Local, i});
         ++i;
     }
 }
@@ -99,32 +99,33 @@ void drawList(const DrawTools& tools, const Panel& panel) {
 } // namespace
 
 void drawTopRow(const DrawTools& tools, const DrawState& state, const Panel& panel) {
-    const Target hot = hotTarget(panel);
+    const Hit hot = hotIn(panel);
     drawLogo(tools);
-    drawName(tools, panel, hot == Target::Name);
+    drawName(tools, panel, hot.part == Part::Name);
     drawTitle(tools, kLocalTitle, Side::Local, state.ownBypass, "Local Track");
-    drawBypassToggle(tools, Side::Local, state.ownBypass, hot == Target::OwnBypass);
-    drawDuckToggle(tools, Side::Local, state.ownDuck, hot == Target::OwnDuck);
+    drawBypassToggle(tools, Side::Local, state.ownBypass, hot == Hit{Part::Bypass, Side::Local});
+    drawDuckToggle(tools, Side::Local, state.ownDuck, hot == Hit{Part::Duck, Side::Local});
     drawRegistryIndicator(tools, state.registryOpen);
 }
 
 void drawDropdown(const DrawTools& tools, const Panel& panel) {
-    const bool hot = hotTarget(panel) == Target::Dropdown;
+    const bool hot = hotIn(panel).part == Part::Dropdown;
     fillBox(tools, kDropdown, kFieldRadius, hot ? theme::kHeaderHovered : theme::kHeader);
     strokeBox(tools, kDropdown, kFieldRadius,
               panel.dropdownOpen ? theme::kLocalAccent : theme::kOutline);
     drawTextCut(tools, {16.0F, 264.0F},
-                {theme::kFieldSize, panel.selectedPeer != 0 ? theme::kText : theme::kInactiveText},
-                dropdownText(panel.instances, panel.selectedPeer), 246.0F);
+                {theme::kFieldSize, panel.view.peerId != 0 ? theme::kText : theme::kInactiveText},
+                dropdownText(panel.view.instances, panel.view.peerId), 246.0F);
     drawText(tools, {282.0F, 264.0F}, {theme::kControlSize, theme::kInactiveText, AlignX::Right},
              panel.dropdownOpen ? "▲" : "▼");
     if (panel.dropdownOpen)
         drawList(tools, panel);
 }
 
-void drawPeerTitle(const DrawTools& tools, const DrawState& state, bool linked, Target hot) {
-    drawBypassToggle(tools, Side::Remote, state.peerBypass, hot == Target::PeerBypass);
-    drawDuckToggle(tools, Side::Remote, state.peerDuck && linked, hot == Target::PeerDuck);
+void drawPeerTitle(const DrawTools& tools, const DrawState& state, bool linked, const Hit& hot) {
+    drawBypassToggle(tools, Side::Remote, state.peerBypass, hot == Hit{Part::Bypass, Side::Remote});
+    drawDuckToggle(tools, Side::Remote, state.peerDuck && linked,
+                   hot == Hit{Part::Duck, Side::Remote});
     drawTitle(tools, kRemoteTitle, Side::Remote, state.peerBypass, "Remote Track");
 }
 

@@ -5,12 +5,12 @@
 namespace ui {
 namespace {
 
-constexpr float kLeastReduction = 0.2F;
-constexpr float kMostReduction = 24.0F;
+constexpr float kMinReductionDb = 0.2F;
+constexpr float kMaxReductionDb = 24.0F;
 
 /// A band's meter, 0 or negative. With one band the engine's splits need not be at its edges: then
 /// all three meters are its own, and the strongest counts.
-float meterOf(const BandList& bands, const ThreeFloats& reductionDb, int band) {
+float meterOf(const shm::BandSet& bands, const ThreeFloats& reductionDb, int band) {
     return bands.count == 1 ? *std::min_element(reductionDb.begin(), reductionDb.end())
                             : reductionDb[std::size_t(band)];
 }
@@ -81,17 +81,17 @@ void drawFilter(const DrawTools& tools, const Rect& panel, const FilterView& fil
 
 } // namespace
 
-void drawGROverlay(const DrawTools& tools, Side side, const BandList& bands,
+void drawGROverlay(const DrawTools& tools, Side side, const shm::BandSet& bands,
                    const ThreeFloats& reductionDb) {
     const Rect& panel = analyzerOf(side);
     const float size = legibleSize(tools, theme::kControlSize);
     const Clip inside(tools, insideOf(panel));
     for (int i = 0; i < bands.count; ++i) {
-        const float left = xOf(bands[i].lo);
-        const float width = xOf(bands[i].hi) - left;
-        const float reduction = std::min(-meterOf(bands, reductionDb, i), kMostReduction);
+        const float left = xOf(bands[i].loHz);
+        const float width = xOf(bands[i].hiHz) - left;
+        const float reduction = std::min(-meterOf(bands, reductionDb, i), kMaxReductionDb);
         // Written so that a NaN, which a peer may publish, shows nothing.
-        if (!(bands[i].enabled && reduction >= kLeastReduction && width >= 2.0F))
+        if (!(bands[i].enabled && reduction >= kMinReductionDb && width >= 2.0F))
             continue;
         drawCurtain(tools, {left, panel.y, width, kThresholdUnitsPerDb * reduction});
         if (width > 28.0F)
@@ -100,15 +100,14 @@ void drawGROverlay(const DrawTools& tools, Side side, const BandList& bands,
     }
 }
 
-void drawHpLp(const DrawTools& tools, Side side, FilterPair filters, Target hot) {
+void drawHpLp(const DrawTools& tools, Side side, const shm::Filters& filters, const Hit& hot) {
     const Rect& panel = analyzerOf(side);
-    const Target row = side == Side::Local ? Target::LocalHighPass : Target::RemoteHighPass;
     const Colour accent = theme::accentOf(side);
     const Clip inside(tools, insideOf(panel));
-    drawFilter(tools, panel,
-               {true, xOf(filters.hpHz), accent, hot == row, filterText(filters.hpHz)});
-    drawFilter(tools, panel,
-               {false, xOf(filters.lpHz), accent, hot == row + 1, filterText(filters.lpHz)});
+    for (int i = 0; i < shm::Filters::kCount; ++i)
+        drawFilter(tools, panel,
+                   {i == 0, xOf(filters[i]), accent, hot == Hit{Part::Filter, side, i},
+                    filterText(filters[i])});
 }
 
 } // namespace ui

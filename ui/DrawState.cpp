@@ -1,56 +1,37 @@
 #include "ui/DrawState.h"
 
-#include "plugin/TessellaDuckwork.h"
-
-#include <cmath>
+#include "plugin/Parameters.h"
 
 namespace ui {
 namespace {
 
-ThreeFloats valuesOf(const TessellaDuckwork& plugin, int firstParam) {
-    return {paramValue(plugin, firstParam), paramValue(plugin, firstParam + 1),
-            paramValue(plugin, firstParam + 2)};
-}
-
-/// The peer's controls may be anything that another process has left there.
-void readPeerControls(const TessellaDuckworkSHM& registry, ControlValues& controls) {
-    ControlValues read;
-    registry.ReadRemoteControls(read.attackMs, read.releaseMs, read.makeupDb);
-    if (std::isfinite(read.attackMs) && std::isfinite(read.releaseMs) &&
-        std::isfinite(read.makeupDb))
-        controls = read;
+void takeParameters(DrawState& state, const EditorAccess& instance) {
+    const auto value = [&](int param) { return static_cast<float>(instance.ParamValue(param)); };
+    state.lowSplitHz = value(FreqLow);
+    state.highSplitHz = value(FreqHigh);
+    state.thresholdDb = {value(ThreshLow), value(ThreshMid), value(ThreshHigh)};
+    state.ratio = {value(RatioLow), value(RatioMid), value(RatioHigh)};
+    state.controls = {value(Attack), value(Release), value(Makeup)};
+    state.filters = {value(HP), value(LP)};
 }
 
 } // namespace
 
-float paramValue(const TessellaDuckwork& plugin, int param) {
-    return static_cast<float>(plugin.GetParam(param).Value());
-}
-
-void fillDrawState(DrawState& state, TessellaDuckwork* plugin, const ThreeFloats& ownLevelDb,
-                   const ThreeFloats& peerLevelDb, const ThreeFloats& reductionDb) {
+void fillDrawState(DrawState& state, const EditorAccess* instance, const EditorView& view,
+                   const Meters& meters) {
     state = {};
-    state.ownLevelDb = ownLevelDb;
-    state.peerLevelDb = peerLevelDb;
-    state.reductionDb = reductionDb;
-    if (plugin == nullptr)
-        return;
-    TessellaDuckworkSHM& registry = plugin->Registry();
-    state.lowSplitHz = paramValue(*plugin, FreqLow);
-    state.highSplitHz = paramValue(*plugin, FreqHigh);
-    state.thresholdDb = valuesOf(*plugin, ThreshLow);
-    state.ratio = valuesOf(*plugin, RatioLow);
-    state.controls = {paramValue(*plugin, Attack), paramValue(*plugin, Release),
-                      paramValue(*plugin, Makeup)};
-    readPeerControls(registry, state.peerControls);
-    state.filters = {paramValue(*plugin, HP), paramValue(*plugin, LP)};
-    const std::uint64_t peer = registry.RemoteId();
-    state.registryOpen = registry.Opened();
-    state.ownBypass = registry.ReadMyBypass();
-    state.peerBypass = registry.ReadBypassOf(peer);
-    state.ownDuck = plugin->DuckSelf();
-    state.peerDuck = registry.ReadDuckSelfOf(peer);
-    state.paired = peer != 0;
+    state.controls = view.own.controls;
+    state.filters = view.own.filters;
+    if (instance != nullptr)
+        takeParameters(state, *instance);
+    state.peerControls = view.peer.controls;
+    state.meters = meters;
+    state.registryOpen = view.registryOpen;
+    state.ownBypass = view.ownBypass;
+    state.peerBypass = view.peerBypass;
+    state.ownDuck = view.ownDuck;
+    state.peerDuck = view.peerDuck;
+    state.paired = view.peerId != 0;
 }
 
 } // namespace ui

@@ -2,39 +2,35 @@
 #pragma once
 
 #include "dsp/DisplayLevels.h"
+#include "plugin/EditorAccess.h"
 #include "ui/HitTest.h"
 #include "ui/PanelTexts.h"
-#include "ui/SpectralBands.h"
 
 #include <algorithm>
 #include <array>
-#include <vector>
-
-class TessellaDuckwork;
 
 namespace ui {
 
 using ThreeFloats = std::array<float, 3>; ///< of the low, mid and high band
 
-/// Attack and release in ms, makeup in dB.
-struct ControlValues {
-    float attackMs = 10.0F;
-    float releaseMs = 100.0F;
-    float makeupDb = 0.0F;
-    bool operator==(const ControlValues&) const = default;
+/// The meters as SetMeters has got them. The levels are linear, and nothing shows them.
+struct Meters {
+    ThreeFloats ownLevel{}, peerLevel{};
+    ThreeFloats reductionDb{}; ///< 0 or negative
+    bool operator==(const Meters&) const = default;
 };
 
-/// The settings and meters of both sides, read once a frame. The defaults are what is shown
+/// The settings and meters of both sides, taken once a frame. The defaults are what is shown
 /// without an instance.
 struct DrawState {
     float lowSplitHz = 200.0F;
     float highSplitHz = 5000.0F;
     ThreeFloats thresholdDb = {-20.0F, -20.0F, -20.0F};
     ThreeFloats ratio = {4.0F, 4.0F, 4.0F};
-    ControlValues controls;
-    ControlValues peerControls;
-    FilterPair filters;
-    ThreeFloats ownLevelDb{}, peerLevelDb{}, reductionDb{}; ///< the meters as SetMeters got them
+    shm::Controls controls;
+    shm::Controls peerControls;
+    shm::Filters filters;
+    Meters meters;
     bool registryOpen = false;
     bool ownBypass = false;
     bool peerBypass = false;
@@ -44,26 +40,18 @@ struct DrawState {
     bool operator==(const DrawState&) const = default;
 };
 
-/// A parameter's value, plain, in its unit. [any]
-float paramValue(const TessellaDuckwork& plugin, int param);
+/// Takes the parameters from the instance as they are now, all else from what the frame has found;
+/// null leaves the parameters as the view has them or at their defaults. [ui]
+void fillDrawState(DrawState& state, const EditorAccess* instance, const EditorView& view,
+                   const Meters& meters);
 
-/// Reads the instance and the registry; null leaves the defaults but the meters. [ui]
-void fillDrawState(DrawState& state, TessellaDuckwork* plugin, const ThreeFloats& ownLevelDb,
-                   const ThreeFloats& peerLevelDb, const ThreeFloats& reductionDb);
-
-/// What the user is doing and what the registry poll has found: the editor's own state, as far as
-/// a frame shows it. Owned by the UI thread; drawing only reads it.
+/// What the user is doing, and both sides as the registry and the user's edits have left them: the
+/// editor's own state, as far as a frame shows it. Owned by the UI thread; drawing only reads it.
 struct Panel {
-    BandList localBands;
-    BandList remoteBands; ///< count 0: none could be read
-    FilterPair remoteFilters;
-    ThreeFloats remoteReductionDb{};
+    EditorView view;
     dsp::DisplayLevels localLevels = dsp::silentLevels();
     dsp::DisplayLevels remoteLevels = dsp::silentLevels();
-    std::vector<RemoteInstanceInfo> instances; ///< that can be paired with, in slot order
-    std::uint64_t selectedPeer = 0;
     bool dropdownOpen = false;
-    std::array<char, shm::kNameBytes> instanceName{};
     NameEdit nameEdit;
     Target hover = Target::None;
     Target dragging = Target::None;
@@ -72,12 +60,10 @@ struct Panel {
 
     /// Whether there is a peer whose side is shown and can be edited. A link to an instance that is
     /// gone is none.
-    [[nodiscard]] bool peerLinked(const DrawState& state) const {
-        return state.registryOpen && state.paired && hasListed(selectedPeer);
-    }
-    [[nodiscard]] bool hasListed(std::uint64_t id) const {
-        return id != 0 && std::any_of(instances.begin(), instances.end(),
-                                      [id](const auto& entry) { return entry.id == id; });
+    [[nodiscard]] bool peerLinked() const {
+        return view.registryOpen && view.peerId != 0 &&
+               std::any_of(view.instances.begin(), view.instances.end(),
+                           [this](const auto& entry) { return entry.id == view.peerId; });
     }
 };
 

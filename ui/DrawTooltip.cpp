@@ -40,8 +40,8 @@ Rect placeBeside(Point pointer, float width, float height, float cursor) {
 
 } // namespace
 
-void drawTooltip(const DrawTools& tools, Target target, Point pointer) {
-    const char* const text = tooltipOf(target);
+void drawTooltip(const DrawTools& tools, const Hit& hit, Point pointer) {
+    const char* const text = tooltipOf(hit);
     if (text == nullptr)
         return;
     const float size = legibleSize(tools, theme::kControlSize, 9.0F);

@@ -3,14 +3,6 @@
 namespace ui {
 namespace {
 
-/// In the order of kKnobs.
-std::array<float, 6> knobValues(const DrawState& state) {
-    const ControlValues& own = state.controls;
-    const ControlValues& peer = state.peerControls;
-    return {own.attackMs,  own.releaseMs,  own.makeupDb,
-            peer.attackMs, peer.releaseMs, peer.makeupDb};
-}
-
 /// Draws what belongs to the peer, faintly while there is none.
 template <class Draw>
 void drawPeers(const DrawTools& tools, bool linked, Draw&& draw) {
@@ -20,14 +12,14 @@ void drawPeers(const DrawTools& tools, bool linked, Draw&& draw) {
     nvgRestore(tools.vg);
 }
 
-void drawKnobs(const DrawTools& tools, const DrawState& state, Side side, Target hot) {
-    const auto values = knobValues(state);
-    for (std::size_t i = 0; i < kKnobs.size(); ++i)
-        if (kKnobs[i].side() == side)
-            drawKnob(tools, kKnobs[i], values[i], hot == kKnobs[i].target);
+void drawKnobs(const DrawTools& tools, const DrawState& state, Side side, const Hit& hot) {
+    const shm::Controls& values = side == Side::Local ? state.controls : state.peerControls;
+    for (const KnobDef& knob : kKnobs)
+        if (const Hit hit = hitOf(knob.target); hit.side == side)
+            drawKnob(tools, knob, values[hit.index], hot == hit);
 }
 
-void drawKnobPanel(const DrawTools& tools, const DrawState& state, bool linked, Target hot) {
+void drawKnobPanel(const DrawTools& tools, const DrawState& state, bool linked, const Hit& hot) {
     fillBox(tools, kKnobPanel, 6.0F, theme::kPanel);
     strokeBox(tools, kKnobPanel, 6.0F, theme::kOutline);
     drawKnobs(tools, state, Side::Local, hot);
@@ -42,20 +34,20 @@ void drawKnobPanel(const DrawTools& tools, const DrawState& state, bool linked, 
 }
 
 void drawLocalAnalyzer(const DrawTools& tools, const DrawState& state, const Panel& panel) {
-    const Target hot = hotTarget(panel);
+    const Hit hot = hotIn(panel);
     drawSpectralBand(tools, Side::Local, panel.localLevels);
-    drawDynBands(tools, Side::Local, panel.localBands, hot);
-    drawGROverlay(tools, Side::Local, panel.localBands, state.reductionDb);
+    drawDynBands(tools, Side::Local, panel.view.own.bands, hot);
+    drawGROverlay(tools, Side::Local, panel.view.own.bands, state.meters.reductionDb);
     drawHpLp(tools, Side::Local, state.filters, hot);
 }
 
 void drawRemoteAnalyzer(const DrawTools& tools, const Panel& panel, bool linked) {
-    const Target hot = hotTarget(panel);
+    const Hit hot = hotIn(panel);
     drawSpectralBand(tools, Side::Remote, panel.remoteLevels);
-    if (linked && panel.remoteBands.count > 0) {
-        drawDynBands(tools, Side::Remote, panel.remoteBands, hot);
-        drawHpLp(tools, Side::Remote, panel.remoteFilters, hot);
-        drawGROverlay(tools, Side::Remote, panel.remoteBands, panel.remoteReductionDb);
+    if (linked && panel.view.peer.bands.count > 0) {
+        drawDynBands(tools, Side::Remote, panel.view.peer.bands, hot);
+        drawHpLp(tools, Side::Remote, panel.view.peer.filters, hot);
+        drawGROverlay(tools, Side::Remote, panel.view.peer.bands, panel.view.peerReductionDb);
     }
 }
 
@@ -70,20 +62,20 @@ void drawHints(const DrawTools& tools, bool listIsEmpty) {
 } // namespace
 
 void drawUI(const DrawTools& tools, const DrawState& state, const Panel& panel) {
-    const Target hot = hotTarget(panel);
-    const bool linked = panel.peerLinked(state);
+    const Hit hot = hotIn(panel);
+    const bool linked = panel.peerLinked();
     // Beginning the frame has cleared it to the background's colour already.
     drawKnobPanel(tools, state, linked, hot);
     drawTopRow(tools, state, panel);
     drawLocalAnalyzer(tools, state, panel);
     drawRemoteAnalyzer(tools, panel, linked);
     if (!linked)
-        drawHints(tools, panel.instances.empty());
-    drawResizeGrip(tools, hot == Target::ResizeCorner);
+        drawHints(tools, panel.view.instances.empty());
+    drawResizeGrip(tools, hot.part == Part::ResizeCorner);
     drawDropdown(tools, panel);
     drawPeers(tools, linked, [&] { drawPeerTitle(tools, state, linked, hot); });
     if (panel.dragging == Target::None)
-        drawTooltip(tools, panel.hover, panel.pointer);
+        drawTooltip(tools, hot, panel.pointer);
 }
 
 } // namespace ui

@@ -1,20 +1,14 @@
 /// What the editor does, without its window: the user's gestures, the registry, the peer.
 #pragma once
 
-#include "plugin/TessellaDuckwork.h"
-#include "ui/ControlMap.h"
 #include "ui/DrawState.h"
-#include "ui/Gestures.h"
+#include "ui/EditedTrack.h"
 #include "ui/WindowSize.h"
 
 #include <cstdint>
+#include <optional>
 
 namespace ui {
-
-/// Sets a parameter as the editor does: the value is put into the parameter's range, the instance
-/// takes it, the host is told. Nothing happens without an instance or with a wrong index. Each step
-/// of a drag is one change, without begin or end of a gesture. [ui]
-void applyParam(TessellaDuckwork* plugin, int index, float value);
 
 /// What a session asks of its window. [ui]
 class SessionWindow {
@@ -35,13 +29,14 @@ public:
 class EditorSession {
 public:
     /// Both must outlive it.
-    EditorSession(TessellaDuckwork& instance, SessionWindow& sessionWindow)
-        : plugin(instance), window(sessionWindow) {}
+    EditorSession(EditorAccess& access, SessionWindow& sessionWindow)
+        : instance(access), window(sessionWindow) {}
 
-    /// Takes bands and name from the instance and links with the remembered peer (LocalEdits.cpp).
+    // RegistrySync.cpp
+
+    /// Takes bands and name from the instance and links with the remembered peer.
     void initBands();
-    /// Once a frame, before events: everything that passes between editor and registry
-    /// (Pairing.cpp).
+    /// Once a frame, before events: everything that passes between editor and registry.
     void pollAndSyncSHM();
 
     // Gestures (Pointer.cpp), positions in canvas units
@@ -60,7 +55,7 @@ public:
     void leave(); ///< the pointer has left the window
     void scroll(Point at, double dy);
 
-    // Renaming (Pairing.cpp)
+    // Renaming (RegistrySync.cpp)
 
     void text(const char* utf8); ///< a text event of the keyboard
     void eraseCharacter();
@@ -71,58 +66,31 @@ public:
     [[nodiscard]] bool cornerIsDragged() const { return shown.dragging == Target::ResizeCorner; }
 
 private:
-    /// A drag in progress, as it began.
-    struct Drag {
-        Point at;
-        float value = 0.0F;             ///< Hz, dB, ratio or the control's own unit
-        float loHz = 0.0F, hiHz = 0.0F; ///< of the band whose body is dragged
-    };
-
-    [[nodiscard]] FilterPair localFilters() const;
-    [[nodiscard]] bool peerLinked() const;
-    [[nodiscard]] bool isEntry(Target target) const;
-    [[nodiscard]] Target targetAt(Point at, bool dropdownOpen) const;
+    [[nodiscard]] EditedTrack& trackOf(Side side) { return side == Side::Local ? own : peer; }
 
     // Pointer.cpp
+    [[nodiscard]] Target targetAt(Point at, bool dropdownOpen) const;
     [[nodiscard]] bool isDoubleClick(const Press& event, Target target);
     void split(Point at);
-    bool doubleClick(Target target);
-    bool act(Target target, const Press& event);
-    void startDrag(Target target, Point at);
-    [[nodiscard]] float valueBehind(Target target) const;
+    bool doubleClick(const Hit& hit);
+    bool act(const Hit& hit, const Press& event);
+    void startDrag(Target target, const Hit& hit, Point at);
     void drag(Point at, bool fine);
-    void dragAcross(Target target, float right);
     void dragCorner(double xRootPx);
-    void setValue(Target target, float value);
-    void toggle(Target target);
 
-    // LocalEdits.cpp
-    void syncBandsToDSP();
-    void sortLocalBands();
-    void setFilter(Target target, float hz);
-
-    // PeerEdits.cpp
-    [[nodiscard]] TessellaDuckwork::PeerEdit readPeer() const;
-    void pushRemoteBandsToSHM();
-    void sortRemoteBands();
-    void setPeerFilter(Target target, float hz);
-    [[nodiscard]] float peerControl(Target target) const;
-    void setPeerControl(Target target, float value);
-
-    // Pairing.cpp
-    void followSpectra();
-    void takeOwnBands();
-    void readPeerSettings();
-    void refreshInstances();
-    void linkRememberedPeer();
-    void rememberPeer();
+    // RegistrySync.cpp
+    void followOwnSpectrum();
+    void followPeerSpectrum(const PeerSpectrum& spectrum);
     void choosePeer(int entry);
     void beginName();
 
-    TessellaDuckwork& plugin;
+    EditorAccess& instance;
     SessionWindow& window;
     Panel shown;
-    Drag held;
+    EditedTrack own{Side::Local, instance, shown.view.own};
+    EditedTrack peer{Side::Remote, instance, shown.view.peer};
+    Held held; ///< what is being dragged
+    Point pressedAt;
     CornerDrag corner;
 
     Button lastButton = Button::Other;
@@ -130,10 +98,8 @@ private:
     double lastPressTime = -1.0;
 
     dsp::DisplayScale localScale, remoteScale;
-    int remoteMisses = 0;          ///< frames in a row without the peer's spectrum
-    std::uint64_t ownBandsSeq = 0; ///< the own band group's counter as last seen or written here
-    std::vector<TDInstanceInfo> listing;
-    int framesToCleanup = 0;
+    int remoteMisses = 0;                     ///< frames in a row without the peer's spectrum
+    std::optional<std::uint64_t> ownBandsSeq; ///< of the own bands that are shown
 };
 
 } // namespace ui

@@ -1,5 +1,6 @@
 #include "ui/EditorWindow.h"
 
+#include "ui/ControlMap.h"
 #include "ui/Draw.h"
 
 #include <exception>
@@ -34,29 +35,27 @@ bool empty(SizePx size) { return size.width < 1 || size.height < 1; }
 
 } // namespace
 
-EditorWindow::EditorWindow(TessellaDuckwork& instance, X11Window::Id parent, SizePx initialSize)
-    : plugin(instance), session(instance, *this) {
-    if (!createView(parent, initialSize)) {
+EditorWindow::EditorWindow(EditorAccess& access, NativeWindow::Id parent, SizePx initialSize)
+    : instance(access), session(access, *this) {
+    if (createView(parent, initialSize))
+        session.initBands();
+    else
         destroyView();
-        return;
-    }
-    plugin.FlushSHMToParams(); // again: the host's thread does not wait for a busy registry
-    session.initBands();
 }
 
 EditorWindow::~EditorWindow() {
-    if (opened() && x11->answers())
+    if (opened() && native->answers())
         releaseKeyboard(); // a dying window must not take the host's keys with it
     destroyView();
 }
 
-bool EditorWindow::createView(X11Window::Id parent, SizePx initialSize) {
+bool EditorWindow::createView(NativeWindow::Id parent, SizePx initialSize) {
     {
         const InputMethodScope scope;
         world = puglNewWorld(PUGL_MODULE, PUGL_WORLD_THREADS);
         if (world == nullptr)
             return false;
-        x11.emplace(puglGetNativeWorld(world), parent);
+        native = makeNativeWindow(puglGetNativeWorld(world), parent);
     }
     puglSetWorldString(world, PUGL_CLASS_NAME, "TessellaDuckwork");
     view = puglNewView(world);
@@ -81,7 +80,7 @@ bool EditorWindow::createView(X11Window::Id parent, SizePx initialSize) {
 /// ask for the window's size, and without an answer it allocates whatever memory that may be.
 void EditorWindow::destroyView() {
     if (lost()) {
-        x11->abandon();
+        native->abandon();
         return;
     }
     if (view != nullptr)
@@ -96,8 +95,9 @@ void EditorWindow::destroyView() {
 
 bool EditorWindow::frame(const Meters& newMeters) {
     meters = newMeters;
+    state.reset();
     session.pollAndSyncSHM();
-    const X11Window::ParentState parent = x11->parent();
+    const NativeWindow::ParentState parent = native->parent();
     if (lost()) // and if so, nothing for GL
         return false;
     puglUpdate(world, 0.0);
@@ -109,22 +109,21 @@ bool EditorWindow::frame(const Meters& newMeters) {
     return visible;
 }
 
-/// Most of a frame goes into drawing, which a picture that stands still does not need. The X server
-/// asks by itself for what has been covered or has a new size.
+/// Most of a frame goes into drawing, which a picture that stands still does not need. The window
+/// system asks by itself for what has been covered or has a new size.
 void EditorWindow::redrawIfChanged() {
-    fillState();
-    if (state == shownState && session.panel() == shownPanel)
+    if (snapshot() == shownState && session.panel() == shownPanel)
         return;
     puglObscureView(view);
-    if (x11->answers()) // by then, the event that this has sent has come back
+    if (native->answers()) // by then, the event that this has sent has come back
         puglUpdate(world, 0.0);
 }
 
 /// The host resizes only its own window; the view follows by itself.
 void EditorWindow::followParent(SizePx parent) {
-    if (parent != lastParent && x11->sizeOf(puglGetNativeView(view)) != parent) {
+    if (parent != lastParent && native->sizeOf(puglGetNativeView(view)) != parent) {
         windowSize = parent;
-        x11->resize(puglGetNativeView(view), parent);
+        native->resize(puglGetNativeView(view), parent);
     }
     lastParent = parent;
     followHost(parent);
@@ -133,24 +132,24 @@ void EditorWindow::followParent(SizePx parent) {
 /// Asks the host for a size with the right aspect once it has come to rest.
 void EditorWindow::followHost(SizePx parent) {
     const auto request = follower.externalSizeTick(
-        parent, {plugin.RememberedEditorWidth(), plugin.RememberedEditorHeight()});
+        parent, {instance.RememberedEditorWidth(), instance.RememberedEditorHeight()});
     if (!request)
         return;
     if (request->remember)
-        plugin.RememberEditorSize(request->wanted.width, request->wanted.height);
-    plugin.NoteHostWindowSize(request->reported.width, request->reported.height);
-    plugin.EditorResizeFromUI(request->wanted.width, request->wanted.height, true);
+        instance.RememberEditorSize(request->wanted.width, request->wanted.height);
+    instance.NoteHostWindowSize(request->reported.width, request->reported.height);
+    instance.ResizeHostWindow(request->wanted.width, request->wanted.height);
 }
 
 void EditorWindow::grabKeyboard() {
     puglGrabFocus(view);
-    x11->grabKeyboard(puglGetNativeView(view));
+    native->grabKeyboard(puglGetNativeView(view));
     keyboardGrabbed = true;
 }
 
 void EditorWindow::releaseKeyboard() {
     if (keyboardGrabbed)
-        x11->releaseKeyboard();
+        native->releaseKeyboard();
     keyboardGrabbed = false;
 }
 
@@ -219,7 +218,7 @@ void EditorWindow::onConfigure(SizePx size) {
     windowSize = size;
     fit = CanvasFit::of(static_cast<float>(size.width), static_cast<float>(size.height));
     if (!session.cornerIsDragged())
-        plugin.SetEditorSize(size.width, size.height);
+        instance.NoteEditorSize(size.width, size.height);
 }
 
 void EditorWindow::onButton(const PuglButtonEvent& event) {
@@ -239,14 +238,17 @@ void EditorWindow::onKey(const PuglKeyEvent& event) {
 }
 
 void EditorWindow::showPointer() {
-    const PointerShape wanted = pointerShapeOver(hotTarget(session.panel()));
+    const PointerShape wanted = pointerShapeOver(hotIn(session.panel()).part);
     if (wanted != pointerShape)
         puglSetCursor(view, cursorOf(wanted));
     pointerShape = wanted;
 }
 
-void EditorWindow::fillState() {
-    fillDrawState(state, &plugin, meters.ownLevelDb, meters.peerLevelDb, meters.reductionDb);
+/// Taken after the frame's events, by whichever comes first: the look for changes or a draw.
+const DrawState& EditorWindow::snapshot() {
+    if (!state)
+        fillDrawState(state.emplace(), &instance, session.panel().view, meters);
+    return *state;
 }
 
 SizePx EditorWindow::drawnSize() const {
@@ -262,12 +264,11 @@ SizePx EditorWindow::drawnSize() const {
 void EditorWindow::draw() {
     if (!graphics.ready())
         return;
-    fillState();
     const SizePx size = drawnSize();
     fit = graphics.beginFrame(size.width, size.height);
-    drawUI(graphics.tools(), state, session.panel());
+    drawUI(graphics.tools(), snapshot(), session.panel());
     graphics.endFrame();
-    shownState = state;
+    shownState = snapshot();
     shownPanel = session.panel();
 }
 

@@ -1,7 +1,7 @@
 #include "ui/Graphics.h"
 
-#include "ui/GlLoader.h"
-#include "ui/Logo.h"
+#include "ui/LogoData.h"
+#include "ui/PuglCompat.h"
 #include "ui/SystemFont.h"
 
 #include <glad/gl.h>
@@ -10,9 +10,33 @@
 #include <nanovg_gl.h>
 
 #include <cmath>
+#include <mutex>
 #include <string>
 
 namespace ui {
+namespace {
+
+/// The entry points that the drawing calls, loaded once per process with a context current. False:
+/// nothing can be drawn, in this process ever.
+bool loadGl() {
+    // A static's initialiser runs once, whichever editor's thread comes first.
+    static const bool loaded = gladLoadGL(static_cast<GLADloadfunc>(puglGetProcAddress)) != 0;
+    return loaded;
+}
+
+/// The picture on the logo's square as an image of the context; -1 when it cannot be.
+int loadLogo(NVGcontext* vg) {
+    // The decoder keeps static variables, and each editor decodes on its own thread.
+    static std::mutex sDecoder;
+    const std::lock_guard lock(sDecoder);
+    // Drawn at a quarter of its size and more: without mipmaps it would flicker while resizing.
+    const int image =
+        nvgCreateImageMem(vg, NVG_IMAGE_GENERATE_MIPMAPS, const_cast<unsigned char*>(kLogoPng),
+                          static_cast<int>(sizeof kLogoPng));
+    return image > 0 ? image : -1; // 0 is NanoVG's failure
+}
+
+} // namespace
 
 void Graphics::create() {
     if (!loadGl())

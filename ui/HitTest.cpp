@@ -1,6 +1,6 @@
 #include "ui/HitTest.h"
 
-#include "ui/Knobs.h"
+#include "ui/ControlMap.h"
 
 #include <array>
 #include <cmath>
@@ -48,51 +48,51 @@ Target dropdownAt(Point p, const HitScene& scene) {
     return kDropdown.contains(p) ? Target::Dropdown : Target::None;
 }
 
-Target filterAt(Point p, Side side, FilterPair filters) {
+Target filterAt(Point p, Side side, const shm::Filters& filters) {
     const Rect& analyzer = analyzerOf(side);
-    const Target highPass = side == Side::Local ? Target::LocalHighPass : Target::RemoteHighPass;
     if (!Rect{analyzer.x, analyzer.y, analyzer.width, kFilterHandleHeight}.contains(p))
         return Target::None;
-    if (std::fabs(p.x - xOf(filters.hpHz)) < kFilterReach)
-        return highPass;
-    return std::fabs(p.x - xOf(filters.lpHz)) < kFilterReach ? highPass + 1 : Target::None;
+    for (int i = 0; i < shm::Filters::kCount; ++i)
+        if (std::fabs(p.x - xOf(filters[i])) < kFilterReach)
+            return targetOf({Part::Filter, side, i});
+    return Target::None;
 }
 
-Target analyzerAt(Point p, Side side, FilterPair filters, const BandList& list) {
-    const Target filter = filterAt(p, side, filters);
-    return filter != Target::None ? filter : hitTestBandArea(p, side, list);
+Target analyzerAt(Point p, Side side, const HitScene::Track& track) {
+    const Target filter = filterAt(p, side, track.filters);
+    return filter != Target::None ? filter : hitTestBandArea(p, side, track.bands);
 }
 
 /// Position of the first band whose span holds x, -1 without one.
-int bandAt(float x, const BandList& list) {
-    for (int i = 0; i < list.count; ++i)
-        if (xOf(list[i].lo) <= x && x <= xOf(list[i].hi))
+int bandAt(float x, const shm::BandSet& bands) {
+    for (int i = 0; i < bands.count; ++i)
+        if (xOf(bands[i].loHz) <= x && x <= xOf(bands[i].hiHz))
             return i;
     return -1;
 }
 
 } // namespace
 
-Target hitTestBandArea(Point p, Side side, const BandList& list) {
+Target hitTestBandArea(Point p, Side side, const shm::BandSet& bands) {
     if (!analyzerOf(side).contains(p))
         return Target::None;
-    const BandTargets targets = bandTargetsOf(side);
-    for (int i = 0; i + 1 < list.count; ++i)
-        if (std::fabs(p.x - xOf(list[i].hi)) < kEdgeReach)
-            return targets.edge + i;
+    for (int i = 0; i + 1 < bands.count; ++i)
+        if (std::fabs(p.x - xOf(bands[i].hiHz)) < kEdgeReach)
+            return targetOf({Part::Edge, side, i});
 
-    const int band = bandAt(p.x, list);
+    const int band = bandAt(p.x, bands);
     if (band < 0)
         return Target::None;
-    const float right = xOf(list[band].hi);
-    const float width = right - xOf(list[band].lo);
-    const float dy = std::fabs(p.y - thresholdY(side, list[band].threshold));
+    const float right = xOf(bands[band].hiHz);
+    const float width = right - xOf(bands[band].loHz);
+    const float dy = std::fabs(p.y - thresholdY(side, bands[band].threshDb));
     const bool atRightEnd = right - kRatioLeft <= p.x && p.x <= right + kRatioRight;
+    Part part = Part::Body;
     if (width > kRatioNeedsWidth && atRightEnd && dy <= kThresholdReach)
-        return targets.ratio + band;
-    if (width > kThresholdNeedsWidth && dy < kThresholdReach)
-        return targets.threshold + band;
-    return targets.body + band;
+        part = Part::Ratio;
+    else if (width > kThresholdNeedsWidth && dy < kThresholdReach)
+        part = Part::Threshold;
+    return targetOf({part, side, band});
 }
 
 Target hitTest(Point p, const HitScene& scene) {
@@ -104,10 +104,10 @@ Target hitTest(Point p, const HitScene& scene) {
         return Target::Name;
     if (const Target dropdown = dropdownAt(p, scene); dropdown != Target::None)
         return dropdown;
-    const Target local = analyzerAt(p, Side::Local, scene.localFilters, scene.localBands);
-    if (local != Target::None || !scene.peerLinked || scene.remoteBands.count == 0)
+    const Target local = analyzerAt(p, Side::Local, scene.local);
+    if (local != Target::None || !scene.peerLinked || scene.remote.bands.count == 0)
         return local;
-    return analyzerAt(p, Side::Remote, scene.remoteFilters, scene.remoteBands);
+    return analyzerAt(p, Side::Remote, scene.remote);
 }
 
 } // namespace ui

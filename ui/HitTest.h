@@ -1,8 +1,8 @@
 /// From a point on the canvas to the thing under it; pure.
 #pragma once
 
+#include "shm/TDRecords.h"
 #include "ui/Canvas.h"
-#include "ui/SpectralBands.h"
 
 namespace ui {
 
@@ -41,29 +41,90 @@ enum class Target : int {
 [[nodiscard]] constexpr Target operator+(Target row, int index) {
     return static_cast<Target>(static_cast<int>(row) + index);
 }
-/// Position of a target in a row of `count`, -1 when it is not in it.
-[[nodiscard]] constexpr int indexIn(Target row, Target target, int count = shm::kBandCount) {
-    const int index = static_cast<int>(target) - static_cast<int>(row);
-    return index >= 0 && index < count ? index : -1;
-}
 
-/// The four rows of a side's bands.
-struct BandTargets {
-    Target body, edge, threshold, ratio;
+/// What kind of thing a target is, on either side.
+enum class Part {
+    None,
+    Knob, ///< attack, release, makeup
+    Name,
+    Dropdown,
+    Entry,
+    Filter, ///< high-pass, low-pass
+    Body,   ///< of a band
+    Edge,
+    Threshold,
+    Ratio,
+    Bypass,
+    Duck,
+    ResizeCorner
 };
-[[nodiscard]] constexpr BandTargets bandTargetsOf(Side side) {
-    return side == Side::Local ? BandTargets{Target::LocalBand, Target::LocalEdge,
-                                             Target::LocalThreshold, Target::LocalRatio}
-                               : BandTargets{Target::RemoteBand, Target::RemoteEdge,
-                                             Target::RemoteThreshold, Target::RemoteRatio};
+
+/// A target taken apart.
+struct Hit {
+    Part part = Part::None;
+    Side side = Side::Local; ///< Local also for what belongs to neither
+    int index = 0;           ///< among the side's parts of its kind
+    bool operator==(const Hit&) const = default;
+};
+
+/// Targets in a row: parts of one kind and side.
+struct TargetRow {
+    Target first;
+    int count;
+    Part part;
+    Side side;
+
+    /// Position of a target in it, -1 when it is not in it.
+    [[nodiscard]] constexpr int indexOf(Target target) const {
+        const int index = static_cast<int>(target) - static_cast<int>(first);
+        return index >= 0 && index < count ? index : -1;
+    }
+};
+// clang-format off
+inline constexpr TargetRow kTargetRows[] = {
+    {Target::LocalAttack,     3,  Part::Knob,         Side::Local},
+    {Target::PeerAttack,      3,  Part::Knob,         Side::Remote},
+    {Target::Name,            1,  Part::Name,         Side::Local},
+    {Target::Dropdown,        1,  Part::Dropdown,     Side::Local},
+    {Target::Entry,           60, Part::Entry,        Side::Local}, // up to the next number taken
+    {Target::LocalHighPass,   2,  Part::Filter,       Side::Local},
+    {Target::RemoteHighPass,  2,  Part::Filter,       Side::Remote},
+    {Target::LocalBand,       3,  Part::Body,         Side::Local},
+    {Target::LocalEdge,       3,  Part::Edge,         Side::Local},
+    {Target::LocalThreshold,  3,  Part::Threshold,    Side::Local},
+    {Target::LocalRatio,      3,  Part::Ratio,        Side::Local},
+    {Target::RemoteBand,      3,  Part::Body,         Side::Remote},
+    {Target::RemoteEdge,      3,  Part::Edge,         Side::Remote},
+    {Target::RemoteThreshold, 3,  Part::Threshold,    Side::Remote},
+    {Target::RemoteRatio,     3,  Part::Ratio,        Side::Remote},
+    {Target::OwnBypass,       1,  Part::Bypass,       Side::Local},
+    {Target::PeerBypass,      1,  Part::Bypass,       Side::Remote},
+    {Target::OwnDuck,         1,  Part::Duck,         Side::Local},
+    {Target::PeerDuck,        1,  Part::Duck,         Side::Remote},
+    {Target::ResizeCorner,    1,  Part::ResizeCorner, Side::Local},
+};
+// clang-format on
+
+[[nodiscard]] constexpr Hit hitOf(Target target) {
+    for (const TargetRow& row : kTargetRows)
+        if (const int index = row.indexOf(target); index >= 0)
+            return {row.part, row.side, index};
+    return {};
+}
+[[nodiscard]] constexpr Target targetOf(const Hit& hit) {
+    for (const TargetRow& row : kTargetRows)
+        if (row.part == hit.part && row.side == hit.side)
+            return row.first + hit.index;
+    return Target::None;
 }
 
 /// What is on the canvas and can move or come and go.
 struct HitScene {
-    FilterPair localFilters;
-    const BandList& localBands;
-    FilterPair remoteFilters;
-    const BandList& remoteBands;
+    struct Track {
+        shm::Filters filters;
+        const shm::BandSet& bands;
+    };
+    Track local, remote;
     bool peerLinked = false; ///< else nothing of the remote analyzer is offered
     bool dropdownOpen = false;
     int entries = 0;
@@ -74,6 +135,6 @@ struct HitScene {
 
 /// The part of a band at a point: edges first, then the ratio handle, the threshold line, the
 /// body. Bands 30 units wide or less are body only.
-[[nodiscard]] Target hitTestBandArea(Point p, Side side, const BandList& list);
+[[nodiscard]] Target hitTestBandArea(Point p, Side side, const shm::BandSet& bands);
 
 } // namespace ui

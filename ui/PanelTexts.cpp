@@ -12,8 +12,8 @@ namespace {
 /// The number as printf's "%.*f" gives it in the C locale, then the suffix. A zero has no sign;
 /// what is no number is shown as zero.
 ShortText numberText(float value, int decimals, std::string_view suffix) {
-    constexpr float kMostShown = 1e9F;
-    const float shown = std::isnan(value) ? 0.0F : std::clamp(value, -kMostShown, kMostShown);
+    constexpr float kMaxShown = 1e9F;
+    const float shown = std::isnan(value) ? 0.0F : std::clamp(value, -kMaxShown, kMaxShown);
     ShortText text{};
     // to_chars, not printf: a host's locale must not turn the point into a comma.
     char* end =
@@ -32,56 +32,60 @@ ShortText frequencyText(float hz, int kilohertzDecimals) {
                                 : numberText(hz, 0, "");
 }
 
+constexpr int kAny = -1; ///< any of the bands
+
 struct Tooltip {
-    Target first;
-    int count;
+    Part part;
+    Side side;
+    int index;
     const char* text;
 };
 constexpr Tooltip kTooltips[] = {
-    {Target::LocalAttack, 1, "Attack — how fast ducking reacts to peer transients"},
-    {Target::LocalRelease, 1, "Release — how fast ducking lets go"},
-    {Target::LocalMakeup, 1, "Output makeup gain"},
-    {Target::PeerAttack, 1, "Peer's Attack — edits the paired instance"},
-    {Target::PeerRelease, 1, "Peer's Release — edits the paired instance"},
-    {Target::PeerMakeup, 1, "Peer's Makeup — edits the paired instance"},
-    {Target::Name, 1, "Click to rename this instance — visible to other tracks"},
-    {Target::Dropdown, 1,
+    {Part::Knob, Side::Local, 0, "Attack — how fast ducking reacts to peer transients"},
+    {Part::Knob, Side::Local, 1, "Release — how fast ducking lets go"},
+    {Part::Knob, Side::Local, 2, "Output makeup gain"},
+    {Part::Knob, Side::Remote, 0, "Peer's Attack — edits the paired instance"},
+    {Part::Knob, Side::Remote, 1, "Peer's Release — edits the paired instance"},
+    {Part::Knob, Side::Remote, 2, "Peer's Makeup — edits the paired instance"},
+    {Part::Name, Side::Local, 0, "Click to rename this instance — visible to other tracks"},
+    {Part::Dropdown, Side::Local, 0,
      "Pick another TessellaDuckwork to pair with (drop one on another track first)"},
-    {Target::LocalHighPass, 1, "High-pass — bins below this frequency are ignored"},
-    {Target::LocalLowPass, 1, "Low-pass — bins above this frequency are ignored"},
-    {Target::RemoteHighPass, 1, "Peer's High-pass — edits the paired instance"},
-    {Target::RemoteLowPass, 1, "Peer's Low-pass — edits the paired instance"},
-    {Target::LocalBand, 3,
+    {Part::Filter, Side::Local, 0, "High-pass — bins below this frequency are ignored"},
+    {Part::Filter, Side::Local, 1, "Low-pass — bins above this frequency are ignored"},
+    {Part::Filter, Side::Remote, 0, "Peer's High-pass — edits the paired instance"},
+    {Part::Filter, Side::Remote, 1, "Peer's Low-pass — edits the paired instance"},
+    {Part::Body, Side::Local, kAny,
      "Drag to move band • right-click in the analyzer to split • double-click to enable/disable"},
-    {Target::LocalEdge, 3, "Drag to resize band • double-click to remove"},
-    {Target::LocalThreshold, 3,
+    {Part::Edge, Side::Local, kAny, "Drag to resize band • double-click to remove"},
+    {Part::Threshold, Side::Local, kAny,
      "Threshold — peer level above this triggers ducking on this band • double-click to reset"},
-    {Target::LocalRatio, 3, "Ratio — how aggressively the band is ducked • double-click to reset"},
-    {Target::RemoteBand, 3, "Peer's band — drag to move (edits the paired instance)"},
-    {Target::RemoteEdge, 3, "Peer's band edge — drag to resize, double-click to remove"},
-    {Target::RemoteThreshold, 3, "Peer's threshold for this band — double-click to reset"},
-    {Target::RemoteRatio, 3, "Peer's ratio for this band — double-click to reset"},
-    {Target::OwnBypass, 1, "Bypass this instance — passthrough, but pairing stays alive"},
-    {Target::PeerBypass, 1, "Bypass the paired peer — A/B without breaking the pairing"},
-    {Target::OwnDuck, 1,
+    {Part::Ratio, Side::Local, kAny,
+     "Ratio — how aggressively the band is ducked • double-click to reset"},
+    {Part::Body, Side::Remote, kAny, "Peer's band — drag to move (edits the paired instance)"},
+    {Part::Edge, Side::Remote, kAny, "Peer's band edge — drag to resize, double-click to remove"},
+    {Part::Threshold, Side::Remote, kAny, "Peer's threshold for this band — double-click to reset"},
+    {Part::Ratio, Side::Remote, kAny, "Peer's ratio for this band — double-click to reset"},
+    {Part::Bypass, Side::Local, 0, "Bypass this instance — passthrough, but pairing stays alive"},
+    {Part::Bypass, Side::Remote, 0, "Bypass the paired peer — A/B without breaking the pairing"},
+    {Part::Duck, Side::Local, 0,
      "This track ducks against the peer. Turn off for one-sided ducking — this track keeps "
      "priority and only the peer gives way"},
-    {Target::PeerDuck, 1,
+    {Part::Duck, Side::Remote, 0,
      "The paired track ducks against this one. Turn off and the peer keeps priority instead — the "
      "same decision, taken from the other side"},
-    {Target::ResizeCorner, 1, "Drag to resize the window"},
+    {Part::ResizeCorner, Side::Local, 0, "Drag to resize the window"},
 };
 
-constexpr std::size_t kMostTypedBytes = 60;
+constexpr std::size_t kMaxTypedBytes = 60;
 
 /// Not DEL: the Delete key arrives as a text event with that byte.
 bool isPrintableAscii(char byte) { return byte >= ' ' && byte < '\x7F'; }
 
 } // namespace
 
-const char* tooltipOf(Target target) {
-    for (const auto& [first, count, text] : kTooltips)
-        if (indexIn(first, target, count) >= 0)
+const char* tooltipOf(const Hit& hit) {
+    for (const auto& [part, side, index, text] : kTooltips)
+        if (part == hit.part && side == hit.side && (index == kAny || index == hit.index))
             return text;
     return nullptr;
 }
@@ -120,7 +124,7 @@ void NameEdit::begin(const char* current) {
 
 void NameEdit::append(const char* utf8) {
     const std::size_t length = std::strlen(buffer.data());
-    if (active && length < kMostTypedBytes && isPrintableAscii(utf8[0]))
+    if (active && length < kMaxTypedBytes && isPrintableAscii(utf8[0]))
         buffer[length] = utf8[0]; // the rest of the buffer is zero
 }
 

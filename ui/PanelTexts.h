@@ -2,7 +2,7 @@
 #pragma once
 
 #include "shm/TDRecords.h"
-#include "ui/HitTest.h"
+#include "ui/ControlMap.h"
 
 #include <array>
 #include <cstdint>
@@ -16,11 +16,9 @@ using RemoteInstanceInfo = TDInstanceInfo;
 /// A short text by value, so that a frame allocates nothing.
 using ShortText = std::array<char, 32>;
 
-/// What the tooltip of a target says; null for targets without one.
-[[nodiscard]] const char* tooltipOf(Target target);
+/// What the tooltip of a part says; null for parts without one.
+[[nodiscard]] const char* tooltipOf(const Hit& hit);
 
-/// How a knob shows its value.
-enum class ValueFormat { Whole, OneDecimal };
 [[nodiscard]] ShortText valueText(float value, ValueFormat format);
 [[nodiscard]] ShortText ratioText(float ratio);           ///< "4:1"
 [[nodiscard]] ShortText edgeText(float hz);               ///< "250", from 1000 on "2k"
@@ -48,10 +46,11 @@ public:
     void end() { active = false; }
     [[nodiscard]] bool editing() const { return active; }
     [[nodiscard]] const char* text() const { return buffer.data(); }
+    [[nodiscard]] const shm::Name& name() const { return buffer; } ///< the same
     bool operator==(const NameEdit&) const = default;
 
 private:
-    std::array<char, shm::kNameBytes> buffer{};
+    shm::Name buffer{};
     bool active = false;
 };
 

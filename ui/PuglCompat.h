@@ -55,7 +55,8 @@ inline PuglArea puglGetSizeHint(const PuglView* view, PuglCurrentSizeHint) {
 
 inline PuglStatus puglObscureView(PuglView* view) { return puglPostRedisplay(view); }
 
-/// Maps the view's window without raising it, realising the view first if need be.
+/// Maps the view's window without raising it, realising the view first if need be. Defined with the
+/// window system.
 PuglStatus puglShow(PuglView* view, PuglShowCommand command);
 
 // NOLINTEND(readability-identifier-naming)

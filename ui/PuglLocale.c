@@ -1,5 +1,5 @@
 /* Linked into pugl, which calls it in the place of Xlib's XSetLocaleModifiers: which input method
-   is opened is for InputMethodScope (X11Window.h) to say. */
+   is opened is for InputMethodScope (NativeWindow.h) to say. */
 char* tdLeaveLocaleModifiers(const char* modifiers);
 
 char* tdLeaveLocaleModifiers(const char* modifiers) {

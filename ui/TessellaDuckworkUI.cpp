@@ -15,7 +15,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::nanoseconds kFrame{16'666'000}; ///< 60 a second
 /// Behind by more than this, frames are left out.
-constexpr std::chrono::nanoseconds kMostBehind = 5 * kFrame;
+constexpr std::chrono::nanoseconds kMaxBehind = 5 * kFrame;
 /// Between looks at a window of which nothing can be seen.
 constexpr std::chrono::milliseconds kHiddenFrame{100};
 
@@ -41,8 +41,8 @@ private:
 } // namespace
 
 void TessellaDuckworkUI::Open(std::uintptr_t parentWindow, int widthPx, int heightPx,
-                              TessellaDuckwork* instance) {
-    plugin = instance;
+                              EditorAccess& access) {
+    instance = &access;
     running = true;
     const NoSignals none;
     thread = std::thread(
@@ -59,18 +59,18 @@ void TessellaDuckworkUI::Close() {
         thread.join();
 }
 
-void TessellaDuckworkUI::SetMeters(const float* ownLevelDb, const float* peerLevelDb,
+void TessellaDuckworkUI::SetMeters(const float* ownLevel, const float* peerLevel,
                                    const float* reductionDb) {
-    std::copy_n(ownLevelDb, ownLevel.size(), ownLevel.begin());
-    std::copy_n(peerLevelDb, peerLevel.size(), peerLevel.begin());
-    std::copy_n(reductionDb, reduction.size(), reduction.begin());
+    std::copy_n(ownLevel, ownLevels.size(), ownLevels.begin());
+    std::copy_n(peerLevel, peerLevels.size(), peerLevels.begin());
+    std::copy_n(reductionDb, reductionsDb.size(), reductionsDb.begin());
 }
 
 ui::Meters TessellaDuckworkUI::meters() const {
     ui::Meters read;
-    std::copy(ownLevel.begin(), ownLevel.end(), read.ownLevelDb.begin());
-    std::copy(peerLevel.begin(), peerLevel.end(), read.peerLevelDb.begin());
-    std::copy(reduction.begin(), reduction.end(), read.reductionDb.begin());
+    std::copy(ownLevels.begin(), ownLevels.end(), read.ownLevel.begin());
+    std::copy(peerLevels.begin(), peerLevels.end(), read.peerLevel.begin());
+    std::copy(reductionsDb.begin(), reductionsDb.end(), read.reductionDb.begin());
     return read;
 }
 
@@ -88,7 +88,7 @@ void TessellaDuckworkUI::runFrames(const InitData& init) {
     std::optional<ui::EditorWindow> window;
     {
         const shm::Patience patience(running);
-        window.emplace(*plugin, init.parent, ui::SizePx{init.widthPx, init.heightPx});
+        window.emplace(*instance, init.parent, ui::SizePx{init.widthPx, init.heightPx});
     }
     int pauses = shm::kLockRetries;
     auto next = Clock::now();
@@ -105,7 +105,7 @@ void TessellaDuckworkUI::runFrames(const InitData& init) {
             pauses = patience.IsOver() ? 1 : shm::kLockRetries;
         }
         next += visible ? kFrame : kHiddenFrame;
-        if (Clock::now() - next > kMostBehind)
+        if (Clock::now() - next > kMaxBehind)
             next = Clock::now();
     }
 }
@@ -114,3 +114,11 @@ void TessellaDuckworkUI::sleepUntil(Clock::time_point time) {
     std::unique_lock lock(sleepMutex);
     wake.wait_until(lock, time, [this] { return !running; });
 }
+
+std::unique_ptr<Editor> OpenEditor(EditorAccess& instance, std::uintptr_t parentWindow, int widthPx,
+                                   int heightPx) {
+    auto editor = std::make_unique<TessellaDuckworkUI>();
+    editor->Open(parentWindow, widthPx, heightPx, instance);
+    return editor;
+}
+static_assert(std::is_same_v<decltype(&OpenEditor), MakeEditor>);

@@ -1,6 +1,6 @@
 #include "ui/WindowSize.h"
 
-#include "ui/InRange.h"
+#include "ui/Canvas.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -9,7 +9,7 @@
 namespace ui {
 namespace {
 
-constexpr int kLeastParentPx = 2; ///< smaller windows are not yet laid out
+constexpr int kMinParentPx = 2;   ///< smaller windows are not yet laid out
 constexpr int kSettledTicks = 30; ///< half a second of frames
 constexpr int kTolerancePx = 16;  ///< what a host may round without being asked again
 constexpr int kSendPx = 6;        ///< a host is not told of every pixel
@@ -21,8 +21,8 @@ bool differBy(int px, SizePx a, SizePx b) {
 
 bool isSize(SizePx size) { return size.width > 0 && size.height > 0; }
 
-int pixels(double value, int least, int most) {
-    return static_cast<int>(inRange(value, static_cast<double>(least), static_cast<double>(most)));
+int pixels(double value, int min, int max) {
+    return static_cast<int>(inRange(value, static_cast<double>(min), static_cast<double>(max)));
 }
 
 } // namespace
@@ -39,7 +39,7 @@ bool HostSizeFollower::hasSettled(SizePx parent) {
 
 std::optional<HostSizeFollower::Request> HostSizeFollower::externalSizeTick(SizePx parent,
                                                                             SizePx remembered) {
-    if (parent.width < kLeastParentPx || parent.height < kLeastParentPx || !hasSettled(parent))
+    if (parent.width < kMinParentPx || parent.height < kMinParentPx || !hasSettled(parent))
         return {};
     if (phase == Phase::Following) {
         // Against the last size that counted, so that many small steps add up.

@@ -1,5 +1,9 @@
-#include "ui/X11Window.h"
+// The window system X11; the only user of Xlib but pugl itself.
+#include "adapter/WindowApi.h"
+#include "ui/NativeWindow.h"
+#include "ui/PuglCompat.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <string_view>
 
@@ -10,6 +14,38 @@
 
 namespace ui {
 namespace {
+
+/// Keeps the editor's own X connection from ending the host's process. [ui]
+///
+/// Xlib's handlers are process-wide and end the process, and they belong to the host; so errors are
+/// stopped before they reach them. A host that destroys the parent window first makes the next
+/// request of the editor fail.
+class X11Window final : public NativeWindow {
+public:
+    X11Window(Display* connection, Id parentWindow);
+
+    [[nodiscard]] bool lost() const override {
+        return connectionLost.load(std::memory_order_relaxed);
+    }
+    [[nodiscard]] bool answers() override;
+    void abandon() override;
+    [[nodiscard]] ParentState parent() const override;
+    [[nodiscard]] SizePx sizeOf(Id window) const override;
+    void resize(Id window, SizePx size) override;
+    void grabKeyboard(Id window) override;
+    void releaseKeyboard() override;
+
+private:
+    static void onUnlock(Display* broken);
+    static int onBroken(Display* broken);
+    static void afterBroken(Display* broken, void* window);
+    void makeHarmless();
+
+    Display* const display;
+    const Id parentId;
+    char* const requestsEnd; ///< of Xlib's buffer for requests
+    std::atomic<bool> connectionLost = false;
+};
 
 using Unlock = void (*)(Display*);
 
@@ -27,13 +63,10 @@ Bool dropReplyError(Display*, xError* error, XExtCodes*, int* gotReply) {
     return True;
 }
 
-} // namespace
-
-X11Window::X11Window(void* xDisplay, Id parentWindow)
-    : display(static_cast<Display*>(xDisplay)), parentId(parentWindow),
-      requestsEnd(display->bufmax) {
-    constexpr int kMostErrorCodes = 255;
-    for (int code = 1; code <= kMostErrorCodes; ++code)
+X11Window::X11Window(Display* connection, Id parentWindow)
+    : display(connection), parentId(parentWindow), requestsEnd(display->bufmax) {
+    constexpr int kMaxErrorCode = 255;
+    for (int code = 1; code <= kMaxErrorCode; ++code)
         XESetWireToError(display, code, dropError);
     if (const XExtCodes* const own = XAddExtension(display); own != nullptr)
         XESetError(display, own->extension, dropReplyError);
@@ -137,6 +170,13 @@ void X11Window::releaseKeyboard() {
     XFlush(display);
 }
 
+} // namespace
+
+std::unique_ptr<NativeWindow> makeNativeWindow(void* connection, NativeWindow::Id parent) {
+    static_assert(std::string_view(editor::kWindowApi) == "x11", "what hosts are offered");
+    return std::make_unique<X11Window>(static_cast<Display*>(connection), parent);
+}
+
 // Xlib appends the user's modifiers to whatever is set: without them it is what the host has set.
 InputMethodScope::InputMethodScope() {
     const char* const now = XSetLocaleModifiers(nullptr);
@@ -151,3 +191,19 @@ InputMethodScope::InputMethodScope() {
 InputMethodScope::~InputMethodScope() { XSetLocaleModifiers(modifiers.c_str()); }
 
 } // namespace ui
+
+#ifndef PUGL_NUM_STRING_HINTS
+
+// This generation's own puglShow raises the window above its siblings.
+PuglStatus puglShow(PuglView* view, PuglShowCommand) {
+    if (puglGetNativeView(view) == 0) {
+        const PuglStatus status = puglRealize(view);
+        if (status != PUGL_SUCCESS)
+            return status;
+    }
+    auto* const display = static_cast<Display*>(puglGetNativeWorld(puglGetWorld(view)));
+    XMapWindow(display, puglGetNativeView(view));
+    return puglPostRedisplay(view);
+}
+
+#endif

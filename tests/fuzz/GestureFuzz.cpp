@@ -4,6 +4,7 @@
 #include "tests/fuzz/Demand.h"
 #include "ui/ControlMap.h"
 #include "ui/PanelTexts.h"
+#include "ui/SpectralBands.h"
 #include "ui/WindowSize.h"
 
 #include <algorithm>
@@ -12,8 +13,9 @@
 namespace {
 
 using fuzz::demand;
-using ui::BandList;
-using ui::Target;
+using shm::BandSet;
+using ui::Hit;
+using ui::Part;
 
 bool isWithin(float value, double low, double high) { // NaN is not
     return value >= static_cast<float>(low) && value <= static_cast<float>(high);
@@ -24,78 +26,78 @@ bool isWithinParam(float value, ParamIndex param) {
     return isWithin(value, spec.min, spec.max);
 }
 
-void checkBands(BandList list, ui::FilterPair filters) {
+void checkBands(BandSet list, const shm::Filters& filters) {
     demand(list.count >= 0 && list.count <= 3, "up to three bands");
     for (int i = 0; i < list.count; ++i) {
-        demand(isWithin(list[i].lo, 20, 20000) && isWithin(list[i].hi, 20, 20000), "on the axis");
-        demand(isWithinParam(list[i].threshold, ThreshLow), "the threshold is in the panel");
+        demand(isWithin(list[i].loHz, 20, 20000) && isWithin(list[i].hiHz, 20, 20000),
+               "on the axis");
+        demand(isWithinParam(list[i].threshDb, ThreshLow), "the threshold is in the panel");
         demand(isWithinParam(list[i].ratio, RatioLow), "the ratio is in the panel");
     }
-    const ui::Crossovers splits = crossoversOf(list);
-    demand(list.count < 2 || isWithinParam(splits.lowHz, FreqLow), "the low split is one");
-    demand(list.count < 3 || isWithinParam(splits.highHz, FreqHigh), "the high split is one");
-    const BandList sent = ui::fromRecords(toRecords(list), list.count);
-    demand(std::equal(list.bands.begin(), list.bands.begin() + list.count, sent.bands.begin()),
-           "the peer gets what is shown");
+    demand(list == list.Usable(), "the peer takes what is shown");
     sortBands(list, filters);
-    float edge = usableFilters(filters).hpHz;
+    float edge = usable(filters).hpHz;
     for (int i = 0; i < list.count; ++i) {
-        demand(list[i].lo == edge && list[i].hi >= edge, "sorted bands ascend without a gap");
-        edge = list[i].hi;
+        demand(list[i].loHz == edge && list[i].hiHz >= edge, "sorted bands ascend without a gap");
+        edge = list[i].hiHz;
     }
-    demand(list.count == 0 || edge == usableFilters(filters).lpHz, "they end at the low-pass");
+    demand(list.count == 0 || edge == usable(filters).lpHz, "they end at the low-pass");
 }
 
 float anyValue(fuzz::Bytes& bytes) {
     return bytes.flip() ? bytes.any<float>() : float(bytes.any<std::uint16_t>()) / 3.0F;
 }
 
-BandList anyBands(fuzz::Bytes& bytes) {
-    ui::BandRecords records;
-    for (TDBand& band : records)
+BandSet anyBands(fuzz::Bytes& bytes) {
+    BandSet list;
+    for (TDBand& band : list.bands)
         for (float* const field : {&band.loHz, &band.hiHz, &band.threshDb, &band.ratio})
             *field = anyValue(bytes);
-    return ui::fromRecords(records, bytes.between(-2, 5));
+    list.count = bytes.between(-2, 5);
+    return list.Usable();
 }
 
 /// A drag or a notch of the wheel.
-void turn(BandList& list, Target target, fuzz::Bytes& bytes) {
-    const ui::ControlRange range = ui::ctrlToParam(target);
+void turn(BandSet& list, const Hit& hit, fuzz::Bytes& bytes) {
+    const ui::ControlRange range = ui::ctrlToParam(hit);
     const float value =
         bytes.flip() ? ui::draggedValue(range, anyValue(bytes), anyValue(bytes), bytes.flip())
                      : ui::wheeledValue(range, anyValue(bytes), bytes.flip());
     demand(isWithin(value, range.min, range.max), "a control stays in its range");
     for (const auto format : {ui::ValueFormat::Whole, ui::ValueFormat::OneDecimal})
         demand(ui::valueText(value, format).back() == '\0', "a value's text has an end");
-    if (const int band = indexIn(Target::LocalThreshold, target); list.has(band))
-        list[band].threshold = value;
-    if (const int band = indexIn(Target::LocalRatio, target); list.has(band))
-        list[band].ratio = value;
+    if (hit.part == Part::Threshold || hit.part == Part::Ratio) {
+        demand(list.has(hit.index), "a handle that is hit has a band");
+        TDBand& band = list[hit.index];
+        (hit.part == Part::Threshold ? band.threshDb : band.ratio) = value;
+    }
 }
 
 /// What the pointer does at a point of a band area.
-void gesture(BandList& list, ui::FilterPair& filters, fuzz::Bytes& bytes) {
+void gesture(BandSet& list, shm::Filters& filters, fuzz::Bytes& bytes) {
     const ui::Point at{float(bytes.between(-10, 970)), float(bytes.between(-10, 610))};
     const ui::HitScene scene{
-        filters, list, filters, list, bytes.flip(), bytes.flip(), bytes.between(0, 15)};
-    const Target target = hitTest(at, scene);
-    const int edge = indexIn(Target::LocalEdge, target), band = indexIn(Target::LocalBand, target);
-    demand(edge < 0 || list.has(edge + 1), "an edge that is hit has two sides");
-    demand(band < 0 || list.has(band), "a band that is hit is there");
+        {filters, list}, {filters, list}, bytes.flip(), bytes.flip(), bytes.between(0, 15)};
+    const ui::Target target = hitTest(at, scene);
+    const Hit hit = hitOf(target);
+    demand(targetOf(hit) == target, "what is hit has a kind, a side and an index");
     const float hz = ui::draggedHz(anyValue(bytes), anyValue(bytes));
     demand(isWithin(hz, 20, 20000), "a drag stays on the axis");
-    if (edge >= 0)
-        bytes.flip() ? moveEdge(list, edge, hz) : mergeBands(list, edge);
-    else if (band >= 0)
-        bytes.flip() ? moveBand(list, band, list[band].lo, list[band].hi, hz)
-                     : toggleBand(list, band);
-    else if (target == Target::LocalHighPass)
-        moveHighPass(list, filters = {hz, filters.lpHz});
-    else if (target == Target::LocalLowPass)
-        moveLowPass(list, filters = {filters.hpHz, hz});
-    else if (target == Target::None)
+    if (hit.part == Part::Edge) {
+        demand(list.has(hit.index + 1), "an edge that is hit has two sides");
+        bytes.flip() ? moveEdge(list, hit.index, hz) : mergeBands(list, hit.index);
+    } else if (hit.part == Part::Body) {
+        demand(list.has(hit.index), "a band that is hit is there");
+        const TDBand band = list[hit.index];
+        bytes.flip() ? moveBand(list, hit.index, band.loHz, band.hiHz, hz)
+                     : toggleBand(list, hit.index);
+    } else if (hit.part == Part::Filter) {
+        filters[hit.index] = hz;
+        (hit.index == 0 ? moveHighPass : moveLowPass)(list, filters);
+    } else if (hit.part == Part::None) {
         bytes.flip() ? splitBand(list, hz) : mergeBands(list, bytes.between(-2, 4));
-    turn(list, target, bytes);
+    }
+    turn(list, hit, bytes);
 }
 
 void dragCorner(fuzz::Bytes& bytes) {
@@ -115,8 +117,8 @@ void dragCorner(fuzz::Bytes& bytes) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Bytes bytes(data, size);
-    BandList list = anyBands(bytes);
-    ui::FilterPair filters;
+    BandSet list = anyBands(bytes);
+    shm::Filters filters;
     for (int steps = 0; !bytes.empty() && steps < 64; ++steps) {
         switch (bytes.below(6)) {
         case 0:

@@ -79,29 +79,29 @@ struct Studio {
         for (const ui::Point at : {ui::Point{148, 264}, ui::Point{148, 289}}) // list, first entry
             session.press({at, at.x, ui::EditorSession::Button::Primary, at.y});
         session.pollAndSyncSHM();
-        demand(session.panel().selectedPeer != 0, "they are paired");
+        demand(session.panel().view.peerId != 0, "they are paired");
     }
 };
 
-void checkBands(const ui::BandList& list) {
+void checkBands(const shm::BandSet& list) {
     demand(list.count >= 0 && list.count <= 3, "up to three bands");
     for (int i = 0; i < list.count; ++i) {
-        const ui::SpectralBand& band = list[i]; // NaN fails all of it
-        demand(band.lo >= 20 && band.lo <= 20000 && band.hi >= 20 && band.hi <= 20000,
+        const TDBand& band = list[i]; // NaN fails all of it
+        demand(band.loHz >= 20 && band.loHz <= 20000 && band.hiHz >= 20 && band.hiHz <= 20000,
                "edges lie on the axis");
-        demand(band.ratio >= 1 && band.ratio <= 20 && band.threshold >= -60 && band.threshold <= 0,
+        demand(band.ratio >= 1 && band.ratio <= 20 && band.threshDb >= -60 && band.threshDb <= 0,
                "handles lie in the panel");
     }
 }
 
 void checkPanel(const ui::Panel& panel) {
-    checkBands(panel.localBands);
-    checkBands(panel.remoteBands);
+    checkBands(panel.view.own.bands);
+    checkBands(panel.view.peer.bands);
     for (const auto& levels : {panel.localLevels, panel.remoteLevels})
         for (const float level : levels)
             demand(std::isfinite(level), "levels are numbers");
-    demand(panel.instances.size() < 16, "at most fifteen others");
-    for (const auto& entry : panel.instances)
+    demand(panel.view.instances.size() < 16, "at most fifteen others");
+    for (const auto& entry : panel.view.instances)
         demand(std::find(std::begin(entry.name), std::end(entry.name), '\0') !=
                    std::end(entry.name),
                "names have an end");

@@ -21,9 +21,10 @@ TEST(ControlMap, GesturesMoveValues) {
     };
     // clang-format on
     for (const auto& [what, target, param, atPress, up, dragged, wheeled] : cases) {
-        const ui::ControlRange range = ctrlToParam(target);
+        const ui::Hit hit = hitOf(target);
+        const ui::ControlRange range = ctrlToParam(hit);
         const float value = draggedValue(range, atPress, up, up <= 1.5F);
-        EXPECT_TRUE(range.param == param && wheelActsOn(target) == (param >= 0)) << what;
+        EXPECT_TRUE(range.param == param && wheelActsOn(hit) == (param >= 0)) << what;
         EXPECT_NEAR(value, dragged, 1e-4) << what;
         EXPECT_FALSE(value == 0 && std::signbit(value)) << what;
         EXPECT_NEAR(wheeledValue(range, atPress, true), wheeled, 1e-3) << what;

@@ -11,9 +11,9 @@ using ui::Target;
 // They end at 10 kHz: 8 + 314.67 · log10(500) = 857.28. Thresholds lie 70 units below the top.
 TEST(HitTest, FindsTheFirstOfTheFixedOrder) {
     // clang-format off
-    ui::BandList bands = {
-        .bands = {{{.hi = 200}, {.lo = 200, .hi = 2000}, {.lo = 2000, .hi = 10000}}}, .count = 3};
-    const ui::BandList none;
+    shm::BandSet bands = {
+        .bands = {{{.hiHz = 200}, {.loHz = 200, .hiHz = 2000}, {.loHz = 2000, .hiHz = 10000}}}, .count = 3};
+    const shm::BandSet none;
     const std::tuple<const char*, ui::Point, Target> cases[] = { // linked, list open
         {"above the knobs' panel", {928, 568}, ResizeCorner}, {"name", {286, 8}, Name},
         {"26 units away", {58, 564}, LocalAttack}, {"more", {57.8F, 564}, None},
@@ -32,18 +32,18 @@ TEST(HitTest, FindsTheFirstOfTheFixedOrder) {
         {36.1F, LocalRatio}, {35.9F, LocalThreshold}, {30.1F, LocalThreshold}, {29.9F, LocalBand}};
     // clang-format on
     for (const auto& [what, p, target] : cases) {
-        const auto hit = [&, at = p](const ui::BandList& remote, bool linked, bool open) {
-            return hitTest(at, {{20, 1e6F}, bands, {20, 10000}, remote, linked, open, 2});
+        const auto hit = [&, at = p](const shm::BandSet& remote, bool linked, bool open) {
+            return hitTest(at, {{{20, 1e6F}, bands}, {{20, 10000}, remote}, linked, open, 2});
         };
         EXPECT_EQ(hit(bands, true, true), target) << what << ' ' << p.x;
         if (p.y <= 275 || p.y >= 490)
             continue;
         EXPECT_EQ(hit(bands, false, false), None) << "not linked";
         EXPECT_EQ(hit(none, true, false), None) << "without bands";
-        EXPECT_LT(indexIn(Entry, hit(bands, true, false)), 0) << "list closed";
+        EXPECT_NE(hitOf(hit(bands, true, false)).part, ui::Part::Entry) << "list closed";
     }
     for (const auto& [units, target] : widths) {
-        bands = {.bands = {{{.hi = ui::hzAt(8 + units)}}}, .count = 1};
+        bands = {.bands = {{{.hiHz = ui::hzAt(8 + units)}}}, .count = 1};
         EXPECT_EQ(hitTestBandArea({28, 104}, ui::Side::Local, bands), target) << units;
     }
 }

@@ -25,7 +25,7 @@ TEST(PanelTexts, ReadSo) {
         {ui::dropdownText({}, 9), "— add TD on another track —"}};
     for (const auto& [shown, expected] : texts)
         EXPECT_EQ(shown, expected);
-    EXPECT_EQ(ui::tooltipOf(ui::Target::Entry), nullptr);
+    EXPECT_EQ(ui::tooltipOf(hitOf(ui::Target::Entry)), nullptr);
 }
 
 TEST(NameEdit, TakesPrintableAsciiUpToSixtyBytes) {

@@ -20,9 +20,9 @@ void setName(std::span<char> field, std::string_view name) {
 void addInstances(Scene& scene, std::initializer_list<const char*> names) {
     for (const char* name : names) {
         ui::RemoteInstanceInfo entry;
-        entry.id = 100 + scene.panel.instances.size();
+        entry.id = 100 + scene.panel.view.instances.size();
         setName(entry.name, name);
-        scene.panel.instances.push_back(entry);
+        scene.panel.view.instances.push_back(entry);
     }
 }
 
@@ -31,26 +31,26 @@ void hover(Scene& scene, Target target, Point pointer) {
     scene.panel.pointer = pointer;
 }
 
-ui::BandList oneBand() { return {{}, 1}; }
+shm::BandSet oneBand() { return {{}, 1}; }
 
-ui::BandList threeBands() {
-    return {{{{20.0F, 250.0F, true, 2.0F, -30.0F},
-              {250.0F, 2500.0F, true, 6.0F, -24.0F},
-              {2500.0F, 20000.0F, true, 4.0F, -36.0F}}},
+shm::BandSet threeBands() {
+    return {{{{20.0F, 250.0F, -30.0F, 2.0F},
+              {250.0F, 2500.0F, -24.0F, 6.0F},
+              {2500.0F, 20000.0F, -36.0F, 4.0F}}},
             3};
 }
 
 /// Open registry, nobody else there.
 void alone(Scene& scene) {
-    scene.state.registryOpen = true;
-    scene.panel.localBands = oneBand();
+    scene.panel.view.registryOpen = true;
+    scene.panel.view.own.bands = oneBand();
     scene.panel.localLevels = padLevels();
-    setName(scene.panel.instanceName, "Pad");
+    setName(scene.panel.view.name, "Pad");
 }
 
 void closedRegistry(Scene& scene) {
     alone(scene);
-    scene.state.registryOpen = false;
+    scene.panel.view.registryOpen = false;
 }
 
 void unpaired(Scene& scene) {
@@ -60,38 +60,37 @@ void unpaired(Scene& scene) {
 
 void paired(Scene& scene) {
     unpaired(scene);
-    scene.state.paired = true;
-    scene.panel.selectedPeer = scene.panel.instances.front().id;
-    scene.panel.remoteBands = oneBand();
+    scene.panel.view.peerId = scene.panel.view.instances.front().id;
+    scene.panel.view.peer.bands = oneBand();
     scene.panel.remoteLevels = voiceLevels();
-    scene.state.peerDuck = false;
-    scene.state.reductionDb = {-6.3F, -6.3F, -6.3F};
+    scene.panel.view.peerDuck = false;
+    scene.meters.reductionDb = {-6.3F, -6.3F, -6.3F};
 }
 
 void threeAndThree(Scene& scene) {
     paired(scene);
-    scene.state.filters = {45.0F, 16000.0F};
-    scene.panel.localBands = threeBands();
-    scene.panel.localBands[0].lo = 45.0F;
-    scene.panel.localBands[2].hi = 16000.0F;
-    scene.panel.remoteBands = threeBands();
-    scene.panel.remoteBands[1].enabled = false;
-    scene.panel.remoteFilters = {20.0F, 20000.0F};
-    scene.state.reductionDb = {-2.1F, -11.4F, -4.8F};
-    scene.panel.remoteReductionDb = {-0.4F, -9.0F, -1.2F};
-    scene.state.controls = {4.5F, 240.0F, 2.5F};
-    scene.state.peerControls = {0.1F, 2000.0F, -12.0F};
+    scene.panel.view.own.filters = {45.0F, 16000.0F};
+    scene.panel.view.own.bands = threeBands();
+    scene.panel.view.own.bands[0].loHz = 45.0F;
+    scene.panel.view.own.bands[2].hiHz = 16000.0F;
+    scene.panel.view.peer.bands = threeBands();
+    scene.panel.view.peer.bands[1].enabled = false;
+    scene.panel.view.peer.filters = {20.0F, 20000.0F};
+    scene.meters.reductionDb = {-2.1F, -11.4F, -4.8F};
+    scene.panel.view.peerReductionDb = {-0.4F, -9.0F, -1.2F};
+    scene.panel.view.own.controls = {4.5F, 240.0F, 2.5F};
+    scene.panel.view.peer.controls = {0.1F, 2000.0F, -12.0F};
 }
 
 void disabledBand(Scene& scene) {
     threeAndThree(scene);
-    scene.panel.localBands[1].enabled = false;
+    scene.panel.view.own.bands[1].enabled = false;
 }
 
 void bypassed(Scene& scene) {
     threeAndThree(scene);
-    scene.state.ownBypass = scene.state.peerBypass = true;
-    scene.state.reductionDb = {};
+    scene.panel.view.ownBypass = scene.panel.view.peerBypass = true;
+    scene.meters.reductionDb = {};
 }
 
 void renaming(Scene& scene) {
@@ -109,10 +108,9 @@ void longNames(Scene& scene) {
     constexpr const char* kLong =
         "A wonderfully long name, wider than any field that shows it, äöü";
     addInstances(scene, {kLong, "Ümlaut — ▲ • «guillemets»"});
-    scene.panel.selectedPeer = 100;
-    scene.state.paired = true;
-    scene.panel.remoteBands = oneBand();
-    setName(scene.panel.instanceName, kLong);
+    scene.panel.view.peerId = 100;
+    scene.panel.view.peer.bands = oneBand();
+    setName(scene.panel.view.name, kLong);
     scene.panel.dropdownOpen = true;
 }
 
@@ -142,7 +140,7 @@ void dragThreshold(Scene& scene) {
 
 void dragRatio(Scene& scene) {
     threeAndThree(scene);
-    scene.panel.localBands[2].ratio = 20.0F;
+    scene.panel.view.own.bands[2].ratio = 20.0F;
     scene.panel.dragging = Target::LocalRatio + 2;
 }
 
@@ -154,31 +152,31 @@ void dragEdge(Scene& scene) {
 void hotFilters(Scene& scene) {
     threeAndThree(scene);
     scene.panel.dragging = Target::LocalLowPass;
-    scene.panel.remoteFilters = {120.0F, 9500.0F};
+    scene.panel.view.peer.filters = {120.0F, 9500.0F};
 }
 
 /// Narrow bands, filters close together, thresholds at both ends.
 void crowded(Scene& scene) {
     threeAndThree(scene);
-    scene.state.filters = {1000.0F, 20000.0F};
-    scene.panel.localBands = {{{{1000.0F, 1230.0F, true, 20.0F, 0.0F},
-                                {1230.0F, 1600.0F, true, 20.0F, -60.0F},
-                                {1600.0F, 20000.0F, true, 1.0F, -60.0F}}},
-                              3};
-    scene.state.reductionDb = {-24.0F, -18.8F, -40.0F};
-    scene.panel.remoteFilters = {900.0F, 1100.0F};
-    scene.panel.remoteBands = {{{{900.0F, 910.0F, true, 20.0F, 0.0F},
-                                 {910.0F, 920.0F, true, 20.0F, 0.0F},
-                                 {920.0F, 1100.0F, true, 20.0F, 0.0F}}},
-                               3};
-    scene.panel.remoteReductionDb = {-24.0F, -24.0F, -3.0F};
+    scene.panel.view.own.filters = {1000.0F, 20000.0F};
+    scene.panel.view.own.bands = {{{{1000.0F, 1230.0F, 0.0F, 20.0F},
+                                    {1230.0F, 1600.0F, -60.0F, 20.0F},
+                                    {1600.0F, 20000.0F, -60.0F, 1.0F}}},
+                                  3};
+    scene.meters.reductionDb = {-24.0F, -18.8F, -40.0F};
+    scene.panel.view.peer.filters = {900.0F, 1100.0F};
+    scene.panel.view.peer.bands = {{{{900.0F, 910.0F, 0.0F, 20.0F},
+                                     {910.0F, 920.0F, 0.0F, 20.0F},
+                                     {920.0F, 1100.0F, 0.0F, 20.0F}}},
+                                   3};
+    scene.panel.view.peerReductionDb = {-24.0F, -24.0F, -3.0F};
 }
 
 void loud(Scene& scene) {
     threeAndThree(scene);
     scene.panel.localLevels = flatLevels(0.0F);
     scene.panel.remoteLevels = flatLevels(-40.0F);
-    scene.state.reductionDb = {-24.0F, -24.0F, -24.0F};
+    scene.meters.reductionDb = {-24.0F, -24.0F, -24.0F};
 }
 
 struct Hover {

@@ -9,8 +9,8 @@ namespace shots {
 
 /// All that a frame is drawn from.
 struct Scene {
-    ui::DrawState state;
     ui::Panel panel;
+    ui::Meters meters;
 };
 
 struct Situation {

@@ -37,9 +37,15 @@ std::vector<Situation> chosen(const std::vector<std::string>& names) {
     return result;
 }
 
+ui::DrawState stateOf(const Scene& scene) {
+    ui::DrawState state;
+    fillDrawState(state, nullptr, scene.panel.view, scene.meters);
+    return state;
+}
+
 void drawScene(ui::Graphics& graphics, const Scene& scene, Size size) {
     graphics.beginFrame(size.width, size.height);
-    ui::drawUI(graphics.tools(), scene.state, scene.panel);
+    ui::drawUI(graphics.tools(), stateOf(scene), scene.panel);
     graphics.endFrame();
 }
 
@@ -78,6 +84,7 @@ double median(std::vector<double> values) {
 /// Prints the medians of building the paths and of submitting and finishing them.
 void timeFrames(ui::Graphics& graphics, const Situation& situation, Size size, int frames) {
     const Scene scene = sceneOf(situation);
+    const ui::DrawState state = stateOf(scene);
     for (int i = 0; i < 3; ++i) // caches fill
         drawScene(graphics, scene, size);
     glFinish();
@@ -85,7 +92,7 @@ void timeFrames(ui::Graphics& graphics, const Situation& situation, Size size, i
     for (int i = 0; i < frames; ++i) {
         graphics.beginFrame(size.width, size.height);
         const auto start = std::chrono::steady_clock::now();
-        ui::drawUI(graphics.tools(), scene.state, scene.panel);
+        ui::drawUI(graphics.tools(), state, scene.panel);
         building.push_back(msSince(start));
         const auto built = std::chrono::steady_clock::now();
         graphics.endFrame();
