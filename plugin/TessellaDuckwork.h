@@ -68,8 +68,8 @@ public:
     [[nodiscard]] double ParamValue(int index) const override { return own.Value(index); }
     void SetParam(int index, double value) override;
     void BeginEditing() override;
-    bool FollowRegistry(std::span<const float, shm::kDisplayBinCount> displayDb,
-                        EditorView& view) override;
+    bool FollowRegistry(std::span<const float, shm::kDisplayBinCount> displayDb, EditorView& view,
+                        PeerSpectrum& peerSpectrum) override;
     void EditOwn(const shm::SettingsEdit& edit) override { own.Edit(edit); }
     void EditPeer(const shm::SettingsEdit& edit) override;
     void PairWith(const TDInstanceInfo& chosen) override;

@@ -17,10 +17,10 @@ void TessellaDuckwork::BeginEditing() {
 }
 
 bool TessellaDuckwork::FollowRegistry(std::span<const float, shm::kDisplayBinCount> displayDb,
-                                      EditorView& view) {
+                                      EditorView& view, PeerSpectrum& peerSpectrum) {
     constexpr int kFramesBetweenCleanups = 60;
     static constexpr std::array<float, 3> kNoState{};
-    view.peerSpectrumRead = false;
+    peerSpectrum.read = false;
     bool followed = false;
     {
         const AudioGate::Closed closed = own.CloseGate();
@@ -38,7 +38,7 @@ bool TessellaDuckwork::FollowRegistry(std::span<const float, shm::kDisplayBinCou
             }
             view.peer = peer.Read(visit);
             visit.ReadRemoteGR(view.peerReductionDb.data());
-            view.peerSpectrumRead = visit.ReadRemoteAudioBins(view.peerSpectrum);
+            peerSpectrum.read = visit.ReadRemoteAudioBins(peerSpectrum.magnitudes);
             visit.GetActiveInstances(view.instances);
             view.ownBypass = visit.ReadMyBypass();
             view.peerBypass = visit.ReadBypassOf(shm.RemoteId());
