@@ -1,6 +1,7 @@
 #include "plugin/TessellaDuckwork.h"
 
 #include "adapter/EditorSize.h"
+#include "plugin/Config.h"
 #include "shm/Patience.h"
 
 #include <algorithm>
@@ -29,8 +30,7 @@ TessellaDuckwork* MakePlug(const iplug::InstanceInfo& info) {
     return new TessellaDuckwork(info);
 }
 
-TessellaDuckwork::TessellaDuckwork(const iplug::InstanceInfo& info)
-    : IPlugCLAP(info, iplug::Config{}) {
+TessellaDuckwork::TessellaDuckwork(const iplug::InstanceInfo& info) : IPlugCLAP(info, kConfig) {
     for (const iplug::ParamSpec& row : kParamTable)
         AddParam(row);
     for (int index = 0; index < kNumParams; ++index)

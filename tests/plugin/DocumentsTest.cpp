@@ -1,6 +1,6 @@
 // What the documents state as numbers is what the code does: layouts, ranges, limits.
 #include "dsp/SpectralProcessor.h"
-#include "adapter/Config.h"
+#include "plugin/Config.h"
 #include "plugin/StateChunk.h"
 #include "shm/SegmentLayout.h"
 
@@ -133,7 +133,7 @@ TEST(Documents, GiveTheDelays) {
         EXPECT_EQ(processor->reset(other), size) << other;
         expected.push_back(
             {cells({std::to_string(rate) + ", " + std::to_string(other), std::to_string(size),
-                    std::to_string(2 * size), std::to_string(iplug::Config{}.latencySamples)})});
+                    std::to_string(2 * size), std::to_string(kConfig.latencySamples)})});
     }
     expectRows("manual.md", "| Sample rate, Hz |", expected);
 }
