@@ -1,12 +1,12 @@
 /// The plug-in instance.
 #pragma once
 
+#include "adapter/IPlugCLAP.h"
 #include "dsp/Relaxed.h"
 #include "dsp/SampleStream.h"
 #include "dsp/SpectralAnalyzer.h"
 #include "dsp/SpectralProcessor.h"
 #include "plugin/AudioGate.h"
-#include "adapter/IPlugCLAP.h"
 #include "plugin/Parameters.h"
 #include "plugin/ShadowPeer.h"
 #include "plugin/StateChunk.h"
@@ -159,6 +159,7 @@ public:
     bool activate(double sampleRate, std::uint32_t minFrames,
                   std::uint32_t maxFrames) noexcept override;
     void OnReset() override;
+    clap_process_status process(const clap_process_t* block) noexcept override;
     void ProcessBlock(const double* const* inputs, double* const* outputs, int nFrames) override;
 
 private:

@@ -2,6 +2,7 @@
 
 #include "dsp/BandLevels.h"
 #include "dsp/Bands.h"
+#include "dsp/DenormalGuard.h"
 #include "dsp/Smoothing.h"
 
 #include <algorithm>
@@ -14,6 +15,11 @@ struct TessellaDuckwork::BlockInput {
     bool complete = false; ///< false: closed, or busy and only flags and counters were read
     [[nodiscard]] bool PeerValid() const { return complete && cycle.audioValid; }
 };
+
+clap_process_status TessellaDuckwork::process(const clap_process_t* block) noexcept {
+    const dsp::DenormalGuard noDenormals; // also while the host's floats are converted
+    return IPlugCLAP::process(block);
+}
 
 void TessellaDuckwork::ProcessBlock(const double* const* inputs, double* const* outputs,
                                     int nFrames) {
@@ -109,7 +115,7 @@ void TessellaDuckwork::SetFromRegistry(int index, double value, bool real) {
     const std::uint32_t bit = 1U << index;
     const bool hostIsBehind = param.Value() != before || (standIns & bit) != 0;
     if (hostIsBehind && real)
-        InformHostWithinBlock(index);
+        InformHostOfValues(bit);
     if (hostIsBehind && !real)
         standIns |= bit;
     else

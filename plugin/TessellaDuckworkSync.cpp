@@ -95,8 +95,7 @@ void TessellaDuckwork::OnActivate(bool becomesActive) {
     const AudioGate::Closed closed(applyGate);
     WithRegistry([this] {
         if (FlushControls())
-            for (const int index : {Attack, Release, Makeup})
-                InformHostWithinBlock(index);
+            InformHostOfValues(1U << Attack | 1U << Release | 1U << Makeup);
     });
 }
 
