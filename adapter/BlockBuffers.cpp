@@ -1,14 +1,12 @@
 #include "adapter/BlockBuffers.h"
 
-#include "dsp/Kernels.h"
-
 #include <algorithm>
 
 namespace iplug {
 namespace {
 
 /// A host may announce any maximum; longer blocks than this are worth no more scratch memory.
-constexpr std::uint32_t kMostFrames = 65536;
+constexpr std::uint32_t kMaxFrames = 65536;
 
 const clap_audio_buffer_t* mainPort(const clap_audio_buffer_t* ports, std::uint32_t count) {
     return count > 0 ? ports : nullptr;
@@ -26,7 +24,7 @@ Sample* channelOf(const clap_audio_buffer_t* port, Sample* const* data, int chan
 } // namespace
 
 void BlockBuffers::Prepare(std::uint32_t maxFrames) {
-    capacity = std::clamp<std::uint32_t>(maxFrames, 1, kMostFrames);
+    capacity = std::clamp<std::uint32_t>(maxFrames, 1, kMaxFrames);
     scratch.assign(std::size_t{2} * kChannels * capacity, 0.0);
 }
 
@@ -53,7 +51,7 @@ void BlockBuffers::AttachInput(int channel, const clap_audio_buffer_t* port,
     double* const line = Scratch(channel);
     inputs[std::size_t(channel)] = samples != nullptr ? samples : line;
     if (samples == nullptr && floats != nullptr)
-        dsp::usableKernels().front()->toDouble(floats, line, static_cast<int>(frames));
+        std::copy_n(floats, frames, line);
     else if (samples == nullptr)
         std::fill_n(line, frames, 0.0);
 }
@@ -71,8 +69,8 @@ void BlockBuffers::AttachOutput(int channel, const clap_audio_buffer_t* port,
 void BlockBuffers::Deliver() noexcept {
     for (std::size_t channel = 0; channel < kChannels; ++channel)
         if (floatOutputs[channel] != nullptr)
-            dsp::usableKernels().front()->narrow(outputs[channel], floatOutputs[channel],
-                                                 static_cast<int>(frames));
+            std::transform(outputs[channel], outputs[channel] + frames, floatOutputs[channel],
+                           [](double sample) { return static_cast<float>(sample); });
 }
 
 } // namespace iplug

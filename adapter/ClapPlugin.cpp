@@ -10,6 +10,14 @@ struct ClapPlugin::Routes {
         return *static_cast<ClapPlugin*>(plugin->plugin_data);
     }
 
+    /// The C function of an operation. Its signature is that of the place in a table it is put in.
+    template <auto kOperation, class Result, class... Arguments>
+    static Result route(const clap_plugin_t* p, Arguments... arguments) noexcept {
+        return (of(p).*kOperation)(arguments...);
+    }
+
+    // What is more than forwarding
+
     static bool init(const clap_plugin_t* p) noexcept {
         of(p).queryHostExtensions();
         return of(p).init();
@@ -42,79 +50,9 @@ struct ClapPlugin::Routes {
         of(p).stopProcessing();
         of(p).processing.store(false, std::memory_order_relaxed);
     }
-    static void reset(const clap_plugin_t* p) noexcept { of(p).reset(); }
-    static clap_process_status process(const clap_plugin_t* p,
-                                       const clap_process_t* block) noexcept {
-        return of(p).process(block);
-    }
     static void onMainThread(const clap_plugin_t* p) noexcept {
         of(p).runQueuedCallbacks();
         of(p).onMainThread();
-    }
-
-    static std::uint32_t audioPortsCount(const clap_plugin_t* p, bool isInput) noexcept {
-        return of(p).audioPortsCount(isInput);
-    }
-    static bool audioPortsInfo(const clap_plugin_t* p, std::uint32_t index, bool isInput,
-                               clap_audio_port_info_t* info) noexcept {
-        return of(p).audioPortsInfo(index, isInput, info);
-    }
-    static std::uint32_t audioPortsConfigCount(const clap_plugin_t* p) noexcept {
-        return of(p).audioPortsConfigCount();
-    }
-    static bool audioPortsGetConfig(const clap_plugin_t* p, std::uint32_t index,
-                                    clap_audio_ports_config_t* config) noexcept {
-        return of(p).audioPortsGetConfig(index, config);
-    }
-    static bool audioPortsSetConfig(const clap_plugin_t* p, clap_id configId) noexcept {
-        return of(p).audioPortsSetConfig(configId);
-    }
-
-    static std::uint32_t latencyGet(const clap_plugin_t* p) noexcept { return of(p).latencyGet(); }
-    static std::uint32_t tailGet(const clap_plugin_t* p) noexcept { return of(p).tailGet(); }
-    static bool renderHasHardRealtimeRequirement(const clap_plugin_t* p) noexcept {
-        return of(p).renderHasHardRealtimeRequirement();
-    }
-    static bool renderSetMode(const clap_plugin_t* p, clap_plugin_render_mode mode) noexcept {
-        return of(p).renderSetMode(mode);
-    }
-
-    static bool stateSave(const clap_plugin_t* p, const clap_ostream_t* stream) noexcept {
-        return of(p).stateSave(stream);
-    }
-    static bool stateLoad(const clap_plugin_t* p, const clap_istream_t* stream) noexcept {
-        return of(p).stateLoad(stream);
-    }
-
-    static std::uint32_t paramsCount(const clap_plugin_t* p) noexcept {
-        return of(p).paramsCount();
-    }
-    static bool paramsInfo(const clap_plugin_t* p, std::uint32_t index,
-                           clap_param_info_t* info) noexcept {
-        return of(p).paramsInfo(index, info);
-    }
-    static bool paramsValue(const clap_plugin_t* p, clap_id id, double* value) noexcept {
-        return of(p).paramsValue(id, value);
-    }
-    static bool paramsValueToText(const clap_plugin_t* p, clap_id id, double value, char* display,
-                                  std::uint32_t size) noexcept {
-        return of(p).paramsValueToText(id, value, display, size);
-    }
-    static bool paramsTextToValue(const clap_plugin_t* p, clap_id id, const char* display,
-                                  double* value) noexcept {
-        return of(p).paramsTextToValue(id, display, value);
-    }
-    static void paramsFlush(const clap_plugin_t* p, const clap_input_events_t* in,
-                            const clap_output_events_t* out) noexcept {
-        of(p).paramsFlush(in, out);
-    }
-
-    static bool guiIsApiSupported(const clap_plugin_t* p, const char* api, bool floating) noexcept {
-        return of(p).guiIsApiSupported(api, floating);
-    }
-    static bool guiGetPreferredApi(const clap_plugin_t* p, const char** api,
-                                   bool* floating) noexcept {
-        return of(p).guiGetPreferredApi(api, floating);
     }
     static bool guiCreate(const clap_plugin_t* p, const char* api, bool floating) noexcept {
         of(p).guiCreated = of(p).guiCreate(api, floating);
@@ -124,54 +62,43 @@ struct ClapPlugin::Routes {
         if (std::exchange(of(p).guiCreated, false))
             of(p).guiDestroy();
     }
-    static bool guiSetScale(const clap_plugin_t* p, double scale) noexcept {
-        return of(p).guiSetScale(scale);
-    }
-    static bool guiGetSize(const clap_plugin_t* p, std::uint32_t* width,
-                           std::uint32_t* height) noexcept {
-        return of(p).guiGetSize(width, height);
-    }
-    static bool guiCanResize(const clap_plugin_t* p) noexcept { return of(p).guiCanResize(); }
-    static bool guiGetResizeHints(const clap_plugin_t* p, clap_gui_resize_hints_t* hints) noexcept {
-        return of(p).guiGetResizeHints(hints);
-    }
-    static bool guiAdjustSize(const clap_plugin_t* p, std::uint32_t* width,
-                              std::uint32_t* height) noexcept {
-        return of(p).guiAdjustSize(width, height);
-    }
-    static bool guiSetSize(const clap_plugin_t* p, std::uint32_t width,
-                           std::uint32_t height) noexcept {
-        return of(p).guiSetSize(width, height);
-    }
-    static bool guiSetParent(const clap_plugin_t* p, const clap_window_t* window) noexcept {
-        return of(p).guiSetParent(window);
-    }
-    // Only windows of their own have a main window above them or a title.
-    static bool guiSetTransient(const clap_plugin_t*, const clap_window_t*) noexcept {
-        return false;
-    }
-    static void guiSuggestTitle(const clap_plugin_t*, const char*) noexcept {}
-    static bool guiShow(const clap_plugin_t* p) noexcept { return of(p).guiShow(); }
-    static bool guiHide(const clap_plugin_t* p) noexcept { return of(p).guiHide(); }
 
     static const void* getExtension(const clap_plugin_t* p, const char* id) noexcept;
 };
 
 const void* ClapPlugin::Routes::getExtension(const clap_plugin_t* /*p*/, const char* id) noexcept {
-    static constexpr clap_plugin_audio_ports_t audioPorts = {audioPortsCount, audioPortsInfo};
+    using Plugin = ClapPlugin;
+    static constexpr clap_plugin_audio_ports_t audioPorts = {route<&Plugin::audioPortsCount>,
+                                                             route<&Plugin::audioPortsInfo>};
     static constexpr clap_plugin_audio_ports_config_t audioPortsConfig = {
-        audioPortsConfigCount, audioPortsGetConfig, audioPortsSetConfig};
-    static constexpr clap_plugin_latency_t latency = {latencyGet};
-    static constexpr clap_plugin_tail_t tail = {tailGet};
-    static constexpr clap_plugin_render_t render = {renderHasHardRealtimeRequirement,
-                                                    renderSetMode};
-    static constexpr clap_plugin_state_t state = {stateSave, stateLoad};
+        route<&Plugin::audioPortsConfigCount>, route<&Plugin::audioPortsGetConfig>,
+        route<&Plugin::audioPortsSetConfig>};
+    static constexpr clap_plugin_latency_t latency = {route<&Plugin::latencyGet>};
+    static constexpr clap_plugin_tail_t tail = {route<&Plugin::tailGet>};
+    static constexpr clap_plugin_render_t render = {
+        route<&Plugin::renderHasHardRealtimeRequirement>, route<&Plugin::renderSetMode>};
+    static constexpr clap_plugin_state_t state = {route<&Plugin::stateSave>,
+                                                  route<&Plugin::stateLoad>};
     static constexpr clap_plugin_params_t params = {
-        paramsCount, paramsInfo, paramsValue, paramsValueToText, paramsTextToValue, paramsFlush};
-    static constexpr clap_plugin_gui_t gui = {
-        guiIsApiSupported, guiGetPreferredApi, guiCreate,         guiDestroy,    guiSetScale,
-        guiGetSize,        guiCanResize,       guiGetResizeHints, guiAdjustSize, guiSetSize,
-        guiSetParent,      guiSetTransient,    guiSuggestTitle,   guiShow,       guiHide};
+        route<&Plugin::paramsCount>,       route<&Plugin::paramsInfo>,
+        route<&Plugin::paramsValue>,       route<&Plugin::paramsValueToText>,
+        route<&Plugin::paramsTextToValue>, route<&Plugin::paramsFlush>};
+    static constexpr clap_plugin_gui_t gui = {.is_api_supported = route<&Plugin::guiIsApiSupported>,
+                                              .get_preferred_api =
+                                                  route<&Plugin::guiGetPreferredApi>,
+                                              .create = guiCreate,
+                                              .destroy = guiDestroy,
+                                              .set_scale = route<&Plugin::guiSetScale>,
+                                              .get_size = route<&Plugin::guiGetSize>,
+                                              .can_resize = route<&Plugin::guiCanResize>,
+                                              .get_resize_hints = route<&Plugin::guiGetResizeHints>,
+                                              .adjust_size = route<&Plugin::guiAdjustSize>,
+                                              .set_size = route<&Plugin::guiSetSize>,
+                                              .set_parent = route<&Plugin::guiSetParent>,
+                                              .set_transient = route<&Plugin::guiSetTransient>,
+                                              .suggest_title = route<&Plugin::guiSuggestTitle>,
+                                              .show = route<&Plugin::guiShow>,
+                                              .hide = route<&Plugin::guiHide>};
 
     static constexpr std::pair<const char*, const void*> tables[] = {
         {CLAP_EXT_AUDIO_PORTS, &audioPorts}, {CLAP_EXT_AUDIO_PORTS_CONFIG, &audioPortsConfig},
@@ -198,8 +125,8 @@ ClapPlugin::ClapPlugin(const clap_plugin_descriptor_t& factoryDescriptor,
                                    .deactivate = Routes::deactivate,
                                    .start_processing = Routes::startProcessing,
                                    .stop_processing = Routes::stopProcessing,
-                                   .reset = Routes::reset,
-                                   .process = Routes::process,
+                                   .reset = Routes::route<&ClapPlugin::reset>,
+                                   .process = Routes::route<&ClapPlugin::process>,
                                    .get_extension = Routes::getExtension,
                                    .on_main_thread = Routes::onMainThread} {}
 
@@ -214,48 +141,54 @@ void ClapPlugin::queryHostExtensions() noexcept {
     query(tail, CLAP_EXT_TAIL);
     query(params, CLAP_EXT_PARAMS);
     query(gui, CLAP_EXT_GUI);
+    query(state, CLAP_EXT_STATE);
+}
+
+/// True when the table is there with all these functions; logs `partial`, null for nothing, when
+/// it is there without.
+template <class Table, class... Functions>
+bool ClapPlugin::isComplete(const Table* table, const char* partial,
+                            Functions Table::*... functions) const noexcept {
+    if (table == nullptr)
+        return false;
+    const bool complete = ((table->*functions != nullptr) && ...);
+    if (!complete && partial != nullptr)
+        log(CLAP_LOG_HOST_MISBEHAVING, partial);
+    return complete;
 }
 
 bool ClapPlugin::canUseThreadCheck() const noexcept {
-    return threadCheck != nullptr && threadCheck->is_main_thread != nullptr &&
-           threadCheck->is_audio_thread != nullptr;
+    using Table = clap_host_thread_check_t;
+    return isComplete(threadCheck, nullptr, &Table::is_main_thread, &Table::is_audio_thread);
 }
 
 bool ClapPlugin::canUseTail() const noexcept {
-    if (tail == nullptr)
-        return false;
-    const bool complete = tail->changed != nullptr;
-    if (!complete)
-        log(CLAP_LOG_HOST_MISBEHAVING, "clap_host_tail is partially implemented");
-    return complete;
+    return isComplete(tail, "clap_host_tail is partially implemented", &clap_host_tail_t::changed);
 }
 
 bool ClapPlugin::canUseParams() const noexcept {
-    if (params == nullptr)
-        return false;
-    const bool complete =
-        params->rescan != nullptr && params->clear != nullptr && params->request_flush != nullptr;
-    if (!complete)
-        log(CLAP_LOG_HOST_MISBEHAVING, "clap_host_params is partially implemented");
-    return complete;
+    using Table = clap_host_params_t;
+    return isComplete(params, "clap_host_params is partially implemented", &Table::rescan,
+                      &Table::clear, &Table::request_flush);
 }
 
 bool ClapPlugin::canUseGui() const noexcept {
-    if (gui == nullptr)
-        return false;
-    const bool complete = gui->resize_hints_changed != nullptr && gui->request_resize != nullptr &&
-                          gui->request_show != nullptr && gui->request_hide != nullptr &&
-                          gui->closed != nullptr;
-    if (!complete)
-        log(CLAP_LOG_HOST_MISBEHAVING, "clap_host_gui is partially implemented");
-    return complete;
+    using Table = clap_host_gui_t;
+    return isComplete(gui, "clap_host_gui is partially implemented", &Table::resize_hints_changed,
+                      &Table::request_resize, &Table::request_show, &Table::request_hide,
+                      &Table::closed);
+}
+
+bool ClapPlugin::canUseState() const noexcept {
+    return isComplete(state, "clap_host_state is partially implemented",
+                      &clap_host_state_t::mark_dirty);
 }
 
 void ClapPlugin::log(clap_log_severity severity, const char* message) const noexcept {
     if (hostLog != nullptr && hostLog->log != nullptr)
         hostLog->log(host, severity, message);
     else
-        std::fprintf(stderr, "TessellaDuckwork: %s\n", message);
+        std::fprintf(stderr, "%s: %s\n", descriptor.name, message);
 }
 
 void ClapPlugin::runOnMainThread(std::function<void()> f) {
@@ -273,15 +206,14 @@ void ClapPlugin::runOnMainThread(std::function<void()> f) {
 }
 
 void ClapPlugin::runQueuedCallbacks() noexcept {
-    for (;;) {
-        std::function<void()> next;
-        {
-            const std::scoped_lock lock(callbacksMutex);
-            if (callbacks.empty())
-                return;
-            next = std::move(callbacks.front());
-            callbacks.pop();
-        }
-        next();
-    }
+    const auto takeNext = [this]() -> std::function<void()> {
+        const std::scoped_lock lock(callbacksMutex);
+        if (callbacks.empty())
+            return {};
+        auto next = std::move(callbacks.front());
+        callbacks.pop();
+        return next;
+    };
+    while (const auto next = takeNext())
+        guarded("a callback on the main thread failed", next);
 }

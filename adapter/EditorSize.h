@@ -15,7 +15,7 @@ inline constexpr SizePx kDesignSize = {960, 600};
 
 inline constexpr unsigned kAspectWidth = 8; ///< the same in least terms, to 5
 inline constexpr unsigned kAspectHeight = 5;
-inline constexpr unsigned kMostPx = 65535; ///< that a window can have, in either direction
+inline constexpr unsigned kMaxPx = 65535; ///< that a window can have, in either direction
 
 /// The height that goes with a width, to the nearest pixel: width · 600 / 960. Widths up to a
 /// million.
@@ -24,15 +24,15 @@ constexpr int heightFor(int width) {
 }
 constexpr SizePx sizeFor(int width) { return {width, heightFor(width)}; }
 
-inline constexpr SizePx kLeastSize = sizeFor(480);
-inline constexpr SizePx kMostSize = sizeFor(3840); ///< that a host may impose
+inline constexpr SizePx kMinSize = sizeFor(480);
+inline constexpr SizePx kMaxSize = sizeFor(3840); ///< that a host may impose
 /// Deliberate: the user drags the corner less far than a host may go.
-inline constexpr SizePx kMostCornerSize = sizeFor(2880);
+inline constexpr SizePx kMaxCornerSize = sizeFor(2880);
 
 /// The size that the editor takes when a host asks for this one: its width as far as the bounds
 /// allow, with the height that goes with it.
 constexpr SizePx constrained(SizePx asked) {
-    return sizeFor(std::clamp(asked.width, kLeastSize.width, kMostSize.width));
+    return sizeFor(std::clamp(asked.width, kMinSize.width, kMaxSize.width));
 }
 
 } // namespace editor

@@ -1,8 +1,10 @@
 /// The editor side of the framework layer: the hooks that host a window, and its size.
 #pragma once
 
-#include "dsp/Relaxed.h"
 #include "adapter/Config.h"
+#include "adapter/EditorSize.h"
+
+#include <atomic>
 
 namespace iplug {
 
@@ -11,7 +13,7 @@ namespace iplug {
 class IEditorDelegate {
 public:
     explicit IEditorDelegate(const Config& config)
-        : currentWidth(config.editorWidthPx), currentHeight(config.editorHeightPx) {}
+        : currentSize({config.editorWidthPx, config.editorHeightPx}) {}
     IEditorDelegate(const IEditorDelegate&) = delete;
     IEditorDelegate& operator=(const IEditorDelegate&) = delete;
     virtual ~IEditorDelegate() = default;
@@ -41,22 +43,23 @@ public:
     virtual void NoteHostWindowSize(int widthPx, int heightPx) = 0;
 
     /// The editor's current size, pixels. [any]
-    [[nodiscard]] int GetEditorWidth() const noexcept { return currentWidth; }
-    [[nodiscard]] int GetEditorHeight() const noexcept { return currentHeight; }
+    [[nodiscard]] editor::SizePx GetEditorSize() const noexcept {
+        return currentSize.load(std::memory_order_relaxed);
+    }
+    [[nodiscard]] int GetEditorWidth() const noexcept { return GetEditorSize().width; }
+    [[nodiscard]] int GetEditorHeight() const noexcept { return GetEditorSize().height; }
 
     /// Makes this the current size without telling anybody. [main, ui]
     void SetEditorSize(int widthPx, int heightPx) noexcept {
-        currentWidth = widthPx;
-        currentHeight = heightPx;
+        currentSize.store({widthPx, heightPx}, std::memory_order_relaxed);
     }
     /// The host's scale factor; the editor scales with its window instead and does not read it.
     /// [main]
     void SetScreenScale(float scale) noexcept { screenScale = scale; }
 
 private:
-    dsp::Relaxed<int> currentWidth;
-    dsp::Relaxed<int> currentHeight;
-    dsp::Relaxed<float> screenScale = 1.0F;
+    std::atomic<editor::SizePx> currentSize;
+    float screenScale = 1.0F; ///< [main]
 };
 
 } // namespace iplug

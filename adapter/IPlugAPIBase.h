@@ -3,6 +3,8 @@
 
 #include "adapter/IPlugPluginBase.h"
 
+#include <cstdint>
+
 namespace iplug {
 
 /// The instance's and the editor's way to the host.
@@ -16,9 +18,16 @@ public:
     virtual void InformHostOfParamChange(int index, double normalizedValue) = 0;
     virtual void EndInformHostOfParamChange(int index) = 0;
 
-    /// Something other than the host changed the parameter in this block; the host hears of it
-    /// with the block's output events. [audio]
-    virtual void InformHostWithinBlock(int index) noexcept = 0;
+    /// Something other than the host has changed these parameters, a bit each, the lowest for
+    /// index 0: the host hears of their present values with the output events of the next block or
+    /// flush. [any, also audio]
+    virtual void InformHostOfValues(std::uint32_t mask) noexcept = 0;
+    /// Asks a host that is not processing for a flush, so that it hears of them soon. [any but
+    /// audio]
+    virtual void FlushParamsIfNeeded() = 0;
+    /// What a save would write has changed other than by parameter values that the host knows: it
+    /// should offer to save the project. [any but audio]
+    virtual void MarkDirty() = 0;
 
     /// Housekeeping on the host's main-thread callback. [main]
     virtual void OnIdle() {}

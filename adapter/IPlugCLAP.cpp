@@ -26,21 +26,28 @@ IPlugCLAP::IPlugCLAP(const InstanceInfo& info, const Config& config)
 bool IPlugCLAP::init() noexcept { return SelectIOConfig(0); }
 
 bool IPlugCLAP::activate(double sampleRate, std::uint32_t /*minFrames*/,
-                         std::uint32_t maxFrames) noexcept try {
+                         std::uint32_t maxFrames) noexcept {
     if (!std::isfinite(sampleRate) || sampleRate <= 0.0)
         return false;
-    SetBlockSize(maxFrames);
-    SetSampleRate(sampleRate);
-    buffers.Prepare(maxFrames);
-    OnActivate(true);
-    OnParamReset(ParamSource::Reset);
-    OnReset();
-    // Only remembered: the host's function is for the audio thread.
-    tailChangedPending = canUseTail();
-    return true;
-} catch (...) {
-    log(CLAP_LOG_ERROR, "activation failed");
-    return false;
+    return guarded("activation failed", [&] {
+        SetBlockSize(maxFrames);
+        SetSampleRate(sampleRate);
+        buffers.Prepare(maxFrames);
+        OnActivate(true);
+        OnParamReset(ParamSource::Reset);
+        OnReset();
+        // Only remembered: the host's function is for the audio thread.
+        tailChangedPending = canUseTail();
+        return true;
+    });
+}
+
+void IPlugCLAP::deactivate() noexcept {
+    guarded("deactivation failed", [this] { OnActivate(false); });
+}
+
+void IPlugCLAP::onMainThread() noexcept {
+    guarded("housekeeping failed", [this] { OnIdle(); });
 }
 
 std::uint32_t IPlugCLAP::audioPortsCount(bool isInput) const noexcept {
@@ -133,17 +140,17 @@ bool IPlugCLAP::paramsValue(clap_id id, double* value) noexcept {
 }
 
 bool IPlugCLAP::paramsValueToText(clap_id id, double value, char* display,
-                                  std::uint32_t size) noexcept try {
+                                  std::uint32_t size) noexcept {
     if (!IsParam(id) || std::isnan(value))
         return false;
-    const IParam& param = GetParam(static_cast<int>(id));
-    const std::string text = param.ValueToString(param.FromHost(value));
-    if (text.size() >= size)
-        return false;
-    std::memcpy(display, text.c_str(), text.size() + 1);
-    return true;
-} catch (...) {
-    return false;
+    return guarded(nullptr, [&] {
+        const IParam& param = GetParam(static_cast<int>(id));
+        const std::string text = param.ValueToString(param.FromHost(value));
+        if (text.size() >= size)
+            return false;
+        std::memcpy(display, text.c_str(), text.size() + 1);
+        return true;
+    });
 }
 
 bool IPlugCLAP::paramsTextToValue(clap_id id, const char* display, double* value) noexcept {

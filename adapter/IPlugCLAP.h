@@ -31,7 +31,9 @@ public:
     void BeginInformHostOfParamChange(int index) override;
     void InformHostOfParamChange(int index, double normalizedValue) override;
     void EndInformHostOfParamChange(int index) override;
-    void InformHostWithinBlock(int index) noexcept override;
+    void InformHostOfValues(std::uint32_t mask) noexcept override;
+    void FlushParamsIfNeeded() override;
+    void MarkDirty() override;
 
 protected:
     [[nodiscard]] bool OnAudioThread() const noexcept override;
@@ -40,9 +42,10 @@ protected:
     bool init() noexcept override;
     bool activate(double sampleRate, std::uint32_t minFrames,
                   std::uint32_t maxFrames) noexcept override;
-    void deactivate() noexcept override { OnActivate(false); }
+    void deactivate() noexcept override;
+    void onMainThread() noexcept override;
+    void reset() noexcept override;
     clap_process_status process(const clap_process_t* block) noexcept override;
-    void onMainThread() noexcept override { OnIdle(); }
 
     // Audio ports, as the channel I/O text of the configuration says
     std::uint32_t audioPortsCount(bool isInput) const noexcept override;
@@ -93,30 +96,33 @@ private:
         return id < static_cast<clap_id>(NParams());
     }
 
-    void ProcessInputEvents(const clap_input_events_t* events) noexcept;
-    void ProcessInputEvent(const clap_event_header_t& event) noexcept;
-    void ProcessAudio(const clap_process_t& block) noexcept;
-    void ProcessOutputParams(const clap_output_events_t* events) noexcept;
+    void ProcessInputEvents(const clap_input_events_t* events);
+    void ProcessInputEvent(const clap_event_header_t& event);
+    void ProcessAudio(const clap_process_t& block);
+    void ProcessOutputParams(const clap_output_events_t* events);
     void QueueParamRecord(const ParamRecord& record);
-    void FlushParamsIfNeeded();
-    void OnRestoreState() const noexcept;
+    void OnRestoreState() const;
+
+    /// Calls the host on its main thread. One call at a time is under way: a host that serves
+    /// callbacks late would have to queue thousands. [any but audio]
+    void AskOnMainThread(std::atomic<bool>& underWay, void (IPlugCLAP::*call)() const);
 
     bool OpenInParent() noexcept;
     void CloseEditor() noexcept;
 
     const Config staticConfig;
     BlockBuffers buffers;
-    ParamQueue outgoing;                       ///< writer: the editor; reader: process or flush
-    std::atomic<std::uint32_t> overflowed = 0; ///< a bit per parameter whose record found no room
-    std::uint32_t changedInBlock = 0; ///< a bit per parameter, see InformHostWithinBlock. [audio]
-    bool tailChangedPending = false;  ///< set by activate, told by the next process
+    ParamQueue outgoing; ///< writer: the editor; reader: process or flush
+    /// Parameters whose present value the host has still to hear of, a bit each. [any]
+    std::atomic<std::uint32_t> untoldValues = 0;
+    bool tailChangedPending = false;                  ///< set by activate, told by the next process
     std::atomic<pthread_t> audioThread = pthread_t{}; ///< inside an audio call, else zero
-    std::atomic<bool> flushRequested = false;         ///< and not yet passed on to the host
+    std::atomic<bool> flushUnderWay = false, markDirtyUnderWay = false; ///< to the host
 
     void* parentWindow = nullptr; ///< the host's X11 window id, kept while hidden. [main]
     bool windowOpen = false;      ///< [main]
     /// The size that the host last knew, pixels; 0 before it knows any. [main, ui]
-    dsp::Relaxed<int> toldWidth = 0, toldHeight = 0;
+    std::atomic<editor::SizePx> toldSize = editor::SizePx{};
     std::atomic<pthread_t> resizeAsker = pthread_t{}; ///< inside the host's resize request, or zero
 };
 

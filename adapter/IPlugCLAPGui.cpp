@@ -39,10 +39,10 @@ bool IPlugCLAP::guiSetScale(double scale) noexcept {
 }
 
 bool IPlugCLAP::guiGetSize(std::uint32_t* width, std::uint32_t* height) noexcept {
-    toldWidth = GetEditorWidth();
-    toldHeight = GetEditorHeight();
-    *width = static_cast<std::uint32_t>(toldWidth);
-    *height = static_cast<std::uint32_t>(toldHeight);
+    const editor::SizePx size = GetEditorSize();
+    NoteHostWindowSize(size.width, size.height);
+    *width = static_cast<std::uint32_t>(size.width);
+    *height = static_cast<std::uint32_t>(size.height);
     return true;
 }
 
@@ -61,26 +61,30 @@ bool IPlugCLAP::guiGetResizeHints(clap_gui_resize_hints_t* hints) noexcept {
 }
 
 bool IPlugCLAP::guiAdjustSize(std::uint32_t* width, std::uint32_t* height) noexcept {
-    int adjustedWidth = static_cast<int>(std::min(*width, editor::kMostPx));
-    int adjustedHeight = static_cast<int>(std::min(*height, editor::kMostPx));
-    ConstrainEditorResize(adjustedWidth, adjustedHeight);
-    *width = static_cast<std::uint32_t>(adjustedWidth);
-    *height = static_cast<std::uint32_t>(adjustedHeight);
-    return true;
+    int adjustedWidth = static_cast<int>(std::min(*width, editor::kMaxPx));
+    int adjustedHeight = static_cast<int>(std::min(*height, editor::kMaxPx));
+    return guarded("the editor's size could not be adjusted", [&] {
+        ConstrainEditorResize(adjustedWidth, adjustedHeight);
+        *width = static_cast<std::uint32_t>(adjustedWidth);
+        *height = static_cast<std::uint32_t>(adjustedHeight);
+        return true;
+    });
 }
 
 bool IPlugCLAP::guiSetSize(std::uint32_t width, std::uint32_t height) noexcept {
-    const int widthPx = static_cast<int>(std::min(width, editor::kMostPx));
-    const int heightPx = static_cast<int>(std::min(height, editor::kMostPx));
+    const int widthPx = static_cast<int>(std::min(width, editor::kMaxPx));
+    const int heightPx = static_cast<int>(std::min(height, editor::kMaxPx));
     NoteHostWindowSize(widthPx, heightPx);
     // A host may answer a resize request by first calling back with the size it still has: that
     // is no wish of the user, and must not replace the size just asked for.
     const bool answersRequest =
         pthread_equal(resizeAsker.load(std::memory_order_relaxed), pthread_self()) != 0;
-    const bool asAsked = widthPx == GetEditorWidth() && heightPx == GetEditorHeight();
-    if (!answersRequest || asAsked)
-        OnParentWindowResize(widthPx, heightPx);
-    return true;
+    const bool asAsked = GetEditorSize() == editor::SizePx{widthPx, heightPx};
+    return guarded("the editor could not be resized", [&] {
+        if (!answersRequest || asAsked)
+            OnParentWindowResize(widthPx, heightPx);
+        return true;
+    });
 }
 
 bool IPlugCLAP::guiSetParent(const clap_window_t* window) noexcept {
@@ -98,40 +102,36 @@ bool IPlugCLAP::guiHide() noexcept {
     return true;
 }
 
-bool IPlugCLAP::OpenInParent() noexcept try {
+bool IPlugCLAP::OpenInParent() noexcept {
     if (!staticConfig.hasEditor || parentWindow == nullptr)
         return false;
-    windowOpen = OpenWindow(parentWindow) != nullptr;
+    windowOpen = guarded("the editor could not be opened",
+                         [this] { return OpenWindow(parentWindow) != nullptr; });
     return windowOpen;
-} catch (...) {
-    log(CLAP_LOG_ERROR, "the editor could not be opened");
-    return false;
 }
 
 void IPlugCLAP::CloseEditor() noexcept {
-    CloseWindow();
+    guarded("the editor could not be closed", [this] { CloseWindow(); });
     windowOpen = false;
 }
 
 void IPlugCLAP::NoteHostWindowSize(int widthPx, int heightPx) {
-    toldWidth = widthPx;
-    toldHeight = heightPx;
+    toldSize.store({widthPx, heightPx}, std::memory_order_relaxed);
 }
 
 bool IPlugCLAP::EditorResize(int widthPx, int heightPx) {
     SetEditorSize(widthPx, heightPx); // before asking: the host may answer with guiGetSize
-    const bool hostKnows = toldWidth == widthPx && toldHeight == heightPx;
+    const editor::SizePx told = toldSize.load(std::memory_order_relaxed);
+    const bool hostKnows = told == editor::SizePx{widthPx, heightPx};
     if (!staticConfig.hasEditor || hostKnows || !canUseGui())
         return true;
-    const int oldWidth = toldWidth;
-    const int oldHeight = toldHeight;
     NoteHostWindowSize(widthPx, heightPx);
     resizeAsker.store(pthread_self(), std::memory_order_relaxed);
     const bool taken = hostRequestResize(static_cast<std::uint32_t>(widthPx),
                                          static_cast<std::uint32_t>(heightPx));
     resizeAsker.store(pthread_t{}, std::memory_order_relaxed);
     if (!taken)
-        NoteHostWindowSize(oldWidth, oldHeight);
+        NoteHostWindowSize(told.width, told.height);
     return true;
 }
 

@@ -1,9 +1,10 @@
 #include "adapter/IPlugCLAP.h"
 
-#include "dsp/DenormalGuard.h"
-
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <optional>
+#include <utility>
 
 namespace iplug {
 namespace {
@@ -69,22 +70,27 @@ bool IPlugCLAP::OnAudioThread() const noexcept {
     return pthread_equal(audioThread.load(std::memory_order_relaxed), pthread_self()) != 0;
 }
 
-clap_process_status IPlugCLAP::process(const clap_process_t* block) noexcept {
-    if (block == nullptr)
-        return CLAP_PROCESS_ERROR;
-    const dsp::DenormalGuard noDenormals;
+void IPlugCLAP::reset() noexcept {
     const AudioCall audioCall(*this);
-    if (tailChangedPending) {
-        tailChangedPending = false;
-        hostTailChanged();
-    }
-    ProcessInputEvents(block->in_events);
-    ProcessAudio(*block);
-    ProcessOutputParams(block->out_events);
-    return CLAP_PROCESS_CONTINUE; // always: a sleeping host would cut the delay line off
+    guarded(nullptr, [this] { OnClear(); });
 }
 
-void IPlugCLAP::ProcessAudio(const clap_process_t& block) noexcept {
+clap_process_status IPlugCLAP::process(const clap_process_t* block) noexcept {
+    static_assert(CLAP_PROCESS_ERROR == 0, "what guarded returns of a failed block");
+    if (block == nullptr)
+        return CLAP_PROCESS_ERROR;
+    const AudioCall audioCall(*this);
+    return guarded(nullptr, [&]() -> clap_process_status {
+        if (std::exchange(tailChangedPending, false))
+            hostTailChanged();
+        ProcessInputEvents(block->in_events);
+        ProcessAudio(*block);
+        ProcessOutputParams(block->out_events);
+        return CLAP_PROCESS_CONTINUE; // always: a sleeping host would cut the delay line off
+    });
+}
+
+void IPlugCLAP::ProcessAudio(const clap_process_t& block) {
     const std::uint32_t longest = buffers.Capacity();
     if (longest == 0)
         return; // never activated
@@ -103,19 +109,16 @@ void IPlugCLAP::ProcessAudio(const clap_process_t& block) noexcept {
 
 void IPlugCLAP::paramsFlush(const clap_input_events_t* in,
                             const clap_output_events_t* out) noexcept {
-    const auto flush = [&] {
+    std::optional<AudioCall> audioCall;
+    if (isActive())
+        audioCall.emplace(*this);
+    guarded(nullptr, [&] {
         ProcessInputEvents(in);
         ProcessOutputParams(out);
-    };
-    if (isActive()) {
-        const AudioCall audioCall(*this);
-        flush();
-    } else {
-        flush();
-    }
+    });
 }
 
-void IPlugCLAP::ProcessInputEvents(const clap_input_events_t* events) noexcept {
+void IPlugCLAP::ProcessInputEvents(const clap_input_events_t* events) {
     if (events == nullptr || events->size == nullptr || events->get == nullptr)
         return;
     const std::uint32_t count = events->size(events);
@@ -124,7 +127,7 @@ void IPlugCLAP::ProcessInputEvents(const clap_input_events_t* events) noexcept {
             ProcessInputEvent(*event);
 }
 
-void IPlugCLAP::ProcessInputEvent(const clap_event_header_t& event) noexcept {
+void IPlugCLAP::ProcessInputEvent(const clap_event_header_t& event) {
     if (event.space_id != CLAP_CORE_EVENT_SPACE_ID || event.type != CLAP_EVENT_PARAM_VALUE ||
         event.size < sizeof(clap_event_param_value_t))
         return;
@@ -137,25 +140,29 @@ void IPlugCLAP::ProcessInputEvent(const clap_event_header_t& event) noexcept {
     OnParamChange(index, ParamSource::Host, static_cast<int>(event.time));
 }
 
-void IPlugCLAP::ProcessOutputParams(const clap_output_events_t* events) noexcept {
+void IPlugCLAP::ProcessOutputParams(const clap_output_events_t* events) {
     if (events == nullptr || events->try_push == nullptr)
         return;
     for (; const ParamRecord* record = outgoing.Peek(); outgoing.Pop())
         if (!pushRecord(*events, *record))
             return; // the host is full: the rest goes with the next call
-    changedInBlock |= overflowed.exchange(0, std::memory_order_relaxed);
-    for (int index = 0; index < NParams() && changedInBlock != 0; ++index) {
-        const std::uint32_t bit = 1U << index;
+    if (untoldValues.load(std::memory_order_relaxed) == 0)
+        return; // as in most blocks
+    // acquire: the values that InformHostOfValues announced
+    std::uint32_t untold = untoldValues.exchange(0, std::memory_order_acquire);
+    for (; untold != 0; untold &= untold - 1) { // the lowest bit is done
+        const int index = std::countr_zero(untold);
         const IParam& param = GetParam(index);
-        if ((changedInBlock & bit) == 0)
-            continue;
         if (!push(*events, valueEvent(index, param.ToHost(param.Value()))))
-            return;
-        changedInBlock &= ~bit;
+            break;
     }
+    if (untold != 0)
+        InformHostOfValues(untold);
 }
 
-void IPlugCLAP::InformHostWithinBlock(int index) noexcept { changedInBlock |= 1U << index; }
+void IPlugCLAP::InformHostOfValues(std::uint32_t mask) noexcept {
+    untoldValues.fetch_or(mask, std::memory_order_release); // publishes the values set before
+}
 
 void IPlugCLAP::BeginInformHostOfParamChange(int index) {
     QueueParamRecord({ParamRecord::Kind::GestureBegin, index, 0.0});
@@ -175,19 +182,21 @@ void IPlugCLAP::EndInformHostOfParamChange(int index) {
 void IPlugCLAP::QueueParamRecord(const ParamRecord& record) {
     // A stopped host may not collect for minutes: what no longer fits goes as the last value alone.
     if (!outgoing.Push(record) && record.kind == ParamRecord::Kind::Value)
-        overflowed.fetch_or(1U << record.index, std::memory_order_relaxed);
+        InformHostOfValues(1U << record.index);
     FlushParamsIfNeeded();
 }
 
 void IPlugCLAP::FlushParamsIfNeeded() {
-    if (isProcessing() || !canUseParams())
+    if (!isProcessing() && canUseParams())
+        AskOnMainThread(flushUnderWay, &IPlugCLAP::hostRequestFlush);
+}
+
+void IPlugCLAP::AskOnMainThread(std::atomic<bool>& underWay, void (IPlugCLAP::*call)() const) {
+    if (underWay.exchange(true))
         return;
-    // One request at a time, or a host that serves callbacks late would have to queue thousands.
-    if (flushRequested.exchange(true))
-        return;
-    runOnMainThread([this] {
-        flushRequested = false;
-        hostRequestFlush();
+    runOnMainThread([this, &underWay, call] {
+        underWay = false;
+        (this->*call)();
     });
 }
 

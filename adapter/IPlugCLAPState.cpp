@@ -20,7 +20,7 @@ bool writeAll(const clap_ostream_t& stream, const IByteChunk& chunk) {
 }
 
 /// A state is a few hundred bytes: a stream that never ends is not one.
-constexpr int kMostBytes = 1 << 20;
+constexpr int kMaxBytes = 1 << 20;
 
 bool readAll(const clap_istream_t& stream, IByteChunk& chunk) {
     std::array<std::uint8_t, 256> piece;
@@ -28,7 +28,7 @@ bool readAll(const clap_istream_t& stream, IByteChunk& chunk) {
         const std::int64_t given = stream.read(&stream, piece.data(), piece.size());
         if (given <= 0)
             return given == 0;
-        if (given > static_cast<std::int64_t>(piece.size()) || chunk.Size() > kMostBytes)
+        if (given > static_cast<std::int64_t>(piece.size()) || chunk.Size() > kMaxBytes)
             return false;
         chunk.PutBytes(piece.data(), static_cast<std::size_t>(given));
     }
@@ -36,33 +36,36 @@ bool readAll(const clap_istream_t& stream, IByteChunk& chunk) {
 
 } // namespace
 
-bool IPlugCLAP::stateSave(const clap_ostream_t* stream) noexcept try {
+bool IPlugCLAP::stateSave(const clap_ostream_t* stream) noexcept {
     if (stream == nullptr || stream->write == nullptr)
         return false;
-    IByteChunk chunk;
-    return SerializeState(chunk) && writeAll(*stream, chunk);
-} catch (...) {
-    log(CLAP_LOG_ERROR, "saving the state failed");
-    return false;
+    return guarded("saving the state failed", [&] {
+        IByteChunk chunk;
+        return SerializeState(chunk) && writeAll(*stream, chunk);
+    });
 }
 
-bool IPlugCLAP::stateLoad(const clap_istream_t* stream) noexcept try {
+bool IPlugCLAP::stateLoad(const clap_istream_t* stream) noexcept {
     if (stream == nullptr || stream->read == nullptr)
         return false;
-    IByteChunk chunk;
-    if (!readAll(*stream, chunk) || UnserializeState(chunk, 0) < 0)
-        return false;
-    OnRestoreState();
-    return true;
-} catch (...) {
-    log(CLAP_LOG_ERROR, "loading the state failed");
-    return false;
+    return guarded("loading the state failed", [&] {
+        IByteChunk chunk;
+        if (!readAll(*stream, chunk) || UnserializeState(chunk, 0) < 0)
+            return false;
+        OnRestoreState();
+        return true;
+    });
 }
 
 /// The host still shows the values from before the load.
-void IPlugCLAP::OnRestoreState() const noexcept {
+void IPlugCLAP::OnRestoreState() const {
     if (canUseParams())
         hostRescanValues();
+}
+
+void IPlugCLAP::MarkDirty() {
+    if (canUseState())
+        AskOnMainThread(markDirtyUnderWay, &IPlugCLAP::hostMarkDirty);
 }
 
 } // namespace iplug

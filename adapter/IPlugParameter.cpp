@@ -11,9 +11,9 @@ namespace {
 
 /// How many digits behind the point show every step: 0 for 1, 1 for 0.1.
 int precisionOf(double step) {
-    constexpr int kMostDigits = 6;
+    constexpr int kMaxDigits = 6;
     int digits = 0;
-    while (digits < kMostDigits && step != std::floor(step)) {
+    while (digits < kMaxDigits && step != std::floor(step)) {
         step *= 10.0;
         ++digits;
     }

@@ -38,6 +38,9 @@ public:
     /// Runs on activation, after the parameters have been announced. [main]
     virtual void OnReset() = 0;
 
+    /// The host wants the sound forgotten that went in before; parameters stay. [audio]
+    virtual void OnClear() {}
+
     /// Hz; 44100 before the first activation.
     [[nodiscard]] double GetSampleRate() const noexcept { return currentRate; }
     /// The largest block that the host announced, samples.

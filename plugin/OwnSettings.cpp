@@ -275,9 +275,19 @@ void OwnSettings::FlushSHMToParams() {
     {
         const AudioGate::Closed closed(gate);
         shm::PatientVisit visit(registry);
-        Sync(visit);
+        Flush(visit);
     }
     TellHost();
+}
+
+void OwnSettings::Flush(shm::Visit& visit) {
+    Sync(visit);
+    const std::scoped_lock lock(mutex);
+    for (std::size_t band = 0; band < shm::kBandCount; ++band)
+        if (const float ratio = hiddenRatio[band]; ratio != 0.0F) {
+            SetFromRegistry(kRatios[band], ratio, true);
+            hiddenRatio[band] = 0.0F;
+        }
 }
 
 void OwnSettings::SyncInBlock(const TessellaDuckworkSHM::TDAudioReadCycle& cycle, bool complete) {
@@ -396,9 +406,6 @@ void OwnSettings::WriteTo(state::Record& record, state::ParamValues& params) con
     record.bands = BandsNow();
     for (int index = 0; index < kNumParams; ++index)
         params[std::size_t(index)] = Value(index);
-    for (std::size_t band = 0; band < shm::kBandCount; ++band)
-        if (hiddenRatio[band] != 0.0F)
-            params[std::size_t(kRatios[band])] = hiddenRatio[band];
 }
 
 void OwnSettings::Load(const state::Reading& reading, const state::Record& record) {

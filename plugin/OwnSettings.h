@@ -78,7 +78,9 @@ public:
     void PublishHostsFilters(shm::Visit& visit);
     /// Tells the host of what Sync has taken in; no lock is held. [main, heartbeat, ui]
     void TellHost();
-    /// One Sync of its own, patient; busy: nothing is taken in. [main, ui]
+    /// Sync for what is kept: a band that is off shows the host its own ratio again.
+    void Flush(shm::Visit& visit);
+    /// One Flush of its own, patient; busy: nothing is taken in. [main, ui]
     void FlushSHMToParams();
     /// The block's part: applies a reading of the registry, publishes with one try. Nothing, and
     /// left to a later block, while the gate is closed. [audio]
@@ -150,7 +152,7 @@ private:
 
     std::array<dsp::Relaxed<bool>, shm::kBandCount> bandOn = {true, true, true};
     /// What the ratio parameter of a band that the peer has switched off hides; 0: nothing. A band
-    /// that is off shows the host ratio 1, but keeps its own.
+    /// that is off shows the host ratio 1 until the next Flush.
     std::array<dsp::Relaxed<float>, shm::kBandCount> hiddenRatio{};
     dsp::Relaxed<bool> duckSelf = true;
     dsp::Relaxed<std::uint64_t> foreignBands = 0;

@@ -1,6 +1,7 @@
 #include "plugin/TessellaDuckwork.h"
 
 #include "adapter/EditorSize.h"
+#include "plugin/Config.h"
 #include "shm/Visit.h"
 
 #include <chrono>
@@ -33,7 +34,7 @@ TessellaDuckwork* MakePlug(const iplug::InstanceInfo& info, MakeEditor makeEdito
 }
 
 TessellaDuckwork::TessellaDuckwork(const iplug::InstanceInfo& info, MakeEditor editorMaker)
-    : IPlugCLAP(info, iplug::Config{}), makeEditor(editorMaker) {
+    : IPlugCLAP(info, kConfig), makeEditor(editorMaker) {
     for (const iplug::ParamSpec& row : kParamTable)
         AddParam(row);
     SnapWorkingValues();
@@ -131,9 +132,16 @@ void TessellaDuckwork::OnReset() {
     const auto transformSize = static_cast<int>(processor.reset(hostSampleRate));
     own.SetLatency(transformSize);
     own.UpdateEnvelope();
+    OnClear();
+}
+
+/// The host wants the sound forgotten; settings stay.
+void TessellaDuckwork::OnClear() {
+    processor.reset(hostSampleRate);
     peerBins.fill(0.0F);
     shm.ForgetPeerSpectrum();
     SnapWorkingValues();
+    peerHeard = false;
     levelsDue = spectrumDue = true;
 }
 
@@ -155,7 +163,7 @@ bool TessellaDuckwork::SerializeState(iplug::IByteChunk& chunk) {
         const shm::LockBudget once; // not for each part of it
         const AudioGate::Closed closed = own.CloseGate();
         shm::PatientVisit visit(shm);
-        own.Sync(visit);
+        own.Flush(visit);
         peer.Refresh(visit);
         own.WriteTo(record, params);
         peer.WriteTo(record);

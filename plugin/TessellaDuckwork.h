@@ -49,6 +49,7 @@ public:
                   std::uint32_t maxFrames) noexcept override;
     void OnActivate(bool becomesActive) override;
     void OnReset() override;
+    void OnClear() override;
     using IPluginBase::OnParamChange;
     void OnParamChange(int index) override;
     void OnParamChange(int index, iplug::ParamSource source, int sampleOffset) override;
@@ -97,6 +98,7 @@ public:
     }
 
     // Processing (TessellaDuckworkProcess.cpp)
+    clap_process_status process(const clap_process_t* block) noexcept override;
     void ProcessBlock(const double* const* inputs, double* const* outputs, int nFrames) override;
 
 private:

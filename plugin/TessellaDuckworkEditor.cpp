@@ -49,6 +49,7 @@ bool TessellaDuckwork::FollowRegistry(std::span<const float, shm::kDisplayBinCou
     view.peerId = shm.RemoteId();
     view.name = own.InstanceName();
     view.own = own.Now();
+    view.own.bands = own.PublishableBands().Usable();
     view.ownBandsSeq = own.ForeignBandChanges();
     view.ownDuck = own.DuckSelf();
     own.TellHost();

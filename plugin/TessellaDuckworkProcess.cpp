@@ -2,6 +2,7 @@
 
 #include "dsp/BandLevels.h"
 #include "dsp/Bands.h"
+#include "dsp/DenormalGuard.h"
 #include "dsp/Smoothing.h"
 
 #include <algorithm>
@@ -14,6 +15,11 @@ struct TessellaDuckwork::BlockInput {
     bool complete = false;  ///< false: closed, or busy and only flags and counters were read
     bool peerValid = false; ///< peerBins hold the spectrum to duck against
 };
+
+clap_process_status TessellaDuckwork::process(const clap_process_t* block) noexcept {
+    const dsp::DenormalGuard noDenormals; // also while the host's floats are converted
+    return IPlugCLAP::process(block);
+}
 
 void TessellaDuckwork::ProcessBlock(const double* const* inputs, double* const* outputs,
                                     int nFrames) {

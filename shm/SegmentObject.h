@@ -41,7 +41,7 @@ public:
 
     /// Removes the name if it leads here and `unwanted()` holds. Those who remove an object do so
     /// one after the other, so that none removes the successor of what it has judged. Waits for the
-    /// others up to 0.5 s, less where a Patience says so; then goes on without.
+    /// others up to 0.5 s, less where a LockBudget says so; then goes on without.
     template <class Unwanted>
     void RemoveIf(Unwanted&& unwanted) const {
         const Removal removal(*this);

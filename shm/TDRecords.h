@@ -163,9 +163,9 @@ struct Settings {
 
 /// What one gesture changes of a track. What has no value stays as others have set it meanwhile.
 struct SettingsEdit {
-    std::optional<BandSet> bands;
-    std::array<std::optional<float>, Filters::kCount> filters;
-    std::array<std::optional<float>, Controls::kCount> controls;
+    std::optional<BandSet> bands{};
+    std::array<std::optional<float>, Filters::kCount> filters{};
+    std::array<std::optional<float>, Controls::kCount> controls{};
 
     [[nodiscard]] bool hasFilters() const { return filters[0] || filters[1]; }
     [[nodiscard]] bool hasControls() const { return controls[0] || controls[1] || controls[2]; }

@@ -1,6 +1,6 @@
 #include "ui/TessellaDuckworkUI.h"
 
-#include "shm/Patience.h"
+#include "shm/RegistryLock.h"
 #include "ui/EditorWindow.h"
 
 #include <algorithm>
@@ -87,7 +87,7 @@ void TessellaDuckworkUI::UIThreadFunc(const InitData& init) {
 void TessellaDuckworkUI::runFrames(const InitData& init) {
     std::optional<ui::EditorWindow> window;
     {
-        const shm::Patience patience(running);
+        const shm::LockBudget budget(running);
         window.emplace(*instance, init.parent, ui::SizePx{init.widthPx, init.heightPx});
     }
     int pauses = shm::kLockRetries;
@@ -98,11 +98,11 @@ void TessellaDuckworkUI::runFrames(const InitData& init) {
             break;
         bool visible = false;
         {
-            const shm::Patience patience(running, pauses);
+            const shm::LockBudget budget(running, pauses);
             visible = window->frame(meters());
             // A registry that has been busy for so long is hardly waited for until it is free
             // again.
-            pauses = patience.IsOver() ? 1 : shm::kLockRetries;
+            pauses = budget.IsOver() ? 1 : shm::kLockRetries;
         }
         next += visible ? kFrame : kHiddenFrame;
         if (Clock::now() - next > kMaxBehind)

@@ -67,8 +67,8 @@ void CornerDrag::press(double xRootPx, SizePx window) {
 CornerDrag::Move CornerDrag::move(double xRootPx) {
     const double dx = xRootPx - baseX;
     const double dy = base.height * dx / base.width;
-    pending = {pixels(base.width + dx, editor::kLeastSize.width, editor::kMostCornerSize.width),
-               pixels(base.height + dy, editor::kLeastSize.height, editor::kMostCornerSize.height)};
+    pending = {pixels(base.width + dx, editor::kMinSize.width, editor::kMaxCornerSize.width),
+               pixels(base.height + dy, editor::kMinSize.height, editor::kMaxCornerSize.height)};
     const bool send = differBy(kSendPx, pending, lastSent);
     if (send) {
         baseX = xRootPx;

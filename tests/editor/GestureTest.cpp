@@ -20,25 +20,25 @@ Settings ownIn(const state::Reading& saved) {
         return static_cast<float>(saved.params[std::size_t(index)]);
     };
     Settings s;
-    s.bandCount = saved.head.activeBandCount;
-    for (int i = 0; i < 3; ++i)
-        s.bands[i] = {saved.head.bandFreqs[2 * std::size_t(i)],
-                      saved.head.bandFreqs[2 * std::size_t(i) + 1], param(ThreshLow + i),
-                      param(RatioLow + i), saved.head.bandEnabled[std::size_t(i)] != 0};
+    s.bandCount = saved.record.bands.count;
+    for (int i = 0; i < 3; ++i) {
+        const TDBand& band = saved.record.bands[i];
+        s.bands[i] = {band.loHz, band.hiHz, param(ThreshLow + i), param(RatioLow + i),
+                      band.enabled};
+    }
     s.hpHz = param(HP), s.lpHz = param(LP);
     s.attackMs = param(Attack), s.releaseMs = param(Release), s.makeupDb = param(Makeup);
     s.duckSelf = saved.duckSelf.value();
     return s;
 }
-Settings peerIn(const state::Head& head) {
+Settings peerIn(const state::Record& record) {
+    const auto& [bands, filters, controls] = record.peer;
     Settings s;
-    s.bandCount = head.shadowBandCount;
-    for (std::size_t i = 0; i < 3; ++i)
-        s.bands[i] = {head.shadowEdges[2 * i], head.shadowEdges[2 * i + 1],
-                      head.shadowThresholds[i], head.shadowRatios[i], head.shadowEnabled[i] != 0};
-    s.hpHz = head.shadowHp, s.lpHz = head.shadowLp;
-    s.attackMs = head.shadowAttack, s.releaseMs = head.shadowRelease,
-    s.makeupDb = head.shadowMakeup;
+    s.bandCount = bands.count;
+    std::copy(bands.bands.begin(), bands.bands.end(), s.bands);
+    s.hpHz = filters.hpHz, s.lpHz = filters.lpHz;
+    s.attackMs = controls.attackMs, s.releaseMs = controls.releaseMs,
+    s.makeupDb = controls.makeupDb;
     return s;
 }
 
@@ -182,7 +182,7 @@ protected:
         const auto ownBefore = valuesOf(track);
         const auto peerBefore = valuesOf(peerTrack);
         const auto writesBefore = writesTo(peerTrack);
-        const Settings memory = peerIn(savedBy(track).head);
+        const Settings memory = peerIn(savedBy(track).record);
         act();
         settle();
         effect();
@@ -192,7 +192,7 @@ protected:
         expectShown(track, own.now, "own");
         expectShown(peerTrack, peer.now, "peer's");
         const bool edited = writesTo(peerTrack) != writesBefore; // then all of it is remembered
-        expectSame(peerIn(savedBy(track).head), edited ? peer.now : memory, "remembered");
+        expectSame(peerIn(savedBy(track).record), edited ? peer.now : memory, "remembered");
     }
 
     support::XServer server{support::XServer::Drawing::Nothing};
@@ -338,7 +338,7 @@ TEST_F(Gestures, ComeBackWithAReloadAndNothingElseDoes) {
     expectShown(peerTrack, peer.now, "edited");
 
     const auto saved = host::saveState(track.instance).value();
-    EXPECT_STREQ(savedBy(track).head.peerName.data(), peerTrack.slot()->name);
+    EXPECT_STREQ(savedBy(track).record.peerName.data(), peerTrack.slot()->name);
     Track reloaded;
     ASSERT_TRUE(host::loadState(reloaded.instance, saved));
     support::OpenEditor(screen, reloaded).settle();

@@ -1,6 +1,6 @@
 // What the documents state as numbers is what the code does: layouts, ranges, limits.
 #include "dsp/SpectralProcessor.h"
-#include "adapter/Config.h"
+#include "plugin/Config.h"
 #include "plugin/StateChunk.h"
 #include "shm/SegmentLayout.h"
 
@@ -78,14 +78,14 @@ TEST(Documents, GiveTheLayoutOfTheRegistry) {
 
 TEST(Documents, GiveTheLayoutOfTheState) {
     std::vector<Row> expected;
-    state::Head head;
+    state::Record record;
     std::size_t offset = 0;
     const auto add = [&](const std::string& name, std::size_t bytes) {
         expected.push_back(placed(offset, bytes, name));
         offset += bytes;
     };
-    state::visitHead(head, [&](const char* name, const auto& field) {
-        add("`" + std::string(name) + "`", sizeof field);
+    state::visitRecord(record, [&](const char* name, const auto&... values) {
+        add("`" + std::string(name) + "`", (sizeof values + ...));
         return true;
     });
     add("parameters", sizeof(state::ParamValues));
@@ -133,7 +133,7 @@ TEST(Documents, GiveTheDelays) {
         EXPECT_EQ(processor->reset(other), size) << other;
         expected.push_back(
             {cells({std::to_string(rate) + ", " + std::to_string(other), std::to_string(size),
-                    std::to_string(2 * size), std::to_string(iplug::Config{}.latencySamples)})});
+                    std::to_string(2 * size), std::to_string(kConfig.latencySamples)})});
     }
     expectRows("manual.md", "| Sample rate, Hz |", expected);
 }

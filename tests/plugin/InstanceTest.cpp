@@ -1,5 +1,5 @@
-#include "dsp/BandLevels.h"
 #include "adapter/ParamQueue.h"
+#include "dsp/BandLevels.h"
 #include "tests/plugin/NoEditor.h"
 #include "tests/plugin/Plugged.h"
 #include "tests/shm/RawSegment.h"
@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -133,11 +134,11 @@ TEST(Instance, FollowsTheFlagsOfItsSlot) {
     EXPECT_EQ(p.audio.output().get(1, 0), 0.5) << "bypass has no delay";
     EXPECT_EQ(p.audio.output().get(0, 7), 0.0) << "nor lets it pass what is no number";
     iplug::IByteChunk chunk;
-    EXPECT_TRUE(p.plug.DuckSelf() && p.plug.SerializeState(chunk) && !p.plug.DuckSelf())
+    EXPECT_TRUE(p.plug.Own().DuckSelf() && p.plug.SerializeState(chunk) && !p.plug.Own().DuckSelf())
         << "what no block has taken, a save takes";
     p.monitor.SetDuckSelfOf(p.id, true);
-    p.plug.SyncOwnSettings();
-    EXPECT_TRUE(p.plug.DuckSelf()) << "and so does the own editor's frame";
+    p.followRegistry();
+    EXPECT_TRUE(p.plug.Own().DuckSelf()) << "and so does the own editor's frame";
     p.monitor.SetBypassOf(p.id, false);
     p.block();
     EXPECT_EQ(p.audio.output().get(1, 0), 0.0);
@@ -148,7 +149,7 @@ TEST(Instance, ShowsTheLevelsOfBothLastSpectraWhateverIsNew) {
     Plugged own(0), peer(1);
     own.start();
     peer.start();
-    ASSERT_TRUE(own.monitor.Pair(own.id, peer.id));
+    ASSERT_TRUE(own.plug.OpenWindow(&own) && own.monitor.Pair(own.id, peer.id));
     const auto play = [](Plugged& p, double level) { // a frame, then three blocks: one publishes
         for (int block = 0; block < 11; ++block) {
             for (std::uint32_t i = 0; i < Plugged::kFrames; ++i)
@@ -244,25 +245,44 @@ TEST(Instance, GlidesAtTheSamePaceInBlocksOfAnySize) {
     }
 }
 
-TEST(Instance, ReportsTheEditorsGesturesInOrderAsFastAsTheHostTakesThem) {
+TEST(Instance, TellsTheHostInOrderAsFastAsItTakesIt) {
     Plugged p;
     p.plug.BeginInformHostOfParamChange(HP);
     p.plug.InformHostOfParamChange(HP, 0.25);
     p.plug.InformHostOfParamChange(LinkSlot, 0.7);
     p.plug.EndInformHostOfParamChange(HP);
-    p.instance.pumpMainThread();
-    EXPECT_GT(p.callbacks.calls().count(Callback::ParamsRequestFlush), 0U);
+    p.plug.InformHostOfValues(1U << LP | 1U << Makeup);
     const auto* params = p.instance.extension<clap_plugin_params_t>(CLAP_EXT_PARAMS);
-    host::EventList few(3);
-    for (host::EventList* out : {&few, &p.sent})
+    host::EventList few(3), fewer(2);
+    for (host::EventList* out : {&few, &fewer, &p.sent})
         params->flush(p.plug.clapPlugin(), p.in.input(), out->output());
-    ASSERT_TRUE(few.size() == 3 && p.sent.size() == 1);
+    ASSERT_TRUE(few.size() == 3 && fewer.size() == 2);
     EXPECT_EQ(few.at(0)->type, CLAP_EVENT_PARAM_GESTURE_BEGIN);
     EXPECT_EQ(few.at(0)->size, 20U);
     EXPECT_EQ(few.paramValueAt(1)->value, 0.25);
     EXPECT_EQ(few.paramValueAt(1)->note_id, -1);
     EXPECT_EQ(few.paramValueAt(2)->value, 3.0);
-    EXPECT_EQ(p.sent.at(0)->type, CLAP_EVENT_PARAM_GESTURE_END);
+    EXPECT_EQ(fewer.at(0)->type, CLAP_EVENT_PARAM_GESTURE_END);
+    EXPECT_EQ(fewer.paramValueAt(1)->param_id, clap_id{Makeup});
+    EXPECT_EQ(p.told(), "13=20000 Hz ") << "what found no room, and nothing twice";
+}
+
+TEST(Instance, AsksTheHostOnItsMainThreadOnceAtATime) {
+    Plugged p;
+    const auto ask = [&p] {
+        for (int times = 0; times < 3; ++times) {
+            p.plug.FlushParamsIfNeeded();
+            p.plug.MarkDirty();
+        }
+    };
+    for (const std::size_t round : {1U, 2U}) {
+        std::thread(ask).join();
+        p.instance.pumpMainThread();
+        for (const auto callback : {Callback::ParamsRequestFlush, Callback::StateMarkDirty})
+            EXPECT_EQ(p.callbacks.calls().count(callback), round);
+    }
+    for (const auto& call : p.callbacks.calls().records(Callback::StateMarkDirty))
+        EXPECT_TRUE(call.fromMain);
 }
 
 TEST(ParamQueue, DropsWhatDoesNotFitAndKeepsOrder) {

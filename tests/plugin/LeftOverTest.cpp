@@ -20,9 +20,10 @@ TEST(LeftOver, OfWhatFindsTheLockBusyIsPublishedLaterAndWaitedForOnceEach) {
         const auto oneWait = Clock::now() - begin;
         p.start();
         EXPECT_LT(Clock::now() - begin, 3 * oneWait) << "two, and not one more";
-        p.plug.SetDuckSelf(false);
+        p.plug.Own().SetDuckSelf(false);
         iplug::IByteChunk chunk;
-        EXPECT_TRUE(p.plug.SerializeState(chunk) && !p.plug.DuckSelf()) << "a save undoes nothing";
+        EXPECT_TRUE(p.plug.SerializeState(chunk) && !p.plug.Own().DuckSelf())
+            << "a save undoes nothing";
     }
     EXPECT_STRNE(p.slot().name, "kick");
     EXPECT_TRUE(p.slot().latencySamples == 0 && p.slot().duckSelf);
@@ -36,7 +37,7 @@ TEST(LeftOver, AnInstanceWithoutASlotTakesTheNextOneWithAllItsSettings) {
     for (auto& other : others)
         ASSERT_TRUE(other.Open());
     Plugged p(5);
-    p.plug.SetDuckSelf(false);
+    p.plug.Own().SetDuckSelf(false);
     p.plug.SetInstanceName("late");
     p.in.addParamValue(HP, p.plug.GetParam(HP).ToHost(120));
     p.in.addParamValue(Attack, p.plug.GetParam(Attack).ToHost(33));
@@ -52,7 +53,8 @@ TEST(LeftOver, AnInstanceWithoutASlotTakesTheNextOneWithAllItsSettings) {
     EXPECT_STREQ(slot.name, "late");
     EXPECT_TRUE(slot.bandCount == 1 && slot.bands[0].ratio == 4.0F && slot.latencySamples == 1024);
     EXPECT_TRUE(slot.hpHz == 120.0F && slot.attackMs == 33.0F);
-    EXPECT_TRUE(!slot.duckSelf && !p.plug.DuckSelf()) << "nothing of an empty slot is taken over";
+    EXPECT_TRUE(!slot.duckSelf && !p.plug.Own().DuckSelf())
+        << "nothing of an empty slot is taken over";
     EXPECT_EQ(p.value(Attack), 33.0);
 }
 

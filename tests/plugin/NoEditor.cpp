@@ -1,17 +1,24 @@
-// Stands in for plugin/TessellaDuckworkEditor.cpp where a test of the instance needs no window.
 #include "tests/plugin/NoEditor.h"
 
-#include "plugin/TessellaDuckwork.h"
+#include <algorithm>
 
 namespace {
+
 thread_local dsp::BandLevels sHandedPeerLevel{};
+
+class NoEditor final : public Editor {
+    void SetMeters(const float* /*ownLevel*/, const float* peerLevel,
+                   const float* /*reductionDb*/) override {
+        std::copy_n(peerLevel, sHandedPeerLevel.size(), sHandedPeerLevel.begin());
+    }
+};
+
+} // namespace
+
+std::unique_ptr<Editor> support::openNoEditor(EditorAccess& /*instance*/,
+                                              std::uintptr_t /*parentWindow*/, int /*widthPx*/,
+                                              int /*heightPx*/) {
+    return std::make_unique<NoEditor>();
 }
 
 dsp::BandLevels support::handedPeerLevel() { return sHandedPeerLevel; }
-
-void* TessellaDuckwork::OpenWindow(void* parent) {
-    FlushSHMToParams();
-    return parent;
-}
-void TessellaDuckwork::CloseWindow() { SetEditorSize(editorWidth, editorHeight); }
-void TessellaDuckwork::HandMetersToEditor() { sHandedPeerLevel = peerLevel; }

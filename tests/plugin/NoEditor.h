@@ -1,9 +1,14 @@
-/// What the instance would have shown in its window.
+/// An editor without a window: hears what the instance would show in it.
 #pragma once
 
 #include "dsp/BandLevels.h"
+#include "plugin/EditorAccess.h"
 
 namespace support {
+
+/// A MakeEditor.
+std::unique_ptr<Editor> openNoEditor(EditorAccess& instance, std::uintptr_t parentWindow,
+                                     int widthPx, int heightPx);
 
 /// The peer's levels as the thread's last block handed them over.
 dsp::BandLevels handedPeerLevel();

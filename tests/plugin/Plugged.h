@@ -5,6 +5,7 @@
 #include "host/Instance.h"
 #include "plugin/TessellaDuckwork.h"
 #include "shm/RegistryMonitor.h"
+#include "tests/plugin/NoEditor.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -19,7 +20,8 @@ struct Plugged {
     std::size_t index;
     clap_plugin_descriptor_t descriptor{};
     host::HostCallbacks callbacks;
-    TessellaDuckwork& plug = *MakePlug({.descriptor = &descriptor, .host = callbacks.record()});
+    TessellaDuckwork& plug =
+        *MakePlug({.descriptor = &descriptor, .host = callbacks.record()}, &openNoEditor);
     host::Instance instance{callbacks, plug.clapPlugin()};
     host::AudioBuffers audio{kFrames};
     host::EventList in, sent;
@@ -45,6 +47,15 @@ struct Plugged {
         sent.clear();
         instance.process(audio, kFrames, in, sent);
         in.clear();
+    }
+
+    /// What an open editor's thread does once a frame.
+    EditorView followRegistry() {
+        static constexpr std::array<float, shm::kDisplayBinCount> kSilence{};
+        EditorView view;
+        PeerSpectrum spectrum;
+        plug.FollowRegistry(kSilence, view, spectrum);
+        return view;
     }
 
     /// "index=plain value" of every value event of the last block.

@@ -110,11 +110,11 @@ TEST(StateSync, TakesAPeersWriteOnceAndNeverItsOwn) {
 TEST(ShadowPeer, IsWrittenOnceToALinkedPeerAfterEachRecordAndLoad) {
     Side own(0), peer(1);
     ASSERT_EQ(own.load(chunkFile("full")), 366);
-    EXPECT_FALSE(own.plug.ApplyShadowPeerToSHM()) << "nobody is linked";
+    EXPECT_FALSE(own.plug.Peer().ApplyShadowPeerToSHM()) << "nobody is linked";
     ASSERT_TRUE(own.monitor.Pair(own.id, peer.id));
     own.block(); // takes the link over
-    EXPECT_TRUE(own.plug.ApplyShadowPeerToSHM());
-    EXPECT_FALSE(own.plug.ApplyShadowPeerToSHM()) << "once";
+    EXPECT_TRUE(own.plug.Peer().ApplyShadowPeerToSHM());
+    EXPECT_FALSE(own.plug.Peer().ApplyShadowPeerToSHM()) << "once";
     const auto slot = peer.slot();
     ASSERT_EQ(slot.bandCount, 3);
     const TDBand& last = slot.bands[2];
@@ -134,19 +134,19 @@ TEST(ShadowPeer, IsWrittenOnceToALinkedPeerAfterEachRecordAndLoad) {
         unsigned bandWrites, otherWrites;
         float hpHz;
     } cases[] = {
-        {"filters", [&] { own.plug.RecordShadowPeerHpLp(99.0F, 9999.0F); }, 3, 1, 1, 99.0F},
+        {"filters", [&] { own.plug.Peer().RecordShadowPeerHpLp(99.0F, 9999.0F); }, 3, 1, 1, 99.0F},
         {"a load", [&] { own.load(chunkFile("full")); }, 3, 1, 1, 35.0F},
-        {"bands without width", [&] { own.plug.RecordShadowPeerBands(noWidth.data(), 5); }, 3, 0, 1,
-         35.0F},
-        {"none", [&] { own.plug.RecordShadowPeerBands(nullptr, 1); }, 0, 0, 0, 35.0F},
+        {"bands without width", [&] { own.plug.Peer().RecordShadowPeerBands(noWidth.data(), 5); },
+         3, 0, 1, 35.0F},
+        {"none", [&] { own.plug.Peer().RecordShadowPeerBands(nullptr, 1); }, 0, 0, 0, 35.0F},
         {"controls, the rest as cleared",
-         [&] { own.plug.RecordShadowPeerControls(5.0F, 50.0F, 1.0F); }, 1, 0, 1, 20.0F}};
+         [&] { own.plug.Peer().RecordShadowPeerControls(5.0F, 50.0F, 1.0F); }, 1, 0, 1, 20.0F}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         const auto before = peer.slot();
         c.record();
         EXPECT_EQ(support::get<std::int32_t>(own.saved(), support::kShadowAt), c.savedBands);
-        EXPECT_EQ(own.plug.ApplyShadowPeerToSHM(), c.otherWrites > 0);
+        EXPECT_EQ(own.plug.Peer().ApplyShadowPeerToSHM(), c.otherWrites > 0);
         const auto after = peer.slot();
         EXPECT_EQ(after.bandsSeq, before.bandsSeq + c.bandWrites);
         EXPECT_EQ(after.hpLpSeq, before.hpLpSeq + c.otherWrites);

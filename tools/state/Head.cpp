@@ -1,6 +1,6 @@
 #include "tools/state/Values.h"
 
-#include <algorithm>
+#include <string_view>
 #include <type_traits>
 
 namespace listing {
@@ -13,7 +13,7 @@ struct Caption {
 };
 
 // clang-format off
-constexpr Caption kCaptions[state::kHeadFields] = {
+constexpr Caption kCaptions[] = {
     {"name of this instance", ""}, {"bands in use", ""}, {"band edges", "Hz"}, {"bands on", ""},
     {"name of the peer", ""},
     {"peer: bands", ""},       {"peer: band edges", "Hz"}, {"peer: thresholds", "dB"},
@@ -23,89 +23,84 @@ constexpr Caption kCaptions[state::kHeadFields] = {
 };
 // clang-format on
 
-/// Text and JSON of one field; edges in pairs, as they belong together.
-struct Show {
-    Field& field;
-    Caption caption;
+/// Text and JSON of one field's values; edges in pairs, as they belong together.
+class Show {
+public:
+    Show(Field& shown, const char* unitBehind, bool inPairs)
+        : field(shown), unit(unitBehind), pairs(inPairs) {}
 
-    void operator()(const std::array<char, 64>& text) const {
-        field.value = '"' + terminal::printable(fixedText(text)) + '"';
-        field.json = std::string(fixedText(text));
-    }
-    void operator()(std::int32_t value) const {
-        field.value = std::to_string(value);
-        field.json = value;
-    }
-    void operator()(float value) const {
-        field.value = withUnit(numberText(value), caption.unit);
-        field.json = numberJson(value);
-    }
-    template <std::size_t n>
-    void operator()(const std::array<float, n>& values) const {
-        const bool pairs = n == std::tuple_size_v<decltype(state::Head::bandFreqs)>;
-        for (std::size_t i = 0; i < n; ++i) {
-            field.value += i == 0 ? "" : pairs && i % 2 == 1 ? " to " : ", ";
-            field.value += numberText(values[i]);
-            field.json.push_back(numberJson(values[i]));
-        }
-        field.value = withUnit(field.value, caption.unit);
-    }
-    void operator()(const std::array<std::uint8_t, 3>& flags) const {
-        for (std::size_t i = 0; i < flags.size(); ++i) {
-            field.value += std::string(i == 0 ? "" : ", ") + (flags[i] != 0 ? "on" : "off");
-            field.json.push_back(flags[i] != 0);
+    template <class First, class... Rest>
+    void all(const First& first, const Rest&... rest) {
+        if constexpr (sizeof...(rest) == 0) {
+            field.value = withUnit(text(first), unit);
+            field.json = json(first);
+        } else {
+            add(first);
+            (add(rest), ...);
+            field.value = withUnit(field.value, unit);
         }
     }
+
+private:
+    template <class Value>
+    void add(const Value& value) {
+        field.value += count == 0 ? "" : pairs && count % 2 == 1 ? " to " : ", ";
+        field.value += text(value);
+        field.json.push_back(json(value));
+        ++count;
+    }
+
+    static std::string text(const shm::Name& name) {
+        return '"' + terminal::printable(fixedText(name)) + '"';
+    }
+    static std::string text(std::int32_t value) { return std::to_string(value); }
+    static std::string text(float value) { return numberText(value); }
+    static std::string text(bool on) { return on ? "on" : "off"; }
+    static Json json(const shm::Name& name) { return std::string(fixedText(name)); }
+    static Json json(std::int32_t value) { return value; }
+    static Json json(float value) { return numberJson(value); }
+    static Json json(bool on) { return on; }
+
+    Field& field;
+    const char* unit;
+    bool pairs;
+    int count = 0;
 };
 
 template <class Value>
 bool isFinite(const Value& value) {
     if constexpr (std::is_same_v<Value, float>)
         return std::isfinite(value);
-    else if constexpr (std::is_same_v<Value, std::array<float, 3>> ||
-                       std::is_same_v<Value, std::array<float, 6>>)
-        return std::ranges::all_of(value, [](float one) { return std::isfinite(one); });
     else
         return true;
 }
 
-/// The edges of the bands in use are no bands: the plug-in derives them from the parameters.
-bool edgesUseless(const state::Head& head) {
-    const int count = std::clamp(head.activeBandCount, 1, 3);
-    for (std::size_t band = 0; band < static_cast<std::size_t>(count); ++band)
-        if (!(head.bandFreqs[2 * band] < head.bandFreqs[2 * band + 1]))
-            return true;
-    return false;
-}
-
 /// What the plug-in does with an odd value in this field.
-std::string remarkOn(int index, const state::Head& head) {
-    switch (index) {
-    case state::InstanceName:
-        if (head.instanceName[0] == '\0')
-            return "empty: the present name stays";
-        return hasEnd(head.instanceName) ? "" : "has no end: cut after 63 bytes";
-    case state::ActiveBandCount:
-        return head.activeBandCount >= 1 && head.activeBandCount <= 3
+std::string remarkOn(std::string_view field, const state::Record& record) {
+    if (field == "instanceName" && record.instanceName[0] == '\0')
+        return "empty: the present name stays";
+    if (field == "instanceName" || field == "peerName")
+        return hasEnd(field == "peerName" ? record.peerName : record.instanceName)
+                   ? ""
+                   : "has no end: cut after 63 bytes";
+    if (field == "activeBandCount")
+        return record.bands.count >= 1 && record.bands.count <= shm::kBandCount
                    ? ""
                    : "not 1 to 3: ignored, the present number stays";
-    case state::BandFreqs:
-        return edgesUseless(head) ? "not usable: taken from FreqLow and FreqHigh instead" : "";
-    case state::PeerName:
-        return hasEnd(head.peerName) ? "" : "has no end: cut after 63 bytes";
-    case state::ShadowBandCount:
-        if (head.shadowBandCount > 3)
-            return "above 3: ignored with all of the peer's settings";
-        return head.shadowBandCount < 0 ? "below 0: taken as 0, nothing is remembered" : "";
-    default:
-        return "";
-    }
+    if (field == "bandFreqs")
+        return record.bands.edgesUsable() ? ""
+                                          : "not usable: taken from FreqLow and FreqHigh instead";
+    if (field == "shadowBandCount" && record.peer.bands.count > shm::kBandCount)
+        return "above 3: ignored with all of the peer's settings";
+    if (field == "shadowBandCount" && record.peer.bands.count < 0)
+        return "below 0: taken as 0, nothing is remembered";
+    return "";
 }
 
 std::string cutRemark(int index) {
-    const bool countLost = index <= state::ActiveBandCount;
+    constexpr int kCountAt = 1;
     return std::string("cut off: not taken, nor anything behind it") +
-           (countLost ? "; bands in use becomes 1" : "");
+           (index <= kCountAt ? "; bands in use becomes 1" : "");
 }
 
 } // namespace
@@ -114,15 +109,18 @@ void addHead(Listing& listing) {
     const state::Reading& reading = listing.reading;
     int index = 0;
     int offset = 0;
-    state::visitHead(reading.head, [&](const char* name, const auto& value) {
-        Field field{offset, sizeof value, name, kCaptions[index].label, "", {}, ""};
-        const bool taken = index < reading.headFields;
+    state::visitRecord(reading.record, [&](const char* name, const auto&... values) {
+        constexpr auto kSize = static_cast<int>((sizeof values + ...));
+        const auto& [label, unit] = kCaptions[index];
+        Field field{offset, kSize, name, label, "", {}, ""};
+        const bool taken = index < reading.fields;
         if (taken) {
-            Show{field, kCaptions[index]}(value);
-            field.remark = remarkOn(index, reading.head);
-            if (index == state::ShadowBandCount && field.json == 0)
+            const bool pairs = sizeof...(values) == 2 * std::size_t{shm::kBandCount};
+            Show(field, unit, pairs).all(values...);
+            field.remark = remarkOn(name, reading.record);
+            if (std::string_view(name) == "shadowBandCount" && field.json == 0)
                 field.value += " (nothing is remembered)";
-            if (field.remark.empty() && !isFinite(value))
+            if (field.remark.empty() && !(isFinite(values) && ...))
                 field.remark = "not a finite number: the default instead";
         } else {
             field.size = listing.bytes - offset;
@@ -132,7 +130,7 @@ void addHead(Listing& listing) {
         // A cut field is shown, but not what is skipped behind a count that rules it out.
         if (taken || reading.broken)
             listing.fields.push_back(std::move(field));
-        offset += static_cast<int>(sizeof value);
+        offset += kSize;
         ++index;
         return taken;
     });

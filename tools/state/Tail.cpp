@@ -62,8 +62,8 @@ void addTrailer(Words& words, bool found) {
 
 /// Both sides, taken together or not at all. Returns whether both are in the chunk.
 bool addEditorSize(Words& words, bool taken) {
-    const std::string range = std::to_string(state::kLeastEditorPx) + " to " +
-                              std::to_string(state::kMostEditorPx) + " px";
+    const std::string range =
+        std::to_string(state::kMinEditorPx) + " to " + std::to_string(state::kMaxEditorPx) + " px";
     for (const auto& [name, label] : {std::pair{"editorWidthPx", "window width"},
                                       std::pair{"editorHeightPx", "window height"}}) {
         const auto px = words.peek();
