@@ -1,9 +1,9 @@
 #pragma once
 
+#include "bench/Hash.h"
 #include "dsp/DenormalGuard.h"
 #include "dsp/SpectralProcessor.h"
 
-#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <memory>
@@ -12,13 +12,6 @@
 #include <vector>
 
 namespace bench {
-
-/// FNV-1a of the bits, goes on from `value`: a faster wrong answer shows.
-inline std::uint32_t hashOf(std::span<const float> data, std::uint32_t value = 2166136261U) {
-    for (const float number : data)
-        value = (value ^ std::bit_cast<std::uint32_t>(number)) * 16777619U;
-    return value;
-}
 
 enum class Load { Reduced, Unity, Quiet }; ///< every bin above its threshold; no peer; a peer below
 
@@ -49,12 +42,14 @@ public:
                                 1.0F, 0.0F, 1e6F);
     }
 
-    [[nodiscard]] std::uint32_t hash() const {
+    [[nodiscard]] std::uint32_t outputHash() const {
         const auto n = static_cast<std::size_t>(size);
-        std::uint32_t value = hashOf(std::span(processor->ringL).first(4 * n));
-        value = hashOf(std::span(processor->ringR).first(4 * n), value);
-        value = hashOf(std::span(processor->magnitude).first(n / 2), value);
-        return hashOf(std::span(processor->binGain).first(n / 2), value);
+        Hash hash;
+        hash.add(std::span(processor->ringL).first(4 * n));
+        hash.add(std::span(processor->ringR).first(4 * n));
+        hash.add(std::span(processor->magnitude).first(n / 2));
+        hash.add(std::span(processor->binGain).first(n / 2));
+        return hash.value();
     }
 
     int size = 0;

@@ -2,9 +2,9 @@
 /// An absent extension answers nullopt, false or an empty list. All [main] unless marked.
 #pragma once
 
+#include "adapter/ClapRecords.h"
 #include "host/ByteStream.h"
 #include "host/Instance.h"
-#include "adapter/ClapRecords.h"
 
 #include <cstdint>
 #include <optional>

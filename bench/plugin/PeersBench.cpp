@@ -134,7 +134,7 @@ Contender ourselves(bench::Rack& rack) {
     const auto addOutput = [&rack](bench::Hash& hash, std::uint32_t frames) {
         for (const std::size_t player : {0U, 1U})
             for (const std::uint32_t channel : {0U, 1U})
-                hash.add(rack[player].output(channel), frames);
+                hash.add(rack[player].output(channel).first(frames));
     };
     return {.name = "TessellaDuckwork", .block = block, .addOutput = addOutput, .instances = 2};
 }
@@ -149,7 +149,7 @@ Contender other(const char* name, bench::Lv2Effect& effect, const bench::Sound& 
             },
             [&](bench::Hash& hash, std::uint32_t frames) {
                 for (const auto& output : effect.outputs())
-                    hash.add(output.data(), frames);
+                    hash.add(std::span(output).first(frames));
             }};
 }
 

@@ -2,8 +2,6 @@
 
 #include "tests/support/Signals.h"
 
-#include <bit>
-
 namespace bench {
 namespace {
 
@@ -30,11 +28,6 @@ Sound::Sound(unsigned seed) {
         channels[0].push_back(static_cast<float>(chord.left[i] + noise.left[i]));
         channels[1].push_back(static_cast<float>(chord.right[i] + noise.right[i]));
     }
-}
-
-void Hash::add(const float* samples, std::uint32_t count) {
-    for (std::uint32_t i = 0; i < count; ++i)
-        add(std::bit_cast<std::uint32_t>(samples[i]));
 }
 
 Player::Player(const Sound& played) : sound(played) {
@@ -82,7 +75,7 @@ std::uint32_t Rack::start(std::size_t count, double rate, std::uint32_t blockFra
             for (std::size_t i = 0; i < count; ++i) {
                 players[i]->block(at, blockFrames);
                 for (const std::uint32_t channel : {0U, 1U})
-                    hashes[i][channel].add(players[i]->output(channel), blockFrames);
+                    hashes[i][channel].add(players[i]->output(channel).first(blockFrames));
             }
     Hash all;
     for (const auto& [left, right] : hashes) {

@@ -1,12 +1,14 @@
 /// Instances of the built plug-in file at play, for benchmarks.
 #pragma once
 
+#include "bench/Hash.h"
 #include "host/AudioBuffers.h"
 #include "tests/host/Track.h"
 
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 namespace bench {
@@ -30,17 +32,6 @@ private:
     std::array<std::vector<float>, 2> channels;
 };
 
-/// A number that changes with any bit of any sample (FNV-1a).
-class Hash {
-public:
-    void add(std::uint32_t word) { sum = (sum ^ word) * 16777619U; }
-    void add(const float* samples, std::uint32_t count);
-    [[nodiscard]] std::uint32_t value() const { return sum; }
-
-private:
-    std::uint32_t sum = 2166136261U;
-};
-
 /// One instance, with thresholds so low that a peer that plays reduces every bin: the dearest case.
 /// Its samples are 32 bits wide, as most hosts have them, and lie where the host keeps them.
 class Player {
@@ -51,9 +42,9 @@ public:
     void start(double rate);
     /// A block of the sound from `at` on; `at + frames` is at most kLapFrames. [audio]
     void block(std::uint32_t at, std::uint32_t frames);
-    /// What the last block made.
-    [[nodiscard]] const float* output(std::uint32_t channel) {
-        return audio.output().channel32(channel).data();
+    /// What the last block made, and older samples up to kMaxBlock.
+    [[nodiscard]] std::span<const float> output(std::uint32_t channel) {
+        return audio.output().channel32(channel);
     }
 
     [[nodiscard]] host::Instance& instance() { return track.instance; }
