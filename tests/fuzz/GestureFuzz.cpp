@@ -12,10 +12,9 @@
 
 namespace {
 
+using namespace ui;
 using fuzz::demand;
 using shm::BandSet;
-using ui::Hit;
-using ui::Part;
 
 bool isWithin(float value, double low, double high) { // NaN is not
     return value >= static_cast<float>(low) && value <= static_cast<float>(high);
@@ -59,13 +58,13 @@ BandSet anyBands(fuzz::Bytes& bytes) {
 
 /// A drag or a notch of the wheel.
 void turn(BandSet& list, const Hit& hit, fuzz::Bytes& bytes) {
-    const ui::ControlRange range = ui::ctrlToParam(hit);
-    const float value =
-        bytes.flip() ? ui::draggedValue(range, anyValue(bytes), anyValue(bytes), bytes.flip())
-                     : ui::wheeledValue(range, anyValue(bytes), bytes.flip());
+    const ControlRange range = ctrlToParam(hit);
+    const float value = bytes.flip()
+                            ? draggedValue(range, anyValue(bytes), anyValue(bytes), bytes.flip())
+                            : wheeledValue(range, anyValue(bytes), bytes.flip());
     demand(isWithin(value, range.min, range.max), "a control stays in its range");
-    for (const auto format : {ui::ValueFormat::Whole, ui::ValueFormat::OneDecimal})
-        demand(ui::valueText(value, format).back() == '\0', "a value's text has an end");
+    for (const auto format : {ValueFormat::Whole, ValueFormat::OneDecimal})
+        demand(valueText(value, format).back() == '\0', "a value's text has an end");
     if (hit.part == Part::Threshold || hit.part == Part::Ratio) {
         demand(list.has(hit.index), "a handle that is hit has a band");
         TDBand& band = list[hit.index];
@@ -75,13 +74,13 @@ void turn(BandSet& list, const Hit& hit, fuzz::Bytes& bytes) {
 
 /// What the pointer does at a point of a band area.
 void gesture(BandSet& list, shm::Filters& filters, fuzz::Bytes& bytes) {
-    const ui::Point at{float(bytes.between(-10, 970)), float(bytes.between(-10, 610))};
-    const ui::HitScene scene{
+    const Point at{float(bytes.between(-10, 970)), float(bytes.between(-10, 610))};
+    const HitScene scene{
         {filters, list}, {filters, list}, bytes.flip(), bytes.flip(), bytes.between(0, 15)};
-    const ui::Target target = hitTest(at, scene);
+    const Target target = hitTest(at, scene);
     const Hit hit = hitOf(target);
     demand(targetOf(hit) == target, "what is hit has a kind, a side and an index");
-    const float hz = ui::draggedHz(anyValue(bytes), anyValue(bytes));
+    const float hz = draggedHz(anyValue(bytes), anyValue(bytes));
     demand(isWithin(hz, 20, 20000), "a drag stays on the axis");
     if (hit.part == Part::Edge) {
         demand(list.has(hit.index + 1), "an edge that is hit has two sides");
@@ -101,14 +100,15 @@ void gesture(BandSet& list, shm::Filters& filters, fuzz::Bytes& bytes) {
 }
 
 void dragCorner(fuzz::Bytes& bytes) {
-    ui::CornerDrag corner;
+    CornerDrag corner;
     corner.press(bytes.any<std::int16_t>(), {bytes.between(1, 5000), bytes.between(1, 5000)});
     for (int moves = bytes.between(0, 3); moves > 0; --moves) {
-        const ui::SizePx size = corner.move(bytes.any<std::int16_t>()).size;
-        demand(isWithin(float(size.width), editor::kMinSize.width, editor::kMaxCornerSize.width) &&
-                   isWithin(float(size.height), editor::kMinSize.height,
-                            editor::kMaxCornerSize.height),
-               "the corner stays in bounds");
+        const SizePx size = corner.move(bytes.any<std::int16_t>()).size;
+        demand(
+            isWithin(float(size.width), editor::kMinSize.width, editor::kMaxCornerSize.width) &&
+                isWithin(float(size.height), editor::kMinSize.height,
+                         editor::kMaxCornerSize.height),
+            "the corner stays in bounds");
     }
 }
 
