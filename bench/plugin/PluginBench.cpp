@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr std::size_t kMostPlayers = 64;
+constexpr std::size_t kMaxPlayers = 64;
 
 /// Made once: an instance takes up to 100 ms to go.
 std::optional<bench::Rack> gRack;
@@ -69,7 +69,7 @@ int main(int argc, char** argv) {
         benchmark::Initialize(&argc, argv);
         if (benchmark::ReportUnrecognizedArguments(argc, argv) || !host::enterPrivateShm())
             return 1;
-        gRack.emplace(kMostPlayers);
+        gRack.emplace(kMaxPlayers);
         registerBenchmarks();
         benchmark::RunSpecifiedBenchmarks();
         gRack.reset();
