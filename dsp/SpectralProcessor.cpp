@@ -1,6 +1,5 @@
 #include "dsp/SpectralProcessor.h"
 
-#include "dsp/SampleRate.h"
 #include "dsp/Smoothing.h"
 
 #include <algorithm>

@@ -12,9 +12,6 @@
 
 namespace dsp {
 
-/// Bins of a spectrum that instances exchange; higher bins are never reduced.
-inline constexpr int kExchangedBins = 1024;
-
 /// Spectral ducker: turns down those bins of its own stereo signal in which a peer's spectrum is
 /// above a threshold. Short-time Fourier transform with 50 % overlap, sine window before and after.
 ///

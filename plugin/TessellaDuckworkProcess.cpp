@@ -1,6 +1,5 @@
 #include "plugin/TessellaDuckwork.h"
 
-#include "dsp/BandLevels.h"
 #include "dsp/Bands.h"
 #include "dsp/Smoothing.h"
 

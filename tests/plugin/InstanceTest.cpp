@@ -1,4 +1,4 @@
-#include "dsp/BandLevels.h"
+#include "dsp/Bands.h"
 #include "adapter/ParamQueue.h"
 #include "tests/plugin/NoEditor.h"
 #include "tests/plugin/Plugged.h"

@@ -1,7 +1,7 @@
 /// What the instance would have shown in its window.
 #pragma once
 
-#include "dsp/BandLevels.h"
+#include "dsp/Bands.h"
 
 namespace support {
 
