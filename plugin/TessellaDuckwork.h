@@ -2,7 +2,6 @@
 #pragma once
 
 #include "dsp/Relaxed.h"
-#include "dsp/SampleStream.h"
 #include "dsp/SpectralAnalyzer.h"
 #include "dsp/SpectralProcessor.h"
 #include "plugin/AudioGate.h"

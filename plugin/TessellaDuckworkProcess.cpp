@@ -25,9 +25,9 @@ void TessellaDuckwork::ProcessBlock(const double* const* inputs, double* const* 
     GlideWorkingValues(nFrames);
     const bool stereo = NOutChansConnected() >= 2;
     double* const right = stereo ? outputs[1] : nullptr;
-    const bool newFrame = processor.hopFill + nFrames >= processor.hopSize;
-    dsp::streamBlock(processor, Settings(input.PeerValid()), inputs[0],
-                     stereo ? inputs[1] : nullptr, outputs[0], right, nFrames);
+    const bool newFrame = processor.runsFrameWithin(nFrames);
+    processor.stream(Settings(input.PeerValid()), inputs[0], stereo ? inputs[1] : nullptr,
+                     outputs[0], right, nFrames);
     MeasureLevels(input, newFrame);
     Publish(newFrame);
     HandMetersToEditor();
