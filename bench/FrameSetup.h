@@ -4,6 +4,8 @@
 #include "dsp/DenormalGuard.h"
 #include "dsp/SpectralProcessor.h"
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <memory>
@@ -18,46 +20,53 @@ enum class Load { Reduced, Unity, Quiet }; ///< every bin above its threshold; n
 /// A processor in the middle of a stream of noise, to run the same frame again and again.
 class FrameSetup {
 public:
-    FrameSetup(const dsp::Kernels& kernels, double rate, Load frameLoad)
-        : processor(std::make_unique<dsp::SpectralProcessor>(kernels)), load(frameLoad) {
-        processor->setTimes(10.0, 100.0);
+    FrameSetup(const dsp::Kernels& kernels, double rate, Load load)
+        : processor(std::make_unique<dsp::SpectralProcessor>(kernels)) {
         size = static_cast<int>(processor->reset(rate));
         std::minstd_rand random(1);
-        std::uniform_real_distribution<float> noise(-0.5F, 0.5F);
-        for (auto* hops : {&processor->hopsL, &processor->hopsR})
-            for (auto& hop : *hops)
-                for (int i = 0; i < size / 2; ++i)
-                    hop[static_cast<std::size_t>(i)] = noise(random);
+        std::uniform_real_distribution<double> noise(-0.5, 0.5);
+        left.resize(static_cast<std::size_t>(size));
+        right = left;
+        for (auto* channel : {&left, &right})
+            std::ranges::generate(*channel, [&] { return noise(random); });
         std::uniform_real_distribution<double> level(-19.0, 10.0); // thresholds are −20 dB
         for (float& value : peer) {
             const double quieter = load == Load::Quiet ? 40.0 : 0.0;
             value = static_cast<float>(size / 3.14159 *
                                        std::pow(10.0, (level(random) - quieter) / 20.0));
         }
+        settings = {.peerMagnitude = peer.data(),
+                    .peerValid = load != Load::Unity,
+                    .thresholdDb = {-20.0, -20.0, -20.0},
+                    .ratio = {2.0, 4.0, 8.0},
+                    .hpHz = 0.0F,
+                    .lpHz = 1e6F};
+        outputHash(); // streams N samples: both hops are full then
     }
 
-    void run() {
-        const double thresholdDb[] = {-20.0, -20.0, -20.0}, ratio[] = {2.0, 4.0, 8.0};
-        processor->processBlock(peer.data(), load != Load::Unity, thresholdDb, ratio, 200.0, 5000.0,
-                                1.0F, 0.0F, 1e6F);
-    }
+    void run() { processor->processBlock(settings); }
 
-    [[nodiscard]] std::uint32_t outputHash() const {
-        const auto n = static_cast<std::size_t>(size);
-        Hash hash;
-        hash.add(std::span(processor->ringL).first(4 * n));
-        hash.add(std::span(processor->ringR).first(4 * n));
-        hash.add(std::span(processor->magnitude).first(n / 2));
-        hash.add(std::span(processor->binGain).first(n / 2));
-        return hash.value();
+    /// Of what the next N samples, the noise again, bring.
+    std::uint32_t outputHash() {
+        auto outL = left, outR = right;
+        processor->stream(settings, left.data(), right.data(), outL.data(), outR.data(), size);
+        const auto bins = static_cast<std::size_t>(size / 2);
+        Hash value;
+        for (const auto* out : {&outL, &outR})
+            for (const double sample : *out)
+                value.add(std::bit_cast<std::uint32_t>(static_cast<float>(sample)));
+        value.add(std::span(processor->magnitude).first(bins));
+        value.add(std::span(processor->binGain).first(bins));
+        return value.value();
     }
 
     int size = 0;
-    std::unique_ptr<dsp::SpectralProcessor> processor;
 
 private:
-    Load load;
+    std::unique_ptr<dsp::SpectralProcessor> processor;
+    std::vector<double> left, right;
     std::vector<float> peer = std::vector<float>(dsp::kExchangedBins);
+    dsp::FrameSettings settings;
 };
 
 constexpr double kRates[] = {22050.0, 48000.0, 96000.0, 192000.0}; ///< of N = 512 … 4096

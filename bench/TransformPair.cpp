@@ -26,7 +26,7 @@ void transform(const bench::PairMemory& memory) {
     dsp::PairFrame frame{};
     frame.magnitude = memory.magnitude;
     frame.gain = memory.one;
-    kernels::treatMiddleRow<N, true>(rows, frame);
+    kernels::applyGainsToMiddleRow<N, true>(rows, frame);
     const kernels::Vec scale = kernels::broadcast(1.0F / N);
     const auto putBack = [&memory, scale](int, int row, kernels::Row value) {
         kernels::store(memory.left + row * kWidth, value.re * scale);

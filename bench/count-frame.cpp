@@ -1,7 +1,6 @@
 /// What callgrind counts for tools/check-instructions: count-frame KIND TIMES. Frames with all bins
 /// reduced (frame-1024, frame-4096), or blocks of 64 samples that complete no frame (block-64).
 #include "bench/FrameSetup.h"
-#include "dsp/SampleStream.h"
 
 #include <array>
 #include <cstdio>
@@ -23,7 +22,7 @@ void countBlocks(int times) {
     std::array<double, 64> left{}, right{};
     left.fill(0.25);
     for (int i = 0; i < times; ++i)
-        dsp::streamBlock(processor, {}, left.data(), right.data(), left.data(), right.data(), 64);
+        processor.stream({}, left.data(), right.data(), left.data(), right.data(), 64);
 }
 
 } // namespace

@@ -9,6 +9,9 @@ namespace dsp {
 /// Low, mid and high.
 inline constexpr int kBandCount = 3;
 
+/// Bins of a spectrum that instances exchange; higher bins are never reduced.
+inline constexpr int kExchangedBins = 1024;
+
 /// π as the level scale knows it: a transform of size N is normalised by N / 3.1415927.
 inline constexpr float kPi = 3.1415927F;
 
@@ -70,5 +73,24 @@ inline std::array<BinRange, kBandCount> bandRanges(float binHz, int numBins, flo
     const int midEnd = endOf(1);
     return {BinRange{0, lowEnd}, BinRange{lowEnd, midEnd}, BinRange{midEnd, std::max(numBins, 0)}};
 }
+
+/// Mean of `count` magnitudes, count > 0. A peer's spectrum comes from shared memory, which anybody
+/// may write: its NaNs, infinities and negative numbers count as 0, so the mean is finite. [any]
+double meanMagnitude(const float* magnitudes, int count);
+
+/// Low, mid and high level, linear.
+using BandLevels = std::array<float, kBandCount>;
+
+/// Mean of scale · magnitude per band over the bins 1 .. count − 2; 0 for a band without bins.
+/// Magnitudes as for meanMagnitude; for 0 ≤ scale ≤ 1 the result is finite. [any]
+BandLevels bandLevels(const float* magnitude, int count, float binHz, double lowSplitHz,
+                      double highSplitHz, float scale);
+
+/// Scale of bandLevels for the own magnitudes. Deliberate: the own meter is not normalised by the
+/// transform size as the peer's is; the editor's meters are drawn for exactly this pair.
+inline constexpr float kOwnLevelScale = 1.0F;
+
+/// Scale of bandLevels for the peer's magnitudes, given the own transform size N ≥ 4: π / N.
+constexpr float peerLevelScale(int fftSize) { return kPi / static_cast<float>(fftSize); }
 
 } // namespace dsp

@@ -1,5 +1,4 @@
 #include "dsp/Kernels.h"
-#include "dsp/kernels/Sets.h"
 
 #include <vector>
 

@@ -1,11 +1,49 @@
 #pragma once
 
-#include "dsp/GainGlide.h"
-#include "dsp/PairFrame.h"
-
 #include <span>
 
 namespace dsp {
+
+/// Floats of scratch that a frame of N samples takes: N complex points, spread a little.
+template <int N>
+constexpr int kScratch = 2 * N + 128;
+
+/// The memory of one frame of a channel pair, N samples with 50 % overlap, for the kernels. All
+/// aligned to 64 bytes. Plain pointers: the kernels are compiled for several processors and share
+/// no inline function with the rest.
+struct PairFrame {
+    const float* olderL; ///< the frame's first N/2 samples
+    const float* olderR;
+    const float* newerL; ///< and its last
+    const float* newerR;
+    const float* window; ///< N values, applied before and after
+    const float* gain;   ///< N/2 + 1 linear gains; those of DC and Nyquist are 1
+    float* magnitude;    ///< to N/2 + 1 values: the mean of both channels, on twice the DFT's scale
+    float* work;         ///< kScratch<N> floats of scratch
+    float* tailL;        ///< N/2 output samples, to which the frame's first half is added
+    float* tailR;
+    float* freshL; ///< N/2 output samples, overwritten with the frame's second half
+    float* freshR;
+    float scaleL; ///< of the output; 0 for a channel that must stay silent
+    float scaleR;
+};
+
+/// One step of the gains towards what a peer's spectrum asks for, for the kernels.
+/// `bins` is a multiple of 8; all arrays hold as many values and, but for the peer's, are aligned
+/// to 64 bytes.
+///
+/// The target of a bin is (peer · inverseThreshold)^power where that product is above 1, else 1;
+/// a product that is no number counts as below, an infinite one makes it 0.
+struct GainGlide {
+    const float* peer;             ///< magnitudes; any bit pattern
+    const float* inverseThreshold; ///< 1 / magnitude, finite; 0: never reduced
+    const float* power;            ///< −1 to 0
+    float* gain;                   ///< 0 to 1
+    float* carry;                  ///< what rounding has taken from the gains so far
+    float attackCoef;              ///< part of the distance that is left, while falling
+    float releaseCoef;             ///< the same while rising
+    int bins;
+};
 
 /// The engine's inner loops as compiled for one kind of processor. All sets do the same, to within
 /// rounding. Kernels neither allocate nor wait nor keep state. [any]
@@ -37,5 +75,11 @@ constexpr int sizeIndex(int size) { return (size > 512) + (size > 1024) + (size 
 /// The sets that this machine can run, the fastest first; their tables are built. [any except
 /// audio: the first call computes and may wait]
 std::span<const Kernels* const> usableKernels();
+
+// What the build holds, each in a file with compile options of its own. A machine may lack what a
+// set is compiled for, so nobody but usableKernels chooses among them.
+extern const Kernels kAvx2Kernels;
+extern const Kernels kSseKernels;
+extern const Kernels kPortableKernels;
 
 } // namespace dsp

@@ -3,23 +3,27 @@
 #include <algorithm>
 
 namespace dsp {
+namespace {
 
-BinRange passedBins(float hpHz, float lpHz, float binHz, int numBins) {
+/// The bins that hpHz and lpHz leave, that a peer sends, and that are neither DC nor top bin.
+BinRange duckedBins(const ReductionSettings& settings, int numBins) {
+    const float hpHz = settings.hpHz, lpHz = settings.lpHz;
     const BinRange passBand{
-        firstBinWhereNot(binHz, numBins, [hpHz](float hz) { return !(hz >= hpHz); }),
-        firstBinWhereNot(binHz, numBins, [lpHz](float hz) { return hz <= lpHz; })};
-    return passBand.within({1, numBins - 1});
+        firstBinWhereNot(settings.binHz, numBins, [hpHz](float hz) { return !(hz >= hpHz); }),
+        firstBinWhereNot(settings.binHz, numBins, [lpHz](float hz) { return hz <= lpHz; })};
+    return passBand.within({1, std::min(numBins - 1, kExchangedBins)});
 }
 
-void ReductionTable::follow(const ReductionSettings& settings, int exchangedBins) {
+} // namespace
+
+void ReductionTable::follow(const ReductionSettings& settings) {
     if (settings == followed)
         return;
     followed = settings;
     const int numBins = settings.fftSize / 2;
     ranges = bandRanges(settings.binHz, numBins, settings.lowSplitHz, settings.highSplitHz);
     inverse.fill(0.0F);
-    const BinRange ducked = passedBins(settings.hpHz, settings.lpHz, settings.binHz, numBins)
-                                .within({0, exchangedBins});
+    const BinRange ducked = duckedBins(settings, numBins);
     for (std::size_t band = 0; band < ranges.size(); ++band) {
         const double ratio = settings.ratio[band];
         const double threshold = fromDb(settings.thresholdDb[band]) * settings.fftSize / kPi;

@@ -28,8 +28,8 @@ public:
     using Bins = std::array<float, kMaxBins>;
     using BandRanges = std::array<BinRange, kBandCount>;
 
-    /// Bins from exchangedBins up are never reduced, nor are DC and top bin.
-    void follow(const ReductionSettings& settings, int exchangedBins);
+    /// Bins from kExchangedBins up are never reduced, nor are DC and top bin.
+    void follow(const ReductionSettings& settings);
 
     [[nodiscard]] const float* inverseThreshold() const { return inverse.data(); }
     [[nodiscard]] const float* power() const { return powers.data(); }
@@ -41,8 +41,5 @@ private:
     alignas(64) Bins inverse{}; ///< 1 / threshold magnitude; 0: never reduced
     alignas(64) Bins powers{};  ///< −(1 − 1/ratio)
 };
-
-/// The bins of a transform that hpHz and lpHz leave, never DC and top bin. [any]
-BinRange passedBins(float hpHz, float lpHz, float binHz, int numBins);
 
 } // namespace dsp

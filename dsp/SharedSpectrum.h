@@ -12,14 +12,14 @@ namespace dsp {
 /// The last spectrum of an engine, for other threads. The writer never waits: while a reader holds
 /// the copy, a frame's spectrum is left out and the next one follows. Readers wait for as long as a
 /// copy takes.
-template <std::size_t kMost>
+template <std::size_t kMaxValues>
 class SharedSpectrum {
 public:
-    /// Takes over at most kMost values. [audio; main while not processing]
+    /// Takes over at most kMaxValues values. [audio; main while not processing]
     void offer(std::span<const float> spectrum) {
         if (busy.test_and_set(std::memory_order_acquire))
             return;
-        count = std::min(spectrum.size(), kMost);
+        count = std::min(spectrum.size(), kMaxValues);
         std::copy_n(spectrum.begin(), count, values.begin());
         busy.clear(std::memory_order_release);
     }
@@ -37,7 +37,7 @@ public:
 private:
     mutable std::atomic_flag busy; ///< somebody uses what follows
     std::size_t count = 0;
-    alignas(64) std::array<float, kMost> values{};
+    alignas(64) std::array<float, kMaxValues> values{};
 };
 
 } // namespace dsp

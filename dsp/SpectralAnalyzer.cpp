@@ -1,7 +1,7 @@
 #include "dsp/SpectralAnalyzer.h"
 
 #include "dsp/Kernels.h"
-#include "dsp/SampleRate.h"
+#include "dsp/Smoothing.h"
 #include "dsp/fft.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dsp/DisplayBins.h"
+#include "dsp/Display.h"
 
 #include <array>
 #include <atomic>

@@ -1,6 +1,5 @@
 #include "dsp/SpectralProcessor.h"
 
-#include "dsp/SampleRate.h"
 #include "dsp/Smoothing.h"
 
 #include <algorithm>
@@ -21,6 +20,19 @@ int sizeForRate(double sampleRate) {
 /// The spectrum of no peer.
 constexpr std::array<float, kExchangedBins> kSilence{};
 
+/// A channel from sample `start` on; no channel stays none.
+template <class Sample>
+Sample* from(Sample* channel, int start) {
+    return channel != nullptr ? channel + start : nullptr;
+}
+
+void emitSilence(double* left, double* right, int n) {
+    if (left != nullptr)
+        std::fill_n(left, n, 0.0);
+    if (right != nullptr)
+        std::fill_n(right, n, 0.0);
+}
+
 } // namespace
 
 SpectralProcessor::SpectralProcessor(const Kernels& kernelSet) : kernels(&kernelSet) {
@@ -39,20 +51,24 @@ std::uint32_t SpectralProcessor::reset(double newSampleRate) {
         window[static_cast<std::size_t>(n)] =
             std::sin(kPi * static_cast<float>(n) / static_cast<float>(size));
     setTimes(attackMs, releaseMs);
+    clear();
+    return static_cast<std::uint32_t>(size);
+}
 
+void SpectralProcessor::clear() noexcept {
     hopFill = samplesSeen = 0;
     ringWrite = ringRead = 0;
+    filling = 0;
     for (auto* hops : {&hopsL, &hopsR})
         for (Hop& hop : *hops)
             hop.fill(0.0F);
     for (Ring* ring : {&ringL, &ringR})
         ring->fill(0.0F);
     magnitude.fill(0.0F);
-    sharedMagnitude.offer({magnitude.data(), static_cast<std::size_t>(size / 2)});
+    shareMagnitude();
     binGain.fill(1.0F);
     carry.fill(0.0F);
     grLowDb = grMidDb = grHighDb = 0.0F;
-    return static_cast<std::uint32_t>(size);
 }
 
 void SpectralProcessor::setTimes(double newAttackMs, double newReleaseMs) {
@@ -66,28 +82,63 @@ void SpectralProcessor::setTimes(double newAttackMs, double newReleaseMs) {
     releaseCoef = onePoleCoef(release, frameRate);
 }
 
+void SpectralProcessor::stream(const FrameSettings& settings, const double* inL, const double* inR,
+                               double* outL, double* outR, int n) {
+    if (hopSize == 0) {
+        emitSilence(outL, outR, n);
+        return;
+    }
+    for (int start = 0, run = 0; start < n; start += run) {
+        // A run ends at the hop boundary. Both inputs are taken before an output, which may be the
+        // same memory, is written.
+        run = std::min(n - start, hopSize - hopFill);
+        collect(inL + start, from(inR, start), run);
+        if (hopFill >= hopSize) {
+            hopFill = 0;
+            processBlock(settings);
+        }
+        // N is a multiple of the hop, so the output opens between two runs, never within one.
+        if (samplesSeen >= fftSize) {
+            emit(from(outL, start), from(outR, start), run);
+        } else {
+            emitSilence(from(outL, start), from(outR, start), run);
+            samplesSeen += run;
+        }
+    }
+}
+
+void SpectralProcessor::processBlock(const FrameSettings& settings) {
+    if (fftSize == 0)
+        return;
+    releasePreviousFrame();
+    reduction.follow({.thresholdDb = settings.thresholdDb,
+                      .ratio = settings.ratio,
+                      .lowSplitHz = static_cast<float>(settings.lowSplitHz),
+                      .highSplitHz = static_cast<float>(settings.highSplitHz),
+                      .hpHz = settings.hpHz,
+                      .lpHz = settings.lpHz,
+                      .binHz = binHz(),
+                      .fftSize = fftSize});
+    const bool gainsAreOne = glideGains(settings);
+    overlapAddFrame(gainsAreOne, settings.outputGain);
+    shareMagnitude();
+    meterBands(reduction.bands());
+    filling = 1 - filling;
+}
+
 void SpectralProcessor::processBlock(const float* peerMagnitude, bool peerValid,
                                      const double* thresholdDb, const double* ratio,
                                      double lowSplitHz, double highSplitHz, float outputGain,
                                      float hpHz, float lpHz) {
-    if (fftSize == 0)
-        return;
-    releasePreviousFrame();
-    reduction.follow({.thresholdDb = {thresholdDb[0], thresholdDb[1], thresholdDb[2]},
-                      .ratio = {ratio[0], ratio[1], ratio[2]},
-                      .lowSplitHz = static_cast<float>(lowSplitHz),
-                      .highSplitHz = static_cast<float>(highSplitHz),
-                      .hpHz = hpHz,
-                      .lpHz = lpHz,
-                      .binHz = binHz(),
-                      .fftSize = fftSize},
-                     kExchangedBins);
-    const bool gainsAreOne =
-        glideGains(peerValid && peerMagnitude != nullptr ? peerMagnitude : kSilence.data());
-    overlapAddFrame(gainsAreOne, outputGain);
-    sharedMagnitude.offer({magnitude.data(), static_cast<std::size_t>(numBins)});
-    meterBands(reduction.bands());
-    filling = 1 - filling;
+    processBlock({.peerMagnitude = peerMagnitude,
+                  .peerValid = peerValid,
+                  .thresholdDb = {thresholdDb[0], thresholdDb[1], thresholdDb[2]},
+                  .ratio = {ratio[0], ratio[1], ratio[2]},
+                  .lowSplitHz = lowSplitHz,
+                  .highSplitHz = highSplitHz,
+                  .outputGain = outputGain,
+                  .hpHz = hpHz,
+                  .lpHz = lpHz});
 }
 
 void SpectralProcessor::computeGrBands(double lowSplitHz, double highSplitHz) {
@@ -109,8 +160,42 @@ void SpectralProcessor::meterBands(const ReductionTable::BandRanges& ranges) {
     grHighDb = meanGainDb(2);
 }
 
+void SpectralProcessor::shareMagnitude() {
+    sharedMagnitude.offer({magnitude.data(), static_cast<std::size_t>(numBins)});
+}
+
 int SpectralProcessor::readMagnitude(std::span<float> destination) const {
     return static_cast<int>(sharedMagnitude.read(destination));
+}
+
+/// Into the hops being filled, which have room for n samples; without a right channel the left one
+/// twice.
+void SpectralProcessor::collect(const double* left, const double* right, int n) {
+    kernels->toFloat(left, hopsL[filling].data() + hopFill, n);
+    kernels->toFloat(right != nullptr ? right : left, hopsR[filling].data() + hopFill, n);
+    hopFill += n;
+}
+
+/// Takes n samples of each channel from the rings, as silence where they are empty.
+void SpectralProcessor::emit(double* left, double* right, int n) {
+    const auto wanted = static_cast<std::uint32_t>(n);
+    const std::uint32_t taken = std::min(wanted, ringWrite - ringRead);
+    const int count = static_cast<int>(taken);
+    copyFromRing(ringL, left, count);
+    copyFromRing(ringR, right, count);
+    ringRead += taken;
+    emitSilence(from(left, count), from(right, count), n - count);
+}
+
+/// From ringRead on; out may be null. Reading keeps step with the hops, so a run, which ends with a
+/// hop, never passes the ring's end.
+void SpectralProcessor::copyFromRing(const Ring& ring, double* out, int n) const {
+    if (out != nullptr)
+        kernels->toDouble(ring.data() + (ringRead & ringMask()), out, n);
+}
+
+std::uint32_t SpectralProcessor::ringMask() const {
+    return 4 * static_cast<std::uint32_t>(fftSize) - 1;
 }
 
 /// Distance of two bins. As N is a power of two, bin · binHz() is exactly bin · sampleRate / N.
@@ -120,8 +205,9 @@ float SpectralProcessor::binHz() const { return sampleRate / static_cast<float>(
 /// be complete.
 void SpectralProcessor::releasePreviousFrame() { ringWrite += static_cast<std::uint32_t>(hopSize); }
 
-bool SpectralProcessor::glideGains(const float* peerMagnitude) {
-    return kernels->glideGains({.peer = peerMagnitude,
+bool SpectralProcessor::glideGains(const FrameSettings& settings) {
+    const bool hasPeer = settings.peerValid && settings.peerMagnitude != nullptr;
+    return kernels->glideGains({.peer = hasPeer ? settings.peerMagnitude : kSilence.data(),
                                 .inverseThreshold = reduction.inverseThreshold(),
                                 .power = reduction.power(),
                                 .gain = binGain.data(),

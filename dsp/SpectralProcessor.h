@@ -12,52 +12,70 @@
 
 namespace dsp {
 
-/// Bins of a spectrum that instances exchange; higher bins are never reduced.
-inline constexpr int kExchangedBins = 1024;
+/// What a frame is ducked against, and how.
+struct FrameSettings {
+    /// min(numBins, kExchangedBins) magnitudes on this transform's scale, or null; any bit pattern
+    /// is survived. Bin k of the peer is bin k here, whatever the peer's rate.
+    const float* peerMagnitude = nullptr;
+    bool peerValid = false;                              ///< false: gains glide to 1, by releaseMs
+    std::array<double, kBandCount> thresholdDb{};        ///< dB over N/π; low, mid and high band
+    std::array<double, kBandCount> ratio{1.0, 1.0, 1.0}; ///< n : 1; up to 1 switches a band off
+    double lowSplitHz = 200.0;
+    double highSplitHz = 5000.0;
+    float outputGain = 1.0F;             ///< linear, finite
+    float hpHz = 20.0F, lpHz = 20000.0F; ///< bins outside, both ends inclusive, are not reduced
+};
 
 /// Spectral ducker: turns down those bins of its own stereo signal in which a peer's spectrum is
 /// above a threshold. Short-time Fourier transform with 50 % overlap, sine window before and after.
 ///
 /// Owned by value by the plug-in instance; all memory is inside. The audio thread owns everything
-/// but what is marked otherwise. dsp::streamBlock feeds it sample by sample and takes its output.
+/// but what is marked otherwise.
 // NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): members stand by who writes them
 class SpectralProcessor {
 public:
     static constexpr int kMaxSize = 4096;
     static constexpr int kMaxBins = kMaxSize / 2;
-    static constexpr std::uint32_t kRingSize = 4 * kMaxSize;
 
     /// Floats by which arrays are longer than their power of two: side by side they would otherwise
     /// compete for the same sets of the cache, which cost large frames a fifth of their time.
     static constexpr int kStagger = 48;
-    using Hop = std::array<float, kMaxSize / 2 + kStagger>;
-    using Frame = std::array<float, kMaxSize + kStagger>;
     using Bins = std::array<float, kMaxBins + kStagger>; ///< with room for Nyquist
-    using Ring = std::array<float, kRingSize + kStagger>;
 
     /// Sizes are 0, times 10 and 100 ms and all gains 1 until the first reset; processBlock then
-    /// does nothing. Kernels: those of a machine's processor unless a test or benchmark wants
-    /// others. [main]
+    /// does nothing, and stream gives silence. Kernels: those of a machine's processor unless a
+    /// test or benchmark wants others. [main]
     explicit SpectralProcessor(const Kernels& kernelSet = *usableKernels().front());
 
     /// Chooses the transform size (the power of two from 512 to 4096 that holds 21 ms), computes
-    /// window and coefficients and clears all signal state. A rate that is no rate (NaN, infinite,
-    /// below 1 Hz) counts as 44100 Hz. Returns the size N, samples. [main, while not processing]
+    /// window and coefficients and clears the sound. A rate that is no rate (NaN, infinite, below
+    /// 1 Hz) counts as 44100 Hz. Returns the size N, samples. [main, while not processing]
     std::uint32_t reset(double sampleRate);
+
+    /// Forgets the sound: input, output, spectrum, gains and meters are as after reset, and so is
+    /// what stream gives next. Sizes, times and tables stay. [audio; main, while not processing]
+    void clear() noexcept;
 
     /// Stores attack (at least 0.1) and release (at least 1.0), ms, and computes both coefficients
     /// for the current frame rate sampleRate / hopSize (1 Hz before the first reset). [any]
     void setTimes(double newAttackMs, double newReleaseMs);
 
-    /// One frame over the two hops of each channel, to be called whenever hopSize new samples are
-    /// in the one that is being filled; afterwards the older one is.
+    /// Streams n samples of a channel pair, running a frame at each full hop. The output is the
+    /// input of 2N samples ago; before that silence.
     ///
-    /// peerMagnitude: min(numBins, kExchangedBins) magnitudes on this transform's scale, or null;
-    /// any bit pattern is survived. Bin k of the peer is bin k here, whatever the peer's rate.
-    /// peerValid: false glides all gains to 1 at the release rate.
-    /// thresholdDb, ratio: low, mid, high band; dB over N/π, and n : 1. A ratio up to 1 switches a
-    /// band off. outputGain: linear, finite. hpHz, lpHz: bins outside, both ends inclusive, are not
-    /// reduced. [audio]
+    /// Mono: inR null or equal to inL, outR null. An output may be the buffer of either input (in
+    /// place, also with the channels crossed), but may not overlap one in part.
+    /// Any input is survived: NaN counts as 0, and samples are limited to ±1e15. [audio]
+    void stream(const FrameSettings& settings, const double* inL, const double* inR, double* outL,
+                double* outR, int n);
+
+    /// Whether to stream n more samples runs a frame. [audio]
+    [[nodiscard]] bool runsFrameWithin(int n) const { return hopFill + n >= hopSize; }
+
+    /// One frame over the last two hops of each channel; stream calls it. [audio]
+    void processBlock(const FrameSettings& settings);
+
+    /// The same, the settings one by one; thresholdDb and ratio have a value a band. [audio]
     void processBlock(const float* peerMagnitude, bool peerValid, const double* thresholdDb,
                       const double* ratio, double lowSplitHz, double highSplitHz, float outputGain,
                       float hpHz, float lpHz);
@@ -76,9 +94,6 @@ public:
     Relaxed<std::int32_t> hopSize = 0;
     Relaxed<std::int32_t> numBins = 0;
 
-    std::int32_t hopFill = 0;     ///< samples in the hops being filled
-    std::int32_t samplesSeen = 0; ///< since reset, saturates
-
     // Written by setTimes on any thread, read by the audio thread.
     Relaxed<float> attackCoef;
     Relaxed<float> releaseCoef;
@@ -86,6 +101,29 @@ public:
     Relaxed<double> releaseMs;
 
     const Kernels* const kernels;
+    alignas(64) Bins magnitude{}; ///< mean of both channels, unnormalised; see readMagnitude
+    alignas(64) Bins binGain{};   ///< smoothed, linear, 0 to 1
+    float grLowDb = 0.0F, grMidDb = 0.0F, grHighDb = 0.0F;
+
+private:
+    using Hop = std::array<float, kMaxSize / 2 + kStagger>;
+    using Frame = std::array<float, kMaxSize + kStagger>;
+    using Ring = std::array<float, 4 * kMaxSize + kStagger>;
+
+    void collect(const double* left, const double* right, int n);
+    void emit(double* left, double* right, int n);
+    void copyFromRing(const Ring& ring, double* out, int n) const;
+    [[nodiscard]] std::uint32_t ringMask() const;
+    [[nodiscard]] float binHz() const;
+    void releasePreviousFrame();
+    [[nodiscard]] bool glideGains(const FrameSettings& settings);
+    void overlapAddFrame(bool gainsAreOne, float outputGain);
+    [[nodiscard]] bool isSilent(const std::array<Hop, 2>& hops) const;
+    void shareMagnitude();
+    void meterBands(const ReductionTable::BandRanges& ranges);
+
+    std::int32_t hopFill = 0;     ///< samples in the hops being filled
+    std::int32_t samplesSeen = 0; ///< since reset or clear, counted up to N
     /// Ring positions, free-running; index = position & ringMask(). Frames are added beyond
     /// ringWrite.
     std::uint32_t ringWrite = 0, ringRead = 0;
@@ -93,26 +131,10 @@ public:
     alignas(64) std::array<Hop, 2> hopsL{}, hopsR{}; ///< the other holds the hop before
     alignas(64) Ring ringL{}, ringR{};               ///< output
     alignas(64) Frame window{};
-    alignas(64) Bins magnitude{}; ///< mean of both channels, unnormalised; see readMagnitude
-    alignas(64) Bins binGain{};   ///< smoothed, linear, 0 to 1
-    float grLowDb = 0.0F, grMidDb = 0.0F, grHighDb = 0.0F;
-
-    [[nodiscard]] std::uint32_t ringMask() const {
-        return 4 * static_cast<std::uint32_t>(fftSize) - 1;
-    }
-
-private:
-    [[nodiscard]] float binHz() const;
-    void releasePreviousFrame();
-    [[nodiscard]] bool glideGains(const float* peerMagnitude);
-    void overlapAddFrame(bool gainsAreOne, float outputGain);
-    [[nodiscard]] bool isSilent(const std::array<Hop, 2>& hops) const;
-    void meterBands(const ReductionTable::BandRanges& ranges);
-
-    ReductionTable reduction;
-    SharedSpectrum<kMaxBins> sharedMagnitude;
     alignas(64) Bins carry{}; ///< see GainGlide
     alignas(64) std::array<float, kScratch<kMaxSize>> work{};
+    ReductionTable reduction;
+    SharedSpectrum<kMaxBins> sharedMagnitude;
 };
 
 } // namespace dsp

@@ -137,7 +137,7 @@ void TessellaDuckwork::OnReset() {
 
 /// The host wants the sound forgotten; settings stay.
 void TessellaDuckwork::OnClear() {
-    processor.reset(hostSampleRate);
+    processor.clear();
     peerBins.fill(0.0F);
     shm.ForgetPeerSpectrum();
     SnapWorkingValues();

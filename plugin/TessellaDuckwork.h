@@ -3,7 +3,6 @@
 
 #include "adapter/IPlugCLAP.h"
 #include "dsp/Relaxed.h"
-#include "dsp/SampleStream.h"
 #include "dsp/SpectralAnalyzer.h"
 #include "dsp/SpectralProcessor.h"
 #include "plugin/AudioGate.h"

@@ -1,6 +1,5 @@
 #include "plugin/TessellaDuckwork.h"
 
-#include "dsp/BandLevels.h"
 #include "dsp/Bands.h"
 #include "dsp/DenormalGuard.h"
 #include "dsp/Smoothing.h"
@@ -37,9 +36,9 @@ void TessellaDuckwork::ProcessBlock(const double* const* inputs, double* const* 
     GlideWorkingValues(nFrames);
     const bool stereo = NOutChansConnected() >= 2;
     double* const right = stereo ? outputs[1] : nullptr;
-    const bool newFrame = processor.hopFill + nFrames >= processor.hopSize;
-    dsp::streamBlock(processor, Settings(input.peerValid), inputs[0], stereo ? inputs[1] : nullptr,
-                     outputs[0], right, nFrames);
+    const bool newFrame = processor.runsFrameWithin(nFrames);
+    processor.stream(Settings(input.peerValid), inputs[0], stereo ? inputs[1] : nullptr, outputs[0],
+                     right, nFrames);
     MeasureLevels(input, newFrame);
     Publish(newFrame);
     HandMetersToEditor();

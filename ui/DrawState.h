@@ -1,7 +1,7 @@
 /// What one frame is drawn from.
 #pragma once
 
-#include "dsp/DisplayLevels.h"
+#include "dsp/Display.h"
 #include "plugin/EditorAccess.h"
 #include "ui/HitTest.h"
 #include "ui/PanelTexts.h"

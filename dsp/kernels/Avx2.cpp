@@ -3,6 +3,5 @@
 #define TD_KERNEL_WIDTH 8
 #define TD_KERNEL_INTRINSICS
 #include "dsp/kernels/KernelSet.h"
-#include "dsp/kernels/Sets.h"
 
 const dsp::Kernels dsp::kAvx2Kernels = dsp::avx2::tableNamed("AVX2");

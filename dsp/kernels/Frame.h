@@ -82,7 +82,7 @@ template <int N>
 void reduceFrame(const PairFrame& frame) {
     Row* const rows = rowsOf<N>(frame);
     analyse<N>(frame, rows);
-    treatSpectrum<N, true>(rows, frame);
+    applyGains<N, true>(rows, frame);
     resynthesise<N>(frame, rows);
 }
 
@@ -91,7 +91,7 @@ template <int N>
 void passFrame(const PairFrame& frame) {
     Row* const rows = rowsOf<N>(frame);
     analyseAndPass<N>(frame, rows);
-    treatSpectrum<N, false>(rows, frame);
+    applyGains<N, false>(rows, frame);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 /// The gains of all bins: what the peer's magnitudes ask for, and the way there.
 #pragma once
 
-#include "dsp/GainGlide.h"
+#include "dsp/Kernels.h"
 #include "dsp/kernels/Vector.h"
 
 namespace dsp::TD_KERNEL_SET {

@@ -2,9 +2,25 @@
 /// first stage of the inverse. A tile holds W rows and their mirror images, so that both halves of
 /// each pair of bins k and N − k, which the two channels share, are at hand; the spectrum as a
 /// whole is never in memory.
+///
+/// An example with N = 8 points and, fewer than any set has, W = 2 lanes: M = N / W = 4 rows. Once
+/// transformed across its lanes, row k' holds the bins k' and k' + 4; of these, 0 and 4 are their
+/// own mirror images, the others form the pairs 1 and 7, 2 and 6, 3 and 5.
+///
+///     row 0: bins 0, 4    row 1: bins 1, 5    row 2: bins 2, 6    row 3: bins 3, 7
+///
+/// So row 1 is mirrored in row 3, rows 0 and 2 in themselves. The only tile takes W rows upwards
+/// from row 0 and W downwards from its image: rows 0 and 1 into `up`, rows 0 and 3 into `down`.
+/// There a row lies in a lane:
+///
+///     up[0]: bins 0, 1    up[1]: bins 4, 5    down[0]: bins 0, 7    down[1]: bins 4, 3
+///
+/// up[0] with down[0] makes the magnitudes 0 and 1, in the order of memory; down[1] with up[1]
+/// those of 4 and 3, which are turned round. Row 2, M / 2, is left for the middle and makes bin 2
+/// of the pair 2 and 6. That is each magnitude from 0 to N / 2 once.
 #pragma once
 
-#include "dsp/PairFrame.h"
+#include "dsp/Kernels.h"
 #include "dsp/kernels/LanePasses.h"
 
 namespace dsp::TD_KERNEL_SET {
@@ -57,9 +73,9 @@ public:
             [](Row lane, Row root) { return timesConj(lane, root); }, down);
     }
 
-    /// Every pair of mirrored bins once: its magnitude and, with kReduce, its gain.
+    /// Measures the magnitude of each pair of mirrored bins and, with kReduce, applies its gain.
     template <bool kReduce>
-    [[gnu::always_inline]] void treat(const PairFrame& frame) {
+    [[gnu::always_inline]] void applyGains(const PairFrame& frame) {
         for (int c = 0; c < kHalf; ++c) {
             const int bin = kRows<N> * c + first;
             Row &z = up[c], &mirrored = down[(kWidth - c) % kWidth];
@@ -141,7 +157,7 @@ private:
 /// Row M/2, which no tile holds because it is its own mirror image: bin M·c + M/2 is mirrored at
 /// c' = W − 1 − c. A single row, so transformed by a matrix, there and back.
 template <int N, bool kReduce>
-inline void treatMiddleRow(Row* rows, const PairFrame& frame) {
+inline void applyGainsToMiddleRow(Row* rows, const PairFrame& frame) {
     constexpr int kRow = kRows<N> / 2;
     alignas(sizeof(Vec)) float gains[kWidth], magnitudes[kWidth];
     for (int c = 0; c < kWidth / 2; ++c)
@@ -172,16 +188,16 @@ inline float packedMagnitude(Row row) {
 
 /// From the lanes' spectra to magnitudes and, with kReduce, to the lanes' reduced spectra.
 template <int N, bool kReduce>
-inline void treatSpectrum(Row* rows, const PairFrame& frame) {
+inline void applyGains(Row* rows, const PairFrame& frame) {
     const float packed = packedMagnitude(rows[0]);
     for (int index = 0; index < kRows<N> / 2 / kWidth; ++index) {
         MirrorTile<N> tile(index);
         tile.transformForward(rows);
-        tile.template treat<kReduce>(frame);
+        tile.template applyGains<kReduce>(frame);
         if constexpr (kReduce)
             tile.transformBack(rows);
     }
-    treatMiddleRow<N, kReduce>(rows, frame);
+    applyGainsToMiddleRow<N, kReduce>(rows, frame);
     frame.magnitude[0] = packed;
 }
 

@@ -2,6 +2,5 @@
 #define TD_KERNEL_SET portable
 #define TD_KERNEL_WIDTH 4
 #include "dsp/kernels/KernelSet.h"
-#include "dsp/kernels/Sets.h"
 
 const dsp::Kernels dsp::kPortableKernels = dsp::portable::tableNamed("portable");

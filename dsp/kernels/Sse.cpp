@@ -3,6 +3,5 @@
 #define TD_KERNEL_WIDTH 4
 #define TD_KERNEL_INTRINSICS
 #include "dsp/kernels/KernelSet.h"
-#include "dsp/kernels/Sets.h"
 
 const dsp::Kernels dsp::kSseKernels = dsp::sse::tableNamed("x86-64-v2");

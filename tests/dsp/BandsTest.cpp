@@ -1,4 +1,4 @@
-#include "dsp/BandLevels.h"
+#include "dsp/Bands.h"
 #include "dsp/SpectralAnalyzer.h"
 
 #include <gtest/gtest.h>
@@ -47,9 +47,10 @@ TEST(BandLevels, AreMeansWithoutDcAndTopBinAndSurviveForeignNumbers) {
               (dsp::BandLevels{0, 101.0F / 12, 0}));
     EXPECT_EQ(dsp::bandLevels(bins.data(), 1, 10, 30, 60, 1), dsp::BandLevels{});
 
-    constexpr float kMax = std::numeric_limits<float>::max();
-    const std::array<float, 8> hostile{0, kNan, kInfinity, -5, 9, kMax, kMax, 0};
-    EXPECT_EQ(dsp::bandLevels(hostile.data(), 8, 10, 30, 50, 1), (dsp::BandLevels{0, 4.5F, kMax}));
+    constexpr float kMaxFloat = std::numeric_limits<float>::max();
+    const std::array<float, 8> hostile{0, kNan, kInfinity, -5, 9, kMaxFloat, kMaxFloat, 0};
+    EXPECT_EQ(dsp::bandLevels(hostile.data(), 8, 10, 30, 50, 1),
+              (dsp::BandLevels{0, 4.5F, kMaxFloat}));
     EXPECT_FLOAT_EQ(dsp::peerLevelScale(1024), 3.1415927F / 1024);
 }
 

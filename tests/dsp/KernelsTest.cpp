@@ -1,6 +1,6 @@
 #include "dsp/Kernels.h"
 #include "dsp/DenormalGuard.h"
-#include "dsp/SampleStream.h"
+#include "dsp/SpectralProcessor.h"
 #include "tests/support/ReferenceDucker.h"
 #include "tests/support/Signals.h"
 
@@ -83,17 +83,16 @@ protected:
         for (const Processor& processor : processors) {
             SCOPED_TRACE(processor->kernels->name);
             Stereo out = in;
-            dsp::streamBlock(*processor,
-                             {.peerMagnitude = peer.data(),
-                              .peerValid = linked,
-                              .thresholdDb = {-20.0, -20.0, -20.0},
-                              .ratio = {2.0, 4.0, 20.0},
-                              .lowSplitHz = 310.0,
-                              .highSplitHz = 2900.0,
-                              .hpHz = 10.0F,
-                              .lpHz = 1e5F},
-                             in.left.data(), in.right.data(), out.left.data(), out.right.data(),
-                             static_cast<int>(hop));
+            processor->stream({.peerMagnitude = peer.data(),
+                               .peerValid = linked,
+                               .thresholdDb = {-20.0, -20.0, -20.0},
+                               .ratio = {2.0, 4.0, 20.0},
+                               .lowSplitHz = 310.0,
+                               .highSplitHz = 2900.0,
+                               .hpHz = 10.0F,
+                               .lpHz = 1e5F},
+                              in.left.data(), in.right.data(), out.left.data(), out.right.data(),
+                              static_cast<int>(hop));
             EXPECT_LT(support::largestError(out, expected, 0, 1.0, 0), 1e-6);
             compareSpectra(*processor);
         }
@@ -165,12 +164,11 @@ TEST_P(KernelSets, KeepASilentChannelExactlySilent) {
             const auto peer = magnitudes(Peer::Loud, 1, model.size());
             double *const l = signal.left.data(), *const r = signal.right.data();
             processor->reset(rate);
-            dsp::streamBlock(*processor,
-                             {.peerMagnitude = peer.data(),
-                              .peerValid = true,
-                              .thresholdDb = {-20.0, -20.0, -20.0},
-                              .ratio = {2.0, 2.0, 2.0}},
-                             l, r, l, r, static_cast<int>(6 * n));
+            processor->stream({.peerMagnitude = peer.data(),
+                               .peerValid = true,
+                               .thresholdDb = {-20.0, -20.0, -20.0},
+                               .ratio = {2.0, 2.0, 2.0}},
+                              l, r, l, r, static_cast<int>(6 * n));
             EXPECT_EQ(silent, std::vector<double>(6 * n, 0.0)) << processor->kernels->name;
             EXPECT_GT(support::rms(signal, 4 * n), 0.001);
         }

@@ -1,10 +1,14 @@
 #include "dsp/SpectralProcessor.h"
+#include "dsp/DenormalGuard.h"
 #include "dsp/Smoothing.h"
+#include "tests/support/Signals.h"
 
 #include <cfloat>
 #include <gtest/gtest.h>
 #include <limits>
 #include <memory>
+#include <numeric>
+#include <tuple>
 
 namespace {
 
@@ -124,6 +128,79 @@ TEST_F(Gains, AreMeteredAsTheDbOfTheirMeanWithTheTopBin) {
     EXPECT_EQ(p.grLowDb, 0.0F) << "no bin";
     EXPECT_FLOAT_EQ(p.grMidDb, -180.0F) << "floor";
     EXPECT_EQ(p.grHighDb, 0.0F) << "no bin";
+}
+
+using support::Stereo;
+using Processor = std::unique_ptr<dsp::SpectralProcessor>;
+
+Processor prepared(double sampleRate) {
+    auto processor = std::make_unique<dsp::SpectralProcessor>();
+    processor->reset(sampleRate);
+    return processor;
+}
+
+Stereo streamed(dsp::SpectralProcessor& processor, const dsp::FrameSettings& settings,
+                Stereo signal) {
+    double *const l = signal.left.data(), *const r = signal.right.data();
+    processor.stream(settings, l, r, l, r, static_cast<int>(signal.size()));
+    return signal;
+}
+
+TEST(Stream, MayAliasItsBuffersAndRunInMono) {
+    const Stereo in = support::noise(6000, 0.5, 1);
+    const Stereo expected = streamed(*prepared(48000.0), {}, in);
+    Stereo crossed = in;
+    double *const l = crossed.left.data(), *const r = crossed.right.data();
+    prepared(48000.0)->stream({}, l, r, r, l, 6000);
+    EXPECT_TRUE(crossed.right == expected.left && crossed.left == expected.right);
+
+    const Processor both = prepared(48000.0); // the left channel, twice
+    EXPECT_EQ(streamed(*both, {}, {in.left, in.left}).right, expected.left);
+    for (const double* right : {static_cast<const double*>(nullptr), in.left.data()}) {
+        std::vector<double> mono(6000);
+        const Processor processor = prepared(48000.0);
+        processor->stream({}, in.left.data(), right, mono.data(), nullptr, 6000);
+        EXPECT_TRUE(mono == expected.left && processor->magnitude == both->magnitude);
+    }
+    dsp::SpectralProcessor fresh; // never reset
+    EXPECT_EQ(streamed(fresh, {}, in).left, std::vector<double>(6000, 0.0));
+}
+
+/// In the middle of a hop, with reduced gains: nothing of the sound may be left, all else must be.
+TEST(Stream, StartsAnewWhenCleared) {
+    std::vector<float> loud(1024); // each bin of its own, so that all roundings occur
+    std::iota(loud.begin(), loud.end(), 1000.0F);
+    const dsp::FrameSettings settings{.peerMagnitude = loud.data(),
+                                      .peerValid = true,
+                                      .thresholdDb = {-20.0, -20.0, -20.0},
+                                      .ratio = {4.0, 4.0, 4.0}};
+    const Processor used = prepared(96000.0), fresh = prepared(96000.0);
+    for (dsp::SpectralProcessor* processor : {used.get(), fresh.get()})
+        processor->setTimes(50.0, 500.0);
+    streamed(*used, settings, support::noise(45000, 0.5, 1));
+    EXPECT_LT(used->binGain[100], 0.5F);
+    used->clear();
+
+    std::vector<float> shared(1024, 1.0F);
+    EXPECT_EQ(used->readMagnitude(shared), 1024);
+    EXPECT_EQ(shared, std::vector<float>(1024, 0.0F));
+    const auto state = [](const dsp::SpectralProcessor& p) {
+        return std::tie(p.magnitude, p.binGain, p.grLowDb, p.grMidDb, p.grHighDb);
+    };
+    EXPECT_TRUE(state(*used) == state(*fresh));
+    const Stereo in = support::noise(20000, 0.5, 2);
+    const Stereo after = streamed(*used, settings, in), expected = streamed(*fresh, settings, in);
+    EXPECT_TRUE(after.left == expected.left && after.right == expected.right);
+    EXPECT_TRUE(state(*used) == state(*fresh));
+}
+
+TEST(DenormalGuard, FlushesAndRestores) {
+    volatile float tiny = 1e-40F;
+    {
+        const dsp::DenormalGuard guard;
+        EXPECT_TRUE(dsp::fpmode::kFlushBits == 0 || tiny * 1.0F == 0.0F);
+    }
+    EXPECT_GT(tiny * 1.0F, 0.0F);
 }
 
 } // namespace

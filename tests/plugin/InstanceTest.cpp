@@ -1,5 +1,5 @@
 #include "adapter/ParamQueue.h"
-#include "dsp/BandLevels.h"
+#include "dsp/Bands.h"
 #include "tests/plugin/NoEditor.h"
 #include "tests/plugin/Plugged.h"
 #include "tests/shm/RawSegment.h"

@@ -1,7 +1,7 @@
 /// An editor without a window: hears what the instance would show in it.
 #pragma once
 
-#include "dsp/BandLevels.h"
+#include "dsp/Bands.h"
 #include "plugin/EditorAccess.h"
 
 namespace support {

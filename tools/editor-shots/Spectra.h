@@ -1,7 +1,7 @@
 /// Made-up spectra that look like music's.
 #pragma once
 
-#include "dsp/DisplayLevels.h"
+#include "dsp/Display.h"
 
 namespace shots {
 

@@ -1,4 +1,4 @@
-#include "dsp/DisplayLevels.h"
+#include "dsp/Display.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -6,17 +6,17 @@
 
 namespace {
 
-constexpr float kMax = 3.4e38F;
+constexpr float kMaxFloat = 3.4e38F;
 
 // Bins 48000 / 2048 Hz apart; the last band, 19467 to 20000 Hz, covers bins 830 to 853.
 TEST(DisplayScale, ShowsTheMeanOfABandsBinsInDecibels) {
     dsp::DisplayScale scale;
     auto levels = dsp::silentLevels();
     std::vector<float> bins(1024, 2048 / 3.1415927F);
-    bins[0] = bins[829] = bins[854] = kMax; // of no band, or of the one below, or too high
+    bins[0] = bins[829] = bins[854] = kMaxFloat; // of no band, or of the one below, or too high
     for (std::size_t i = 830; i < 854; i += 2)
         bins[i] *= 3;
-    bins[830] = -kMax; // counts as 0: the mean is (12 + 11 · 3) / 24 = 1.875
+    bins[830] = -kMaxFloat; // counts as 0: the mean is (12 + 11 · 3) / 24 = 1.875
     scale.retune(48000, 2048, 1024);
     scale.follow(bins, levels);
     EXPECT_NEAR(levels[0], -40, 1e-4); // 0.6 · 0 + 0.4 · −100 dB
@@ -29,7 +29,7 @@ TEST(DisplayScale, ShowsTheMeanOfABandsBinsInDecibels) {
 }
 
 TEST(DisplayScale, StaysFiniteWhateverItGets) {
-    for (const float odd : {std::nanf(""), kMax, -kMax, HUGE_VALF, 1e-40F})
+    for (const float odd : {std::nanf(""), kMaxFloat, -kMaxFloat, HUGE_VALF, 1e-40F})
         for (const float rate : {std::nanf(""), 0.0F, 8.0F, 44100.0F})
             for (const int size : {-5, 0, 1024, 1 << 30})
                 for (const int bins : {-1, 0, 1, 1024, 100000}) {
