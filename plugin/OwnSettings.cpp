@@ -290,10 +290,25 @@ void OwnSettings::Flush(shm::Visit& visit) {
         }
 }
 
-void OwnSettings::SyncInBlock(const TessellaDuckworkSHM::TDAudioReadCycle& cycle, bool complete) {
-    const AudioGate::Pass pass(gate);
+bool OwnSettings::ReadAndSyncInBlock(TessellaDuckworkSHM::TDAudioReadCycle& cycle,
+                                     std::span<float> peerBins) {
+    const AudioGate::Pass pass(gate); // also while reading: the counters are those of now
+    const bool complete =
+        registry.ReadAudioCycle(bands.last, filters.last, controls.last, cycle, peerBins.data(),
+                                static_cast<int>(peerBins.size()));
     if (!pass)
-        return;
+        return complete;
+    TakeInBlock(cycle, complete);
+    if (AnythingPending()) {
+        shm::TryVisit visit(registry);
+        Publish(visit);
+    }
+    if (news != 0)
+        framework.InformHostOfValues(std::exchange(news, 0U));
+    return complete;
+}
+
+void OwnSettings::TakeInBlock(const TessellaDuckworkSHM::TDAudioReadCycle& cycle, bool complete) {
     if (!cycle.bypass)
         TakePriority();
     if (cycle.bandsChanged && cycle.bandCount > 0 &&
@@ -313,12 +328,6 @@ void OwnSettings::SyncInBlock(const TessellaDuckworkSHM::TDAudioReadCycle& cycle
              cycle.controlsSeq, complete);
         UpdateEnvelope();
     }
-    if (AnythingPending()) {
-        shm::TryVisit visit(registry);
-        Publish(visit);
-    }
-    if (news != 0)
-        framework.InformHostOfValues(std::exchange(news, 0U));
 }
 
 // Publishing

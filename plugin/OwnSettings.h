@@ -13,6 +13,7 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <span>
 
 /// One owner for all that this track can be set to. Numbers are parameters of the framework; band
 /// edges, band switches, name and priority live here. Everything goes out to the own slot of the
@@ -82,13 +83,11 @@ public:
     void Flush(shm::Visit& visit);
     /// One Flush of its own, patient; busy: nothing is taken in. [main, ui]
     void FlushSHMToParams();
-    /// The block's part: applies a reading of the registry, publishes with one try. Nothing, and
-    /// left to a later block, while the gate is closed. [audio]
-    void SyncInBlock(const TessellaDuckworkSHM::TDAudioReadCycle& cycle, bool complete);
-    /// The counters that a block asks with. [audio]
-    [[nodiscard]] std::uint64_t LastBandsSeq() const { return bands.last; }
-    [[nodiscard]] std::uint64_t LastHpLpSeq() const { return filters.last; }
-    [[nodiscard]] std::uint64_t LastControlsSeq() const { return controls.last; }
+    /// The block's part: reads the registry, as ReadAudioCycle, takes in what has changed there
+    /// and publishes with one try. While the gate is closed it only reads: all else is left to a
+    /// later block. [audio]
+    bool ReadAndSyncInBlock(TessellaDuckworkSHM::TDAudioReadCycle& cycle,
+                            std::span<float> peerBins);
 
     // State. The gate is closed. [main]
 
@@ -115,6 +114,7 @@ private:
     void Take(const shm::BandSet& set, std::uint64_t seq);
     template <class Values>
     void Take(Group& group, int firstParam, const Values& values, std::uint64_t seq, bool real);
+    void TakeInBlock(const TessellaDuckworkSHM::TDAudioReadCycle& cycle, bool complete);
     void TakePriority();
     void SetFromRegistry(int index, double value, bool real);
 

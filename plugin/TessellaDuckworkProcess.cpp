@@ -28,7 +28,6 @@ void TessellaDuckwork::ProcessBlock(const double* const* inputs, double* const* 
         shm.ForgetPublished();
     }
     const BlockInput input = ReadRegistry();
-    own.SyncInBlock(input.cycle, input.complete);
     if (input.cycle.bypass) {
         PassThrough(inputs, outputs, nFrames);
         return;
@@ -49,9 +48,7 @@ void TessellaDuckwork::ProcessBlock(const double* const* inputs, double* const* 
 /// peer counts as absent.
 TessellaDuckwork::BlockInput TessellaDuckwork::ReadRegistry() {
     BlockInput input;
-    input.complete =
-        shm.ReadAudioCycle(own.LastBandsSeq(), own.LastHpLpSeq(), own.LastControlsSeq(),
-                           input.cycle, peerBins.data(), static_cast<int>(peerBins.size()));
+    input.complete = own.ReadAndSyncInBlock(input.cycle, peerBins);
     const bool heard = input.complete && input.cycle.audioValid;
     input.peerValid = heard || (!input.complete && input.cycle.remoteId != 0 && peerHeard);
     peerHeard = heard;

@@ -98,7 +98,7 @@ TEST(Instance, KeepsTheHostsValueWhenTheRegistryIsBusy) {
     EXPECT_FLOAT_EQ(p.slot().attackMs, 50.0F) << "not published yet";
     for (const bool published : {false, true}) {
         EXPECT_DOUBLE_EQ(p.value(Attack), 33.0);
-        EXPECT_EQ(p.told(), "");
+        EXPECT_EQ(p.told(), published ? "9=500 ms 10=5.0 dB " : "") << "the others are the peer's";
         EXPECT_EQ(p.slot().controlsSeq, before + (published ? 1 : 0));
         p.block(); // carries it over, once
     }
@@ -210,6 +210,10 @@ TEST(Instance, ShowsTheLevelsOfBothLastSpectraWhateverIsNew) {
     own.monitor.WriteHpLpOf(own.id, 100, 10000);
     {
         const raw::HeldLock busy;
+        const auto before = support::handedPeerLevel();
+        tick();
+        EXPECT_EQ(support::handedPeerLevel(), before)
+            << "one busy block goes on with what it holds";
         tick();
         EXPECT_EQ(support::handedPeerLevel(), dsp::BandLevels{}) << "a busy registry has no peer";
     }

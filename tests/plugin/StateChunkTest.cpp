@@ -111,8 +111,8 @@ TEST(ShadowPeer, IsWrittenOnceToALinkedPeerAfterEachRecordAndLoad) {
     Side own(0), peer(1);
     ASSERT_EQ(own.load(chunkFile("full")), 366);
     EXPECT_FALSE(own.plug.Peer().ApplyShadowPeerToSHM()) << "nobody is linked";
+    peer.plug.SetInstanceName("Bass"); // as remembered
     ASSERT_TRUE(own.monitor.Pair(own.id, peer.id));
-    own.block(); // takes the link over
     EXPECT_TRUE(own.plug.Peer().ApplyShadowPeerToSHM());
     EXPECT_FALSE(own.plug.Peer().ApplyShadowPeerToSHM()) << "once";
     const auto slot = peer.slot();
