@@ -26,9 +26,9 @@ Held EditedTrack::hold(const Hit& hit) const {
 }
 
 /// Deliberate: this side's is the parameter's, also where the wheel or the host has moved that away
-/// from the band.
+/// from the band. But an edge goes on from where it is: its parameter ends earlier than the axis.
 float EditedTrack::valueOf(const Hit& hit) const {
-    if (side == Side::Local)
+    if (side == Side::Local && hit.part != Part::Edge)
         return paramValue(instance, ctrlToParam(hit).param);
     switch (hit.part) {
     case Part::Knob:
