@@ -42,7 +42,7 @@ shm::BandSet OwnSettings::BandsNow() const {
 }
 
 shm::BandSet OwnSettings::WithUsableEdges(shm::BandSet set) const {
-    if (set.edgesUsable())
+    if (set.EdgesUsable())
         return set;
     const std::array<double, 4> splits = {20.0, set.count == 1 ? 20000.0 : Value(FreqLow),
                                           set.count == 2 ? 20000.0 : Value(FreqHigh), 20000.0};
@@ -104,7 +104,7 @@ void OwnSettings::Edit(const shm::SettingsEdit& edit) {
                     controls.pending.fetch_or(1U << i, std::memory_order_relaxed);
                     told |= 1U << (Attack + i);
                 }
-            if (edit.hasControls())
+            if (edit.HasControls())
                 UpdateEnvelope();
         }
         shm::PatientVisit visit(registry);
@@ -126,7 +126,7 @@ void OwnSettings::SetBands(const shm::BandSet& set) {
     framework.GetParam(FreqHigh).Set(set.count >= 3 ? set[1].hiHz : shm::kHighSplitHz.max);
     for (int i = 0; i < shm::kBandCount; ++i) {
         const auto at = std::size_t(i);
-        const TDBand& band = set.orLast(i);
+        const TDBand& band = set.OrLast(i);
         framework.GetParam(kThresholds[at]).Set(band.threshDb);
         framework.GetParam(kRatios[at]).Set(band.ratio);
         hiddenRatio[at] = 0.0F;
@@ -188,7 +188,7 @@ void OwnSettings::Take(const shm::BandSet& set, std::uint64_t seq) {
     SetFromRegistry(FreqHigh, usable.count >= 3 ? usable[1].hiHz : shm::kHighSplitHz.max, true);
     for (int i = 0; i < shm::kBandCount; ++i) {
         const auto at = std::size_t(i);
-        const TDBand& band = usable.orLast(i);
+        const TDBand& band = usable.OrLast(i);
         SetFromRegistry(kThresholds[at], band.threshDb, true);
         SetFromRegistry(kRatios[at], band.enabled ? band.ratio : shm::kRatio.min, true);
         hiddenRatio[at] = band.enabled ? 0.0F : band.ratio;

@@ -1,23 +1,33 @@
 #include "plugin/Parameters.h"
 
+#include "shm/TDRecords.h"
+
 using iplug::ParamType;
+
+namespace {
+
+constexpr iplug::ParamSpec row(const char* name, const char* label, const shm::Range& range,
+                               double step) {
+    return {name, label, range.initial, range.min, range.max, step, ParamType::Double};
+}
+
+} // namespace
 
 // clang-format off
 const std::array<iplug::ParamSpec, kNumParams> kParamTable = {{
-    // name         label  default     min      max  step  type
-    {"FreqLow",    "Hz",     200.0,   20.0,  2000.0, 1.0, ParamType::Double},
-    {"FreqHigh",   "Hz",    5000.0,  500.0, 20000.0, 1.0, ParamType::Double},
-    {"ThreshLow",  "dB",     -20.0,  -60.0,     0.0, 0.1, ParamType::Double},
-    {"ThreshMid",  "dB",     -20.0,  -60.0,     0.0, 0.1, ParamType::Double},
-    {"ThreshHigh", "dB",     -20.0,  -60.0,     0.0, 0.1, ParamType::Double},
-    {"RatioLow",   ":1",       4.0,    1.0,    20.0, 0.1, ParamType::Double},
-    {"RatioMid",   ":1",       4.0,    1.0,    20.0, 0.1, ParamType::Double},
-    {"RatioHigh",  ":1",       4.0,    1.0,    20.0, 0.1, ParamType::Double},
-    {"Attack",     "ms",      10.0,    0.1,   300.0, 0.1, ParamType::Double},
-    {"Release",    "ms",     100.0,    5.0,  2000.0, 1.0, ParamType::Double},
-    {"Makeup",     "dB",       0.0,  -12.0,    24.0, 0.1, ParamType::Double},
-    {"LinkSlot",   "",         0.0,    0.0,     4.0, 1.0, ParamType::Int},
-    {"HP",         "Hz",      20.0,   20.0,  1000.0, 1.0, ParamType::Double},
-    {"LP",         "Hz",   20000.0, 1000.0, 20000.0, 1.0, ParamType::Double},
+    row("FreqLow",    "Hz", shm::kLowSplitHz,  1.0),
+    row("FreqHigh",   "Hz", shm::kHighSplitHz, 1.0),
+    row("ThreshLow",  "dB", shm::kThresholdDb, 0.1),
+    row("ThreshMid",  "dB", shm::kThresholdDb, 0.1),
+    row("ThreshHigh", "dB", shm::kThresholdDb, 0.1),
+    row("RatioLow",   ":1", shm::kRatio,       0.1),
+    row("RatioMid",   ":1", shm::kRatio,       0.1),
+    row("RatioHigh",  ":1", shm::kRatio,       0.1),
+    row("Attack",     "ms", shm::kAttackMs,    0.1),
+    row("Release",    "ms", shm::kReleaseMs,   1.0),
+    row("Makeup",     "dB", shm::kMakeupDb,    0.1),
+    {"LinkSlot", "", 0.0, 0.0, 4.0, 1.0, ParamType::Int},
+    row("HP",         "Hz", shm::kHpHz,        1.0),
+    row("LP",         "Hz", shm::kLpHz,        1.0),
 }};
 // clang-format on

@@ -122,8 +122,8 @@ shm::Settings PeerSettings::ReadAll(shm::Visit& visit) {
     visit.ReadRemoteHpLp(read.filters);
     visit.ReadRemoteControls(read.controls);
     return {.bands = read.bands.Usable(),
-            .filters = shm::usable(read.filters),
-            .controls = shm::usable(read.controls)};
+            .filters = shm::Usable(read.filters),
+            .controls = shm::Usable(read.controls)};
 }
 
 shm::Settings PeerSettings::Read(shm::Visit& visit) {
@@ -146,8 +146,8 @@ void PeerSettings::Edit(shm::Visit& visit, const shm::SettingsEdit& edit) {
         Settle(id, itsName);
     }
     shm::Settings now = visit ? ReadAll(visit) : known;
-    edit.applyTo(now.filters);
-    edit.applyTo(now.controls);
+    edit.ApplyTo(now.filters);
+    edit.ApplyTo(now.controls);
     now.bands = edit.bands.value_or(now.bands).Usable();
     settings.filters = now.filters;
     settings.controls = now.controls;
@@ -155,8 +155,8 @@ void PeerSettings::Edit(shm::Visit& visit, const shm::SettingsEdit& edit) {
         takeBands(settings.bands, now.bands);
     settings.bands.count = std::max(settings.bands.count, 1);
     applied = visit && (!edit.bands || visit.WriteRemoteBands(now.bands) != 0) &&
-              (!edit.hasFilters() || visit.WriteRemoteHpLp(now.filters) != 0) &&
-              (!edit.hasControls() || visit.WriteRemoteControls(now.controls) != 0);
+              (!edit.HasFilters() || visit.WriteRemoteHpLp(now.filters) != 0) &&
+              (!edit.HasControls() || visit.WriteRemoteControls(now.controls) != 0);
     known = now;
     dirty = true;
 }

@@ -161,7 +161,7 @@ Record adopted(const Reading& reading, const Record& present) {
 shm::Settings clearedPeer() {
     shm::Settings cleared;
     cleared.bands.bands.fill(
-        {.loHz = 0.0F, .hiHz = 0.0F, .threshDb = 0.0F, .ratio = shm::kRatio.initial});
+        {.loHz = 0.0F, .hiHz = 0.0F, .threshDb = 0.0F, .ratio = shm::kRatio.Initial()});
     return cleared;
 }
 

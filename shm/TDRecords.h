@@ -20,26 +20,26 @@ using Name = std::array<char, kNameBytes>; ///< NUL-terminated
 
 /// What a number may be, and what it is until somebody sets it.
 struct Range {
-    float min, max, initial;
+    double min, max, initial;
 
+    [[nodiscard]] constexpr float Initial() const { return static_cast<float>(initial); }
     /// The value inside the range. What is no number becomes the fallback.
     [[nodiscard]] constexpr float Usable(float value, float fallback) const {
-        return value != value
-                   ? fallback
-                   : std::clamp(value, min, max); // NOLINT(misc-redundant-expression): NaN
+        return value != value ? fallback // NOLINT(misc-redundant-expression): NaN
+                              : std::clamp(value, static_cast<float>(min), static_cast<float>(max));
     }
 };
 
-inline constexpr Range kEdgeHz{20.0F, 20000.0F, 20.0F};         ///< band edges
-inline constexpr Range kLowSplitHz{20.0F, 2000.0F, 200.0F};     ///< between low and mid band
-inline constexpr Range kHighSplitHz{500.0F, 20000.0F, 5000.0F}; ///< between mid and high band
-inline constexpr Range kThresholdDb{-60.0F, 0.0F, -20.0F};
-inline constexpr Range kRatio{1.0F, 20.0F, 4.0F}; ///< n:1
-inline constexpr Range kHpHz{20.0F, 1000.0F, 20.0F};
-inline constexpr Range kLpHz{1000.0F, 20000.0F, 20000.0F};
-inline constexpr Range kAttackMs{0.1F, 300.0F, 10.0F};
-inline constexpr Range kReleaseMs{5.0F, 2000.0F, 100.0F};
-inline constexpr Range kMakeupDb{-12.0F, 24.0F, 0.0F};
+inline constexpr Range kEdgeHz{20.0, 20000.0, 20.0};         ///< band edges
+inline constexpr Range kLowSplitHz{20.0, 2000.0, 200.0};     ///< between low and mid band
+inline constexpr Range kHighSplitHz{500.0, 20000.0, 5000.0}; ///< between mid and high band
+inline constexpr Range kThresholdDb{-60.0, 0.0, -20.0};
+inline constexpr Range kRatio{1.0, 20.0, 4.0}; ///< n:1
+inline constexpr Range kHpHz{20.0, 1000.0, 20.0};
+inline constexpr Range kLpHz{1000.0, 20000.0, 20000.0};
+inline constexpr Range kAttackMs{0.1, 300.0, 10.0};
+inline constexpr Range kReleaseMs{5.0, 2000.0, 100.0};
+inline constexpr Range kMakeupDb{-12.0, 24.0, 0.0};
 
 } // namespace shm
 
@@ -78,15 +78,15 @@ struct BandSet {
     bool operator==(const BandSet&) const = default;
     [[nodiscard]] TDBand& operator[](int index) { return bands[std::size_t(index)]; }
     [[nodiscard]] const TDBand& operator[](int index) const { return bands[std::size_t(index)]; }
-    [[nodiscard]] bool has(int index) const { return index >= 0 && index < count; }
-    [[nodiscard]] TDBand& last() { return (*this)[count - 1]; }
+    [[nodiscard]] bool Has(int index) const { return index >= 0 && index < count; }
+    [[nodiscard]] TDBand& Last() { return (*this)[count - 1]; }
     /// Band `index` of three as engine and parameters have them: beyond the count the last one.
-    [[nodiscard]] const TDBand& orLast(int index) const {
+    [[nodiscard]] const TDBand& OrLast(int index) const {
         return (*this)[std::max(0, std::min(index, count - 1))];
     }
 
     /// Whether the edges make bands: each of the first `count` is finite and has a width.
-    [[nodiscard]] bool edgesUsable() const {
+    [[nodiscard]] bool EdgesUsable() const {
         return std::all_of(bands.begin(), bands.begin() + std::clamp(count, 0, kBandCount),
                            [](const TDBand& band) {
                                return band.loHz < band.hiHz && std::isfinite(band.loHz) &&
@@ -117,8 +117,8 @@ struct BandSet {
 struct Filters {
     static constexpr int kCount = 2;
     static constexpr std::array<Range, kCount> kRanges = {kHpHz, kLpHz};
-    float hpHz = kHpHz.initial;
-    float lpHz = kLpHz.initial;
+    float hpHz = kHpHz.Initial();
+    float lpHz = kLpHz.Initial();
 
     bool operator==(const Filters&) const = default;
     [[nodiscard]] float& operator[](int index) { return index == 0 ? hpHz : lpHz; }
@@ -129,9 +129,9 @@ struct Filters {
 struct Controls {
     static constexpr int kCount = 3;
     static constexpr std::array<Range, kCount> kRanges = {kAttackMs, kReleaseMs, kMakeupDb};
-    float attackMs = kAttackMs.initial;
-    float releaseMs = kReleaseMs.initial;
-    float makeupDb = kMakeupDb.initial;
+    float attackMs = kAttackMs.Initial();
+    float releaseMs = kReleaseMs.Initial();
+    float makeupDb = kMakeupDb.Initial();
 
     bool operator==(const Controls&) const = default;
     [[nodiscard]] float& operator[](int index) {
@@ -145,7 +145,7 @@ struct Controls {
 /// Filters or controls with every value in its range; what is no number is as in a new track, or
 /// as in `fallback`.
 template <class Group>
-[[nodiscard]] Group usable(const Group& group, const Group& fallback = {}) {
+[[nodiscard]] Group Usable(const Group& group, const Group& fallback = {}) {
     Group result;
     for (int i = 0; i < Group::kCount; ++i)
         result[i] = Group::kRanges[std::size_t(i)].Usable(group[i], fallback[i]);
@@ -167,13 +167,13 @@ struct SettingsEdit {
     std::array<std::optional<float>, Filters::kCount> filters{};
     std::array<std::optional<float>, Controls::kCount> controls{};
 
-    [[nodiscard]] bool hasFilters() const { return filters[0] || filters[1]; }
-    [[nodiscard]] bool hasControls() const { return controls[0] || controls[1] || controls[2]; }
-    void applyTo(Filters& group) const {
+    [[nodiscard]] bool HasFilters() const { return filters[0] || filters[1]; }
+    [[nodiscard]] bool HasControls() const { return controls[0] || controls[1] || controls[2]; }
+    void ApplyTo(Filters& group) const {
         for (int i = 0; i < Filters::kCount; ++i)
             group[i] = filters[std::size_t(i)].value_or(group[i]);
     }
-    void applyTo(Controls& group) const {
+    void ApplyTo(Controls& group) const {
         for (int i = 0; i < Controls::kCount; ++i)
             group[i] = controls[std::size_t(i)].value_or(group[i]);
     }

@@ -38,12 +38,12 @@ public:
         TDBand bands[shm::kBandCount] = {};
         bool hpLpChanged = false;
         std::uint64_t hpLpSeq = 0; ///< This and the next two only when hpLpChanged.
-        float hpHz = shm::kHpHz.initial;
-        float lpHz = shm::kLpHz.initial;
+        float hpHz = shm::kHpHz.Initial();
+        float lpHz = shm::kLpHz.Initial();
         bool controlsChanged = false;
         std::uint64_t controlsSeq = 0; ///< This and the next only when controlsChanged.
-        float controls[3] = {shm::kAttackMs.initial, shm::kReleaseMs.initial,
-                             shm::kMakeupDb.initial};
+        float controls[3] = {shm::kAttackMs.Initial(), shm::kReleaseMs.Initial(),
+                             shm::kMakeupDb.Initial()};
         bool audioValid = false; ///< The caller's buffer holds the peer's spectrum of this call.
         bool audioNew = false;   ///< And did not hold it before.
     };

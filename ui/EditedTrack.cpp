@@ -76,7 +76,7 @@ void EditedTrack::move(const Held& held, float hz) {
 void EditedTrack::moveFilter(int index, float hz) {
     shm::Filters moved = filters();
     moved[index] = hz;
-    shown.filters = usable(moved);
+    shown.filters = Usable(moved);
     (index == 0 ? moveHighPass : moveLowPass)(shown.bands, shown.filters);
     shm::SettingsEdit edit;
     edit.filters[std::size_t(index)] = shown.filters[index];
@@ -86,7 +86,7 @@ void EditedTrack::moveFilter(int index, float hz) {
 void EditedTrack::set(const Hit& hit, float value) {
     if (hit.part == Part::Knob) {
         setKnob(hit, value);
-    } else if (shown.bands.has(hit.index)) {
+    } else if (shown.bands.Has(hit.index)) {
         SpectralBand& band = shown.bands[hit.index];
         (hit.part == Part::Threshold ? band.threshDb : band.ratio) = value;
         pushBands();

@@ -25,19 +25,19 @@ void sortBands(shm::BandSet& list, const shm::Filters& filters) {
     if (list.count == 0)
         return;
     orderByLowerEdge(list);
-    const auto [hpHz, lpHz] = usable(filters);
+    const auto [hpHz, lpHz] = Usable(filters);
     list[0].loHz = hpHz;
     for (int i = 0; i + 1 < list.count; ++i) {
         const float meanHz = 0.5F * (list[i].hiHz + list[i + 1].loHz);
         // Bands dragged over each other, or a filter past an edge, would turn a band around.
         list[i].hiHz = list[i + 1].loHz = inRange(meanHz, list[i].loHz, lpHz);
     }
-    list.last().hiHz = lpHz;
+    list.Last().hiHz = lpHz;
 }
 
 bool splitBand(shm::BandSet& list, float hz) {
     const auto holds = [&](int band) {
-        return list.has(band) && list[band].loHz + kMinWidthHz < hz &&
+        return list.Has(band) && list[band].loHz + kMinWidthHz < hz &&
                hz < list[band].hiHz - kMinWidthHz;
     };
     if (list.count >= shm::kBandCount || !(holds(0) || holds(1)))
@@ -56,13 +56,13 @@ bool mergeBands(shm::BandSet& list, int edge) {
     list[edge].hiHz = list[edge + 1].hiHz;
     for (int band = edge + 1; band + 1 < list.count; ++band)
         list[band] = list[band + 1];
-    list.last() = {}; // nothing is left where no band is
+    list.Last() = {}; // nothing is left where no band is
     --list.count;
     return true;
 }
 
 bool toggleBand(shm::BandSet& list, int band) {
-    if (!list.has(band))
+    if (!list.Has(band))
         return false;
     list[band].enabled = !list[band].enabled;
     return true;
@@ -81,7 +81,7 @@ bool moveEdge(shm::BandSet& list, int edge, float hz) {
 }
 
 bool moveBand(shm::BandSet& list, int band, float loAtPressHz, float hiAtPressHz, float hz) {
-    if (!list.has(band))
+    if (!list.Has(band))
         return false;
     const float ratio = onAxis(hiAtPressHz) / onAxis(loAtPressHz);
     float lo = onAxis(hz);
@@ -90,9 +90,9 @@ bool moveBand(shm::BandSet& list, int band, float loAtPressHz, float hiAtPressHz
     const float hi = onAxis(ratio * lo);
     list[band].loHz = lo;
     list[band].hiHz = hi;
-    if (list.has(band - 1))
+    if (list.Has(band - 1))
         list[band - 1].hiHz = lo;
-    if (list.has(band + 1))
+    if (list.Has(band + 1))
         list[band + 1].loHz = hi;
     return true;
 }
@@ -101,7 +101,7 @@ void moveHighPass(shm::BandSet& list, const shm::Filters& filters) {
     if (list.count == 0)
         return;
     SpectralBand& first = list[0];
-    first.loHz = usable(filters).hpHz;
+    first.loHz = Usable(filters).hpHz;
     first.hiHz = std::max(first.hiHz, first.loHz + kMinFilteredHz);
     sortBands(list, filters);
 }
@@ -109,8 +109,8 @@ void moveHighPass(shm::BandSet& list, const shm::Filters& filters) {
 void moveLowPass(shm::BandSet& list, const shm::Filters& filters) {
     if (list.count == 0)
         return;
-    SpectralBand& last = list.last();
-    last.hiHz = usable(filters).lpHz;
+    SpectralBand& last = list.Last();
+    last.hiHz = Usable(filters).lpHz;
     last.loHz = std::min(last.loHz, last.hiHz - kMinFilteredHz);
     sortBands(list, filters);
 }

@@ -35,12 +35,12 @@ void checkBands(BandSet list, const shm::Filters& filters) {
     }
     demand(list == list.Usable(), "the peer takes what is shown");
     sortBands(list, filters);
-    float edge = usable(filters).hpHz;
+    float edge = Usable(filters).hpHz;
     for (int i = 0; i < list.count; ++i) {
         demand(list[i].loHz == edge && list[i].hiHz >= edge, "sorted bands ascend without a gap");
         edge = list[i].hiHz;
     }
-    demand(list.count == 0 || edge == usable(filters).lpHz, "they end at the low-pass");
+    demand(list.count == 0 || edge == Usable(filters).lpHz, "they end at the low-pass");
 }
 
 float anyValue(fuzz::Bytes& bytes) {
@@ -66,7 +66,7 @@ void turn(BandSet& list, const Hit& hit, fuzz::Bytes& bytes) {
     for (const auto format : {ValueFormat::Whole, ValueFormat::OneDecimal})
         demand(valueText(value, format).back() == '\0', "a value's text has an end");
     if (hit.part == Part::Threshold || hit.part == Part::Ratio) {
-        demand(list.has(hit.index), "a handle that is hit has a band");
+        demand(list.Has(hit.index), "a handle that is hit has a band");
         TDBand& band = list[hit.index];
         (hit.part == Part::Threshold ? band.threshDb : band.ratio) = value;
     }
@@ -83,10 +83,10 @@ void gesture(BandSet& list, shm::Filters& filters, fuzz::Bytes& bytes) {
     const float hz = draggedHz(anyValue(bytes), anyValue(bytes));
     demand(isWithin(hz, 20, 20000), "a drag stays on the axis");
     if (hit.part == Part::Edge) {
-        demand(list.has(hit.index + 1), "an edge that is hit has two sides");
+        demand(list.Has(hit.index + 1), "an edge that is hit has two sides");
         bytes.flip() ? moveEdge(list, hit.index, hz) : mergeBands(list, hit.index);
     } else if (hit.part == Part::Body) {
-        demand(list.has(hit.index), "a band that is hit is there");
+        demand(list.Has(hit.index), "a band that is hit is there");
         const TDBand band = list[hit.index];
         bytes.flip() ? moveBand(list, hit.index, band.loHz, band.hiHz, hz)
                      : toggleBand(list, hit.index);

@@ -88,7 +88,7 @@ std::string remarkOn(std::string_view field, const state::Record& record) {
                    ? ""
                    : "not 1 to 3: ignored, the present number stays";
     if (field == "bandFreqs")
-        return record.bands.edgesUsable() ? ""
+        return record.bands.EdgesUsable() ? ""
                                           : "not usable: taken from FreqLow and FreqHigh instead";
     if (field == "shadowBandCount" && record.peer.bands.count > shm::kBandCount)
         return "above 3: ignored with all of the peer's settings";
