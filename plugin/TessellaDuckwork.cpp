@@ -53,7 +53,7 @@ TessellaDuckwork::TessellaDuckwork(const iplug::InstanceInfo& info, MakeEditor e
 TessellaDuckwork::~TessellaDuckwork() {
     {
         const std::scoped_lock lock(sleepMutex); // no wake-up is missed
-        stopWorker.store(true, std::memory_order_relaxed);
+        goingOn.store(false, std::memory_order_relaxed);
     }
     wake.notify_all();
     worker.join();
@@ -61,25 +61,30 @@ TessellaDuckwork::~TessellaDuckwork() {
     shm.Close();
 }
 
-/// Every 3 s, until told to stop.
+/// Shows life at once and every 3 s, until told to stop; ends at once then.
 void TessellaDuckwork::RunHeartbeat() {
     constexpr std::chrono::seconds kBetweenBeats{3};
+    ShowLife();
     std::unique_lock lock(sleepMutex);
-    while (!IsStopped()) {
+    while (!wake.wait_for(lock, kBetweenBeats, [this] { return IsStopped(); })) {
         lock.unlock();
-        Beat();
+        ShowLife();
+        LookAround();
         lock.lock();
-        wake.wait_for(lock, kBetweenBeats, [this] { return IsStopped(); });
     }
 }
 
-/// Shows life, or tries to get a slot; sees to what neither blocks nor an editor may be there for.
-void TessellaDuckwork::Beat() {
+/// Or tries to get a slot.
+void TessellaDuckwork::ShowLife() {
     if (shm.OpenLater())
         shm.Touch();
+}
+
+/// Sees to what neither blocks nor an editor may be there for.
+void TessellaDuckwork::LookAround() {
     NoticeStandstill();
     {
-        const shm::LockBudget brief(stopWorker, kBriefPauses);
+        const shm::LockBudget brief(goingOn, kBriefPauses);
         const AudioGate::Closed closed = own.CloseGate();
         shm::PatientVisit visit(shm);
         visit.CleanDead();
@@ -97,7 +102,7 @@ void TessellaDuckwork::NoticeStandstill() {
     blocksAtBeat = now;
     if (beatsWithoutBlock != 2 || silenced)
         return;
-    const shm::LockBudget brief(stopWorker, kBriefPauses);
+    const shm::LockBudget brief(goingOn, kBriefPauses);
     own.PublishSilence();
     silenced = true; // afterwards: a block that comes in between publishes once more
 }

@@ -113,10 +113,11 @@ private:
     };
 
     void RunHeartbeat();
-    void Beat();
+    void ShowLife();
+    void LookAround();
     void NoticeStandstill();
     void TellHostWhatChanged();
-    [[nodiscard]] bool IsStopped() const { return stopWorker.load(std::memory_order_relaxed); }
+    [[nodiscard]] bool IsStopped() const { return !goingOn.load(std::memory_order_relaxed); }
 
     // One block, in this order
     struct BlockInput;
@@ -171,7 +172,7 @@ private:
     int beatsWithoutBlock = 0;          ///< [heartbeat]
     std::atomic<bool> silenced = false; ///< the registry shows nothing of this side. [any]
 
-    std::atomic<bool> stopWorker = false;
+    std::atomic<bool> goingOn = true; ///< until the heartbeat is to end
     std::mutex sleepMutex; ///< held by the sleeping heartbeat's wait and by the destructor
     std::condition_variable wake;
     std::thread worker; ///< the heartbeat; last member: it uses the others
