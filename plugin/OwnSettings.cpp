@@ -65,19 +65,22 @@ void OwnSettings::SetEdges(const shm::BandSet& set) {
 // Changes by this side
 
 void OwnSettings::OnParamChange(int index, bool onAudioThread) {
+    // What has been waited for in vain is not waited for again.
+    const bool patient = controls.pending.load(std::memory_order_relaxed) == 0;
+    NoteParamChange(index);
+    if (!onAudioThread)
+        PublishNow(patient);
+}
+
+void OwnSettings::NoteParamChange(int index) {
     if (index == Attack || index == Release)
         UpdateEnvelope();
     for (std::size_t band = 0; band < kRatios.size(); ++band)
         if (index == kRatios[band])
             hiddenRatio[band] = 0.0F;
     // Bands and filters are published by the editor and by a state load, not from here.
-    if (index != Attack && index != Release && index != Makeup)
-        return;
-    const unsigned bit = 1U << (index - Attack);
-    // What has been waited for in vain is not waited for again.
-    const bool patient = controls.pending.fetch_or(bit, std::memory_order_relaxed) == 0;
-    if (!onAudioThread)
-        PublishNow(patient);
+    if (index == Attack || index == Release || index == Makeup)
+        controls.pending.fetch_or(1U << (index - Attack)); // after the value, see Publish
 }
 
 void OwnSettings::UpdateEnvelope() { engine.setTimes(Value(Attack), Value(Release)); }
@@ -147,9 +150,24 @@ void OwnSettings::SetName(const shm::Name& newName) {
 }
 
 void OwnSettings::SetDuckSelf(bool on) {
-    unpublished.fetch_or(Priority, std::memory_order_relaxed); // first: nobody takes the old one in
-    duckSelf = on;
+    const AudioGate::Closed closed(gate);
+    {
+        const std::scoped_lock lock(mutex);
+        duckSelf = on;
+        unpublished.fetch_or(Priority, std::memory_order_relaxed);
+    }
     NoteChange();
+    PublishNow(true);
+}
+
+void OwnSettings::SetParam(int index, double value) {
+    iplug::IParam& param = framework.GetParam(index);
+    const AudioGate::Closed closed(gate);
+    {
+        const std::scoped_lock lock(mutex);
+        param.Set(value);
+        NoteParamChange(index);
+    }
     PublishNow(true);
 }
 
@@ -366,23 +384,24 @@ template <class Values>
 void OwnSettings::Publish(Group& group, int firstParam, shm::Visit& visit,
                           std::uint64_t (shm::Visit::*read)(Values&) const,
                           std::uint64_t (shm::Visit::*write)(const Values&)) {
-    const unsigned members = group.pending.load(std::memory_order_relaxed);
-    if (members == 0)
+    if (group.pending.load(std::memory_order_relaxed) == 0)
         return;
     Values theirs;
     if (const std::uint64_t seq = (visit.*read)(theirs); seq != 0 && seq != group.seen) {
         Take(group, firstParam, theirs, seq, true);
         UpdateEnvelope();
     }
-    group.pending.store(0, std::memory_order_relaxed);
+    // Before the values are read: a block that sets one meanwhile marks it once more.
+    const unsigned members = group.pending.exchange(0);
     if (const std::uint64_t seq = (visit.*write)(ValuesOf<Values>(firstParam)); seq != 0)
         group.Know(seq);
     else
         group.pending.fetch_or(members, std::memory_order_relaxed);
 }
 
+/// Nothing is waited for where nothing is left to publish.
 void OwnSettings::PublishNow(bool patient) {
-    if (!registry.Opened())
+    if (!AnythingPending())
         return;
     const auto publish = [this](auto&& visit) {
         const std::scoped_lock lock(mutex);

@@ -57,6 +57,8 @@ public:
     /// The host, a state or the editor has set a parameter. Controls go out to the registry: with
     /// a later block where there is one at work, else at once. [any]
     void OnParamChange(int index, bool onAudioThread);
+    /// The user's hand on a parameter, put into its range. [ui]
+    void SetParam(int index, double value);
     /// The user's hand in the own editor. [ui]
     void Edit(const shm::SettingsEdit& edit);
     void SetName(const shm::Name& name); ///< [main, ui]
@@ -131,6 +133,7 @@ private:
     [[nodiscard]] Values ValuesOf(int firstParam) const;
     [[nodiscard]] shm::BandSet BandsNow() const;
     [[nodiscard]] shm::BandSet WithUsableEdges(shm::BandSet set) const;
+    void NoteParamChange(int index);
     void SetBands(const shm::BandSet& set);
     void SetEdges(const shm::BandSet& set);
     void NoteChange() { dirty.store(true, std::memory_order_relaxed); }

@@ -2,13 +2,12 @@
 #include "plugin/TessellaDuckwork.h"
 #include "shm/Visit.h"
 
+#include <cmath>
 #include <cstring>
 
 void TessellaDuckwork::SetParam(int index, double value) {
-    iplug::IParam& param = GetParam(index);
-    param.Set(value);
-    OnParamChange(index);
-    InformHostOfParamChange(index, param.ToNormalized(param.Value()));
+    own.SetParam(index, value);
+    InformHostOfParamChange(index, GetParam(index).ToNormalized(own.Value(index)));
 }
 
 void TessellaDuckwork::BeginEditing() {
@@ -38,6 +37,8 @@ bool TessellaDuckwork::FollowRegistry(std::span<const float, shm::kDisplayBinCou
             }
             view.peer = peer.Read(visit);
             visit.ReadRemoteGR(view.peerReductionDb.data());
+            for (float& db : view.peerReductionDb)
+                db = std::isfinite(db) ? db : 0.0F;
             peerSpectrum.read = visit.ReadRemoteAudioBins(peerSpectrum.magnitudes);
             visit.GetActiveInstances(view.instances);
             view.ownBypass = visit.ReadMyBypass();
