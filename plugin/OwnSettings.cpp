@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-OwnSettings::OwnSettings(iplug::IPlugAPIBase& framework_, TessellaDuckworkSHM& registry_,
-                         dsp::SpectralProcessor& engine_)
-    : framework(framework_), registry(registry_), engine(engine_) {}
+OwnSettings::OwnSettings(iplug::IPlugAPIBase& ownerOfParams, TessellaDuckworkSHM& ownHandle,
+                         dsp::SpectralProcessor& processor)
+    : framework(ownerOfParams), registry(ownHandle), engine(processor) {}
 
 shm::Name OwnSettings::InstanceName() const {
     const std::scoped_lock lock(mutex);

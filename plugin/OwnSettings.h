@@ -31,8 +31,8 @@
 class OwnSettings {
 public:
     /// All must outlive it. Nothing is published yet.
-    OwnSettings(iplug::IPlugAPIBase& framework, TessellaDuckworkSHM& registry,
-                dsp::SpectralProcessor& engine);
+    OwnSettings(iplug::IPlugAPIBase& ownerOfParams, TessellaDuckworkSHM& ownHandle,
+                dsp::SpectralProcessor& processor);
 
     // As processing reads them. [any]
 
