@@ -119,7 +119,7 @@ private:
     std::atomic<pthread_t> audioThread = pthread_t{}; ///< inside an audio call, else zero
     std::atomic<bool> flushUnderWay = false, markDirtyUnderWay = false; ///< to the host
 
-    void* parentWindow = nullptr; ///< the host's X11 window id, kept while hidden. [main]
+    void* parentWindow = nullptr; ///< the host's window id, kept while hidden. [main]
     bool windowOpen = false;      ///< [main]
     /// The size that the host last knew, pixels; 0 before it knows any. [main, ui]
     std::atomic<editor::SizePx> toldSize = editor::SizePx{};

@@ -1,23 +1,23 @@
 #include "adapter/EditorSize.h"
 #include "adapter/IPlugCLAP.h"
+#include "adapter/WindowApi.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
 namespace iplug {
 namespace {
 
-bool isX11(const char* api) { return api != nullptr && std::strcmp(api, CLAP_WINDOW_API_X11) == 0; }
+bool isOurs(const char* api) { return api != nullptr && std::strcmp(api, editor::kWindowApi) == 0; }
 
 } // namespace
 
 bool IPlugCLAP::guiIsApiSupported(const char* api, bool floating) noexcept {
-    return !floating && isX11(api);
+    return !floating && isOurs(api);
 }
 
 bool IPlugCLAP::guiGetPreferredApi(const char** api, bool* floating) noexcept {
-    *api = CLAP_WINDOW_API_X11;
+    *api = editor::kWindowApi;
     *floating = false;
     return true;
 }
@@ -88,10 +88,10 @@ bool IPlugCLAP::guiSetSize(std::uint32_t width, std::uint32_t height) noexcept {
 }
 
 bool IPlugCLAP::guiSetParent(const clap_window_t* window) noexcept {
-    if (!staticConfig.hasEditor || window == nullptr || !isX11(window->api))
+    if (!staticConfig.hasEditor || window == nullptr || !isOurs(window->api))
         return false;
-    CloseEditor(); // a host may move the editor into another window
-    parentWindow = std::bit_cast<void*>(window->x11);
+    CloseEditor();              // a host may move the editor into another window
+    parentWindow = window->ptr; // whatever the system calls it, it is as wide as a pointer
     return OpenInParent();
 }
 

@@ -37,10 +37,10 @@ public:
         }
         settings = {.peerMagnitude = peer.data(),
                     .peerValid = load != Load::Unity,
-                    .thresholdDb = {-20.0, -20.0, -20.0},
-                    .ratio = {2.0, 4.0, 8.0},
-                    .hpHz = 0.0F,
-                    .lpHz = 1e6F};
+                    .reduction = {.thresholdDb = {-20.0, -20.0, -20.0},
+                                  .ratio = {2.0, 4.0, 8.0},
+                                  .hpHz = 0.0,
+                                  .lpHz = 1e6}};
         outputHash(); // streams N samples: both hops are full then
     }
 

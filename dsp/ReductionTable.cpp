@@ -6,27 +6,30 @@ namespace dsp {
 namespace {
 
 /// The bins that hpHz and lpHz leave, that a peer sends, and that are neither DC nor top bin.
-BinRange duckedBins(const ReductionSettings& settings, int numBins) {
-    const float hpHz = settings.hpHz, lpHz = settings.lpHz;
+BinRange duckedBins(float hpHz, float lpHz, float binHz, int numBins) {
     const BinRange passBand{
-        firstBinWhereNot(settings.binHz, numBins, [hpHz](float hz) { return !(hz >= hpHz); }),
-        firstBinWhereNot(settings.binHz, numBins, [lpHz](float hz) { return hz <= lpHz; })};
+        firstBinWhereNot(binHz, numBins, [hpHz](float hz) { return !(hz >= hpHz); }),
+        firstBinWhereNot(binHz, numBins, [lpHz](float hz) { return hz <= lpHz; })};
     return passBand.within({1, std::min(numBins - 1, kExchangedBins)});
 }
 
 } // namespace
 
-void ReductionTable::follow(const ReductionSettings& settings) {
-    if (settings == followed)
+void ReductionTable::follow(const ReductionSettings& settings, float binHz, int fftSize) {
+    if (settings == followed && binHz == followedBinHz && fftSize == followedSize)
         return;
     followed = settings;
-    const int numBins = settings.fftSize / 2;
-    ranges = bandRanges(settings.binHz, numBins, settings.lowSplitHz, settings.highSplitHz);
+    followedBinHz = binHz;
+    followedSize = fftSize;
+    const int numBins = fftSize / 2;
+    ranges = bandRanges(binHz, numBins, static_cast<float>(settings.lowSplitHz),
+                        static_cast<float>(settings.highSplitHz));
     inverse.fill(0.0F);
-    const BinRange ducked = duckedBins(settings, numBins);
+    const BinRange ducked = duckedBins(static_cast<float>(settings.hpHz),
+                                       static_cast<float>(settings.lpHz), binHz, numBins);
     for (std::size_t band = 0; band < ranges.size(); ++band) {
         const double ratio = settings.ratio[band];
-        const double threshold = fromDb(settings.thresholdDb[band]) * settings.fftSize / kPi;
+        const double threshold = fromDb(settings.thresholdDb[band]) * fftSize / kPi;
         const auto [begin, end] = ranges[band].within(ducked);
         if (begin >= end || !(ratio > 1.0))
             continue;

@@ -8,12 +8,10 @@ namespace dsp {
 
 /// What decides by how much a peer's magnitudes turn the bins down.
 struct ReductionSettings {
-    std::array<double, kBandCount> thresholdDb{}; ///< dB over N/π
-    std::array<double, kBandCount> ratio{};       ///< n : 1; up to 1 switches a band off
-    float lowSplitHz = 0.0F, highSplitHz = 0.0F;
-    float hpHz = 0.0F, lpHz = 0.0F; ///< bins outside, both ends inclusive, are not reduced
-    float binHz = 0.0F;             ///< distance of two bins
-    int fftSize = 0;
+    std::array<double, kBandCount> thresholdDb{};        ///< dB over N/π; low, mid and high band
+    std::array<double, kBandCount> ratio{1.0, 1.0, 1.0}; ///< n : 1; up to 1 switches a band off
+    double lowSplitHz = 200.0, highSplitHz = 5000.0;
+    double hpHz = 20.0, lpHz = 20000.0; ///< bins outside, both ends inclusive, are not reduced
 
     bool operator==(const ReductionSettings&) const = default;
 };
@@ -28,8 +26,9 @@ public:
     using Bins = std::array<float, kMaxBins>;
     using BandRanges = std::array<BinRange, kBandCount>;
 
-    /// Bins from kExchangedBins up are never reduced, nor are DC and top bin.
-    void follow(const ReductionSettings& settings);
+    /// For fftSize / 2 bins that are binHz apart. Those from kExchangedBins up are never reduced,
+    /// nor are DC and top bin.
+    void follow(const ReductionSettings& settings, float binHz, int fftSize);
 
     [[nodiscard]] const float* inverseThreshold() const { return inverse.data(); }
     [[nodiscard]] const float* power() const { return powers.data(); }
@@ -37,6 +36,8 @@ public:
 
 private:
     ReductionSettings followed;
+    float followedBinHz = 0.0F;
+    int followedSize = 0;
     BandRanges ranges{};
     alignas(64) Bins inverse{}; ///< 1 / threshold magnitude; 0: never reduced
     alignas(64) Bins powers{};  ///< −(1 − 1/ratio)

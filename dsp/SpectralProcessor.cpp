@@ -111,14 +111,7 @@ void SpectralProcessor::processBlock(const FrameSettings& settings) {
     if (fftSize == 0)
         return;
     releasePreviousFrame();
-    reduction.follow({.thresholdDb = settings.thresholdDb,
-                      .ratio = settings.ratio,
-                      .lowSplitHz = static_cast<float>(settings.lowSplitHz),
-                      .highSplitHz = static_cast<float>(settings.highSplitHz),
-                      .hpHz = settings.hpHz,
-                      .lpHz = settings.lpHz,
-                      .binHz = binHz(),
-                      .fftSize = fftSize});
+    reduction.follow(settings.reduction, binHz(), fftSize);
     const bool gainsAreOne = glideGains(settings);
     overlapAddFrame(gainsAreOne, settings.outputGain);
     shareMagnitude();
@@ -132,13 +125,13 @@ void SpectralProcessor::processBlock(const float* peerMagnitude, bool peerValid,
                                      float hpHz, float lpHz) {
     processBlock({.peerMagnitude = peerMagnitude,
                   .peerValid = peerValid,
-                  .thresholdDb = {thresholdDb[0], thresholdDb[1], thresholdDb[2]},
-                  .ratio = {ratio[0], ratio[1], ratio[2]},
-                  .lowSplitHz = lowSplitHz,
-                  .highSplitHz = highSplitHz,
-                  .outputGain = outputGain,
-                  .hpHz = hpHz,
-                  .lpHz = lpHz});
+                  .reduction = {.thresholdDb = {thresholdDb[0], thresholdDb[1], thresholdDb[2]},
+                                .ratio = {ratio[0], ratio[1], ratio[2]},
+                                .lowSplitHz = lowSplitHz,
+                                .highSplitHz = highSplitHz,
+                                .hpHz = hpHz,
+                                .lpHz = lpHz},
+                  .outputGain = outputGain});
 }
 
 void SpectralProcessor::computeGrBands(double lowSplitHz, double highSplitHz) {

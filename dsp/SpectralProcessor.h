@@ -17,13 +17,9 @@ struct FrameSettings {
     /// min(numBins, kExchangedBins) magnitudes on this transform's scale, or null; any bit pattern
     /// is survived. Bin k of the peer is bin k here, whatever the peer's rate.
     const float* peerMagnitude = nullptr;
-    bool peerValid = false;                              ///< false: gains glide to 1, by releaseMs
-    std::array<double, kBandCount> thresholdDb{};        ///< dB over N/π; low, mid and high band
-    std::array<double, kBandCount> ratio{1.0, 1.0, 1.0}; ///< n : 1; up to 1 switches a band off
-    double lowSplitHz = 200.0;
-    double highSplitHz = 5000.0;
-    float outputGain = 1.0F;             ///< linear, finite
-    float hpHz = 20.0F, lpHz = 20000.0F; ///< bins outside, both ends inclusive, are not reduced
+    bool peerValid = false; ///< false: gains glide to 1, by releaseMs
+    ReductionSettings reduction{};
+    float outputGain = 1.0F; ///< linear, finite
 };
 
 /// Spectral ducker: turns down those bins of its own stereo signal in which a peer's spectrum is

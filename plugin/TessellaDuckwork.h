@@ -101,14 +101,9 @@ public:
     void ProcessBlock(const double* const* inputs, double* const* outputs, int nFrames) override;
 
 private:
-    using BandValues = std::array<double, dsp::kBandCount>;
-
     /// The values that the engine works with, on their way to the parameters. [audio]
     struct WorkingValues {
-        BandValues thresholdDb{};
-        BandValues ratio{};
-        double lowSplitHz = 0.0, highSplitHz = 0.0;
-        double hpHz = 0.0, lpHz = 0.0;
+        dsp::ReductionSettings reduction;
         double makeupDb = 0.0;
     };
 

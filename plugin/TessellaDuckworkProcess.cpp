@@ -73,12 +73,13 @@ void TessellaDuckwork::PassThrough(const double* const* inputs, double* const* o
 }
 
 TessellaDuckwork::WorkingValues TessellaDuckwork::Targets() const {
-    return {.thresholdDb = {own.Value(ThreshLow), own.Value(ThreshMid), own.Value(ThreshHigh)},
-            .ratio = {own.Value(RatioLow), own.Value(RatioMid), own.Value(RatioHigh)},
-            .lowSplitHz = own.Value(FreqLow),
-            .highSplitHz = own.Value(FreqHigh),
-            .hpHz = own.Value(HP),
-            .lpHz = own.Value(LP),
+    return {.reduction = {.thresholdDb = {own.Value(ThreshLow), own.Value(ThreshMid),
+                                          own.Value(ThreshHigh)},
+                          .ratio = {own.Value(RatioLow), own.Value(RatioMid), own.Value(RatioHigh)},
+                          .lowSplitHz = own.Value(FreqLow),
+                          .highSplitHz = own.Value(FreqHigh),
+                          .hpHz = own.Value(HP),
+                          .lpHz = own.Value(LP)},
             .makeupDb = own.Value(Makeup)};
 }
 
@@ -97,33 +98,30 @@ void TessellaDuckwork::GlideWorkingValues(int nFrames) {
     };
     const WorkingValues target = Targets();
     const double makeupBefore = working.makeupDb;
+    dsp::ReductionSettings& now = working.reduction;
+    const dsp::ReductionSettings& then = target.reduction;
     for (std::size_t band = 0; band < dsp::kBandCount; ++band) {
-        glide(working.thresholdDb[band], target.thresholdDb[band]);
-        glide(working.ratio[band], target.ratio[band]);
+        glide(now.thresholdDb[band], then.thresholdDb[band]);
+        glide(now.ratio[band], then.ratio[band]);
     }
-    glide(working.lowSplitHz, target.lowSplitHz);
-    glide(working.highSplitHz, target.highSplitHz);
-    glide(working.hpHz, target.hpHz);
-    glide(working.lpHz, target.lpHz);
+    glide(now.lowSplitHz, then.lowSplitHz);
+    glide(now.highSplitHz, then.highSplitHz);
+    glide(now.hpHz, then.hpHz);
+    glide(now.lpHz, then.lpHz);
     glide(working.makeupDb, target.makeupDb);
     if (working.makeupDb != makeupBefore)
         makeupGain = static_cast<float>(dsp::fromDb(working.makeupDb));
 }
 
 dsp::FrameSettings TessellaDuckwork::Settings(bool peerValid) const {
-    BandValues ratio = {1.0, 1.0, 1.0};
+    dsp::FrameSettings settings{.peerMagnitude = peerBins.data(),
+                                .peerValid = peerValid,
+                                .reduction = working.reduction,
+                                .outputGain = makeupGain};
     for (std::size_t band = 0; band < dsp::kBandCount; ++band)
-        if (own.DuckSelf() && own.IsBandOn(band))
-            ratio[band] = working.ratio[band];
-    return {.peerMagnitude = peerBins.data(),
-            .peerValid = peerValid,
-            .thresholdDb = working.thresholdDb,
-            .ratio = ratio,
-            .lowSplitHz = working.lowSplitHz,
-            .highSplitHz = working.highSplitHz,
-            .outputGain = makeupGain,
-            .hpHz = static_cast<float>(working.hpHz),
-            .lpHz = static_cast<float>(working.lpHz)};
+        if (!own.DuckSelf() || !own.IsBandOn(band))
+            settings.reduction.ratio[band] = 1.0;
+    return settings;
 }
 
 /// The own and the peer's level per band, by the parameters' splits, not the gliding ones; only

@@ -17,7 +17,6 @@ extern "C" {
 inline constexpr PuglEventType PUGL_REALIZE = PUGL_CREATE;
 inline constexpr PuglEventType PUGL_UNREALIZE = PUGL_DESTROY;
 
-inline constexpr std::uint32_t PUGL_KEY_TAB = 0x09;
 inline constexpr std::uint32_t PUGL_KEY_ENTER = 0x0D;       ///< of the keypad too
 inline constexpr std::uint32_t PUGL_KEY_PAD_ENTER = 0xE070; ///< never sent by this generation
 

@@ -85,12 +85,12 @@ protected:
             Stereo out = in;
             processor->stream({.peerMagnitude = peer.data(),
                                .peerValid = linked,
-                               .thresholdDb = {-20.0, -20.0, -20.0},
-                               .ratio = {2.0, 4.0, 20.0},
-                               .lowSplitHz = 310.0,
-                               .highSplitHz = 2900.0,
-                               .hpHz = 10.0F,
-                               .lpHz = 1e5F},
+                               .reduction = {.thresholdDb = {-20.0, -20.0, -20.0},
+                                             .ratio = {2.0, 4.0, 20.0},
+                                             .lowSplitHz = 310.0,
+                                             .highSplitHz = 2900.0,
+                                             .hpHz = 10.0,
+                                             .lpHz = 1e5}},
                               in.left.data(), in.right.data(), out.left.data(), out.right.data(),
                               static_cast<int>(hop));
             EXPECT_LT(support::largestError(out, expected, 0, 1.0, 0), 1e-6);
@@ -164,11 +164,11 @@ TEST_P(KernelSets, KeepASilentChannelExactlySilent) {
             const auto peer = magnitudes(Peer::Loud, 1, model.size());
             double *const l = signal.left.data(), *const r = signal.right.data();
             processor->reset(rate);
-            processor->stream({.peerMagnitude = peer.data(),
-                               .peerValid = true,
-                               .thresholdDb = {-20.0, -20.0, -20.0},
-                               .ratio = {2.0, 2.0, 2.0}},
-                              l, r, l, r, static_cast<int>(6 * n));
+            processor->stream(
+                {.peerMagnitude = peer.data(),
+                 .peerValid = true,
+                 .reduction = {.thresholdDb = {-20.0, -20.0, -20.0}, .ratio = {2.0, 2.0, 2.0}}},
+                l, r, l, r, static_cast<int>(6 * n));
             EXPECT_EQ(silent, std::vector<double>(6 * n, 0.0)) << processor->kernels->name;
             EXPECT_GT(support::rms(signal, 4 * n), 0.001);
         }

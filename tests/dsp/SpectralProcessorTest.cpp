@@ -170,10 +170,10 @@ TEST(Stream, MayAliasItsBuffersAndRunInMono) {
 TEST(Stream, StartsAnewWhenCleared) {
     std::vector<float> loud(1024); // each bin of its own, so that all roundings occur
     std::iota(loud.begin(), loud.end(), 1000.0F);
-    const dsp::FrameSettings settings{.peerMagnitude = loud.data(),
-                                      .peerValid = true,
-                                      .thresholdDb = {-20.0, -20.0, -20.0},
-                                      .ratio = {4.0, 4.0, 4.0}};
+    const dsp::FrameSettings settings{
+        .peerMagnitude = loud.data(),
+        .peerValid = true,
+        .reduction = {.thresholdDb = {-20.0, -20.0, -20.0}, .ratio = {4.0, 4.0, 4.0}}};
     const Processor used = prepared(96000.0), fresh = prepared(96000.0);
     for (dsp::SpectralProcessor* processor : {used.get(), fresh.get()})
         processor->setTimes(50.0, 500.0);
