@@ -15,7 +15,8 @@ namespace support {
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr std::size_t kCountAt = 64, kShadowAt = 159, kParamsAt = 234, kDuckAt = 362;
+constexpr std::size_t kCountAt = 64, kPeerNameAt = 95, kShadowAt = 159, kParamsAt = 234,
+                      kDuckAt = 362;
 
 /// A state that tests/data/make-chunks wrote.
 inline Bytes chunkFile(const std::string& name) {

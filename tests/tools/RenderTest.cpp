@@ -7,6 +7,7 @@
 #include "tools/render/OutputPaths.h"
 #include "tools/render/Session.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -121,10 +122,7 @@ TEST_F(Render, StateComesThroughAndTheCommandLineGoesOnTop) {
     (void)write("a.wav", {support::noise(4800, 0.25, 1).left, {}});
     std::vector<std::string> line{"a.wav", "--load-state", "1:" TD_TEST_DATA "/full.chunk",
                                   "--save-state", "1:kept"};
-    EXPECT_EQ(run(line).tracks[0].name, "Kick – „1“");
     support::Bytes expected = support::chunkFile("full");
-    EXPECT_EQ(statefile::read("kept"), expected);
-
     for (const char* word : {"--set", "1:HP=80 Hz", "--set", "1:LinkSlot=3", "--duck", "1=off",
                              "--name", "1:Kick: hard"})
         line.emplace_back(word);
@@ -133,6 +131,32 @@ TEST_F(Render, StateComesThroughAndTheCommandLineGoesOnTop) {
     support::put(expected, support::kParamsAt + 8 * 11, 3.0);
     support::put(expected, support::kDuckAt, 0U);
     EXPECT_EQ(statefile::read("kept"), expected);
+}
+
+/// The renderer would pair neighbours; the states know better. A bounce is ducked from its first
+/// frames as when the renderer pairs the same two, and the states come through to the byte.
+TEST_F(Render, StatesThatNameEachOtherPairByThemselves) {
+    const Stereo in = support::tones(4800, 48000, 0.9);
+    support::Bytes kick = support::chunkFile("full"); // of "Kick – „1“", whose peer is "Bass"
+    support::put(kick, support::kShadowAt, 0); // nothing that a heartbeat would set in between
+    support::Bytes bass = kick;
+    std::swap_ranges(bass.begin(), bass.begin() + 64, bass.begin() + support::kPeerNameAt);
+    statefile::write("kick", kick);
+    statefile::write("bass", bass);
+    for (const char* name : {"kick.wav", "pad.wav", "bass.wav"})
+        (void)write(name, in);
+
+    const auto tracks = run({"kick.wav", "pad.wav", "bass.wav", "--pair", "states", "--load-state",
+                             "1:kick", "--load-state", "3:bass", "--save-state", "3:kept"})
+                            .tracks;
+    EXPECT_EQ(tracks[0].peerName, "Bass");
+    EXPECT_EQ(tracks[1].peerName, "");
+    EXPECT_EQ(tracks[2].peerName, "Kick – „1“");
+    EXPECT_EQ(statefile::read("kept"), bass);
+    const double byThemselves = rms(read("bass-ducked.wav"));
+    EXPECT_LT(byThemselves, 0.4 * rms(in)); // unducked 0.67: the states' make-up
+    (void)run({"kick.wav", "bass.wav", "--load-state", "1:kick", "--load-state", "2:bass"});
+    EXPECT_NEAR(byThemselves, rms(read("bass-ducked.wav")), 0.01 * rms(in));
 }
 
 } // namespace

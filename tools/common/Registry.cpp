@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <ctime>
+#include <sys/mman.h>
 #include <thread>
 #include <unistd.h>
 
@@ -13,9 +14,13 @@ namespace {
 
 constexpr auto kPollInterval = std::chrono::milliseconds(10);
 
-/// An id is (process id << 32) XOR an address, and user addresses end below 2^47.
+/// An id is (process id << 32) XOR an address. What another process's id gives with our process id
+/// is no address of ours.
 bool isOfThisProcess(std::uint64_t id) {
-    return ((id >> 32) ^ static_cast<std::uint64_t>(getpid())) < 0x8000;
+    const std::uint64_t address = id ^ (static_cast<std::uint64_t>(getpid()) << 32);
+    const std::uint64_t page = address - address % static_cast<std::uint64_t>(getpagesize());
+    unsigned char resident = 0;
+    return mincore(reinterpret_cast<void*>(page), 1, &resident) == 0; // else it is not mapped
 }
 
 void require(bool done, const char* what) {

@@ -28,6 +28,9 @@ constexpr const char* kFooter =
     "    tessella-render bass.wav --set 1:HP=60 --save-state 1:bass.state\n"
     "    tessella-render synth.wav --load-state 1:bass.state\n"
     "  tessella-state shows what such a file holds.\n\n"
+    "  Render two tracks as a project keeps them, paired as they were:\n"
+    "    tessella-render kick.wav bass.wav --pair states --load-state 1:kick.state\n"
+    "        --load-state 2:bass.state\n\n"
     "--list-params shows the names, ranges and defaults that --set knows.\n\n"
     "Exit codes: 0 done; 1 something on the command line is wrong; 2 a file, the plug-in or\n"
     "the registry failed.";
@@ -39,7 +42,7 @@ struct RawTrackArguments {
 
 struct RawFlags {
     bool fast = false;
-    std::string outputFolder, plugin, picture;
+    std::string outputFolder, plugin, picture, pair = "order";
 };
 
 void declareTrackOptions(CLI::App& app, RawTrackArguments& raw) {
@@ -75,6 +78,12 @@ void declareGeneralOptions(CLI::App& app, Options& options, RawFlags& raw) {
     app.add_flag("--realtime", options.realtime, "Take as long as the sound lasts");
     app.add_flag("--private", options.privateRegistry,
                  "Use a registry of one's own, unseen by an open project");
+    app.add_option("--pair", raw.pair,
+                   "How tracks find their partners: by the order of the files, or by themselves, "
+                   "each the one that its state names")
+        ->type_name("order|states")
+        ->check(CLI::IsMember({"order", "states"}).description(""))
+        ->capture_default_str();
     app.add_option("--pair-with", options.pairWith,
                    "Pair the one FILE with an instance that another program runs, by its name; "
                    "runs in real time")
@@ -141,6 +150,7 @@ void applyFlags(Options& options, const RawFlags& raw) {
     options.outputFolder = given(raw.outputFolder);
     options.plugin = given(raw.plugin);
     options.picture = given(raw.picture);
+    options.pairByStates = raw.pair == "states";
     if (!options.pairWith.empty() && !raw.fast)
         options.realtime = true;
 }
@@ -153,6 +163,8 @@ void checkTogether(const Options& options) {
                          std::to_string(kMaxTracks) + " fit into the registry");
     if (!options.pairWith.empty() && options.tracks.size() != 1)
         tools::failUsage("--pair-with takes exactly one audio file");
+    if (!options.pairWith.empty() && options.pairByStates)
+        tools::failUsage("--pair-with names the partner: leave out --pair states");
     if (!options.pairWith.empty() && options.privateRegistry)
         tools::failUsage("--pair-with needs the common registry: leave out --private");
 }

@@ -34,7 +34,8 @@ struct Options {
     std::optional<std::filesystem::path> outputFolder;
     std::optional<std::filesystem::path> plugin; ///< none: searched for
     std::optional<std::filesystem::path> picture;
-    std::string pairWith; ///< display name of an instance elsewhere; empty: none
+    bool pairByStates = false; ///< the instances pair by themselves, as their states say
+    std::string pairWith;      ///< display name of an instance elsewhere; empty: none
     double waitSeconds = 30.0;
     bool rawDelay = false;
     bool realtime = false;

@@ -25,10 +25,8 @@ void drawHeading(Painter& painter, const TrackTrace& track, const PictureLayout&
                  theme::kFaintText);
 }
 
-/// The partner of an even track follows it, that of an odd one goes before it.
-const TrackTrace* partnerOf(const RenderResult& result, std::size_t index) {
-    const std::size_t partner = index % 2 == 0 ? index + 1 : index - 1;
-    return partner < result.tracks.size() ? &result.tracks[partner] : nullptr;
+const TrackTrace* partnerOf(const RenderResult& result, const TrackTrace& track) {
+    return track.partner ? &result.tracks[*track.partner] : nullptr;
 }
 
 } // namespace
@@ -42,7 +40,8 @@ void drawPicture(const RenderResult& result, const std::filesystem::path& path) 
         const TrackTrace& track = result.tracks[i];
         drawHeading(painter, track, layout, layout.tracks[i].headingY);
         drawSpectrumPlot(painter, layout.tracks[i].spectrum, result, track);
-        drawReductionPlot(painter, layout.tracks[i].reduction, result, track, partnerOf(result, i));
+        drawReductionPlot(painter, layout.tracks[i].reduction, result, track,
+                          partnerOf(result, track));
     }
     painter.save(path);
 }

@@ -40,8 +40,7 @@ void printTrack(std::ostream& out, const TrackTrace& track) {
         << '\n';
 }
 
-void printTitle(std::ostream& out, const std::vector<TrackTrace>& tracks, std::size_t first) {
-    const TrackTrace& track = tracks[first];
+void printTitle(std::ostream& out, const TrackTrace& track) {
     out << '\n' << terminal::printable(track.name);
     if (!track.peerName.empty())
         out << " with " << terminal::printable(track.peerName);
@@ -79,9 +78,10 @@ ProgressSink progressBar() {
 void printReport(std::ostream& out, const RenderResult& result) {
     out << std::fixed << std::setprecision(1) << kRule << '\n' << kHead << '\n';
     for (std::size_t i = 0; i < result.tracks.size(); ++i) {
-        if (i % 2 == 0)
-            printTitle(out, result.tracks, i);
-        printTrack(out, result.tracks[i]);
+        const TrackTrace& track = result.tracks[i];
+        if (!track.partner || *track.partner + 1 != i)
+            printTitle(out, track);
+        printTrack(out, track);
     }
     out << '\n';
     for (const TrackTrace& track : result.tracks) {

@@ -44,10 +44,10 @@ private:
     void checkSampleRates() const;
     void prepareTracks();
     void pairTracks();
-    void pairTwo(std::size_t a, std::size_t b);
     void openOutputs();
     void processAll(const ProgressSink& progress);
     void processBlock(std::uint32_t frames);
+    void notePartner(TrackTrace& trace, std::uint64_t remoteId) const;
     void saveStates() const;
     [[nodiscard]] const shm::SlotSnapshot& slotOf(std::size_t index) const;
     [[nodiscard]] std::uint64_t latencyOf(std::size_t index) const;
@@ -125,17 +125,10 @@ void Session::pairTracks() {
     if (!options.pairWith.empty()) {
         const std::uint64_t peer = registry.waitForPeer(options.pairWith, options.waitSeconds);
         registry.pair(ids.front(), peer);
-        tracks.front()->trace().peerName = options.pairWith;
-        return;
+    } else if (!options.pairByStates) {
+        for (std::size_t i = 0; i + 1 < tracks.size(); i += 2)
+            registry.pair(ids[i], ids[i + 1]);
     }
-    for (std::size_t i = 0; i + 1 < tracks.size(); i += 2)
-        pairTwo(i, i + 1);
-}
-
-void Session::pairTwo(std::size_t a, std::size_t b) {
-    registry.pair(ids[a], ids[b]);
-    tracks[a]->trace().peerName = tracks[b]->trace().name;
-    tracks[b]->trace().peerName = tracks[a]->trace().name;
 }
 
 const shm::SlotSnapshot& Session::slotOf(std::size_t index) const {
@@ -192,8 +185,21 @@ void Session::processBlock(std::uint32_t frames) {
         track->process(frames);
     registry.refresh();
     for (std::size_t i = 0; i < tracks.size(); ++i)
-        if (const shm::SlotSnapshot* slot = registry.slot(ids[i]))
+        if (const shm::SlotSnapshot* slot = registry.slot(ids[i])) {
             tracks[i]->addReduction(slot->gainReduction);
+            notePartner(tracks[i]->trace(), slot->remoteId);
+        }
+}
+
+/// The first that a track has: one that pairs by itself may find it later, or leave it again.
+void Session::notePartner(TrackTrace& trace, std::uint64_t remoteId) const {
+    const shm::SlotSnapshot* peer = trace.peerName.empty() ? registry.slot(remoteId) : nullptr;
+    if (peer == nullptr)
+        return;
+    trace.peerName = peer->name;
+    const auto found = std::find(ids.begin(), ids.end(), remoteId);
+    if (found != ids.end())
+        trace.partner = static_cast<std::size_t>(found - ids.begin());
 }
 
 void Session::saveStates() const {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,7 +22,8 @@ struct BlockTrace {
 /// The figures and pictures are made from this and from the files alone.
 struct TrackTrace {
     std::string name;
-    std::string peerName; ///< empty: unpaired
+    std::string peerName;               ///< empty: unpaired
+    std::optional<std::size_t> partner; ///< the track that it is paired with; none: elsewhere
     bool duckSelf = true;
     std::filesystem::path inputPath;
     std::filesystem::path outputPath;
