@@ -5,7 +5,8 @@
 
 namespace editor {
 
-struct SizePx {
+/// Aligned so that any compiler reads and writes an atomic one without a lock.
+struct alignas(2 * sizeof(int)) SizePx {
     int width = 0;
     int height = 0;
     friend bool operator==(const SizePx&, const SizePx&) = default;

@@ -10,6 +10,13 @@ namespace {
 thread_local LockBudget* tBudget = nullptr;
 const std::atomic<bool> kGoing = true;
 
+/// Whether the bytes are a mutex such as builds make, robust or not. With other kinds the C library
+/// may end the process: it asserts, or uses instructions that the processor lacks.
+bool IsUsual(const pthread_mutex_t& mutex) {
+    constexpr int kRobust = 16, kShared = 128; // as the C library keeps them: no call tells
+    return (mutex.__data.__kind & ~(kRobust | kShared)) == PTHREAD_MUTEX_NORMAL;
+}
+
 } // namespace
 
 TryLock::TryLock(RegistrySegment* locked) noexcept
@@ -25,11 +32,12 @@ TryLock::~TryLock() {
 void TryLock::Try() noexcept {
     if (segment == nullptr)
         return;
-    int result = pthread_mutex_trylock(&NativeMutex(*segment));
+    pthread_mutex_t& mutex = NativeMutex(*segment);
+    int result = IsUsual(mutex) ? pthread_mutex_trylock(&mutex) : EINVAL;
     // Some builds make the mutex robust. Its holder has died: what it left is whole, field by
     // field, and its own slot is swept in time.
     if (result == EOWNERDEAD)
-        result = pthread_mutex_consistent(&NativeMutex(*segment));
+        result = pthread_mutex_consistent(&mutex);
     held = result == 0;
     broken = result != 0 && result != EBUSY;
 }

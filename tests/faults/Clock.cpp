@@ -1,8 +1,11 @@
 #include "tests/faults/Fault.h"
 
 #include <atomic>
+#include <cerrno>
 #include <ctime>
+#include <dlfcn.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -22,6 +25,16 @@ std::int64_t unstepped() {
     timespec now{};
     syscall(SYS_clock_gettime, CLOCK_REALTIME, &now);
     return now.tv_sec;
+}
+
+/// How far this thread's monotonic clock is ahead of the others', ns: what it has not waited.
+thread_local std::int64_t tAhead = 0;
+
+std::int64_t nanoseconds(const timespec& time) {
+    return time.tv_sec * std::int64_t{1'000'000'000} + time.tv_nsec;
+}
+timespec timespecOf(std::int64_t ns) {
+    return {.tv_sec = ns / 1'000'000'000, .tv_nsec = ns % 1'000'000'000};
 }
 
 } // namespace
@@ -47,9 +60,23 @@ TD_REPLACES int fstat(int fd, struct stat* status) noexcept {
     return static_cast<int>(result);
 }
 
-TD_REPLACES int nanosleep(const timespec* wanted, timespec* left) {
-    timespec asked = *wanted;
-    if (asked.tv_sec == 0 && asked.tv_nsec == 100'000'000)
-        asked.tv_nsec /= 20;
-    return static_cast<int>(syscall(SYS_nanosleep, &asked, left));
+TD_REPLACES int clock_gettime(clockid_t clock, timespec* now) noexcept {
+    const long result = syscall(SYS_clock_gettime, clock, now);
+    if (clock == CLOCK_MONOTONIC)
+        *now = timespecOf(nanoseconds(*now) + tAhead);
+    return static_cast<int>(result);
+}
+
+TD_REPLACES int pthread_cond_clockwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                       clockid_t clock, const timespec* until) {
+    using Wait = int(pthread_cond_t*, pthread_mutex_t*, clockid_t, const timespec*);
+    static auto* const wait = reinterpret_cast<Wait*>(dlsym(RTLD_NEXT, "pthread_cond_clockwait"));
+    timespec now{};
+    clock_gettime(clock, &now);
+    const std::int64_t skipped = (nanoseconds(*until) - nanoseconds(now)) * 19 / 20;
+    const timespec sooner = timespecOf(nanoseconds(*until) - tAhead - skipped);
+    const int result = wait(condition, mutex, clock, &sooner);
+    if (result == ETIMEDOUT)
+        tAhead += skipped;
+    return result;
 }

@@ -60,9 +60,9 @@ bool lockIsLost();
 /// if it had passed without a sign of life.
 void letAMinutePass(const std::vector<std::uint64_t>& except = {});
 
-// Clock.cpp: the harness's own `time`, `fstat` and `nanosleep` stand in for the C library's, for
-// the loaded plug-in too. All heartbeats come every 0.15 s instead of 3 s: sleeps of exactly 0.1 s,
-// of which their pauses are made, last a twentieth.
+// Clock.cpp: the harness's own functions stand in for the C library's, for the loaded plug-in too.
+// Heartbeats come every 0.15 s instead of 3 s: waits on a condition that have an end last a
+// twentieth, and the waiting thread's monotonic clock is put ahead by the rest.
 
 /// Steps the wall clock of all processes of the harness by so many seconds, and the times of files
 /// that are written from now on.

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <chrono>
 #include <clap/ext/state.h>
+#include <cmath>
 #include <csignal>
 #include <random>
 #include <thread>
@@ -60,6 +61,36 @@ void killIn(Stage stage, std::uint64_t other, std::minstd_rand& random, unsigned
     destroy(child);
 }
 
+/// Kills a partner of the bass. What it published last ducks until it is swept, by a heartbeat of
+/// the studio: nobody has an editor open, nobody comes. Returns how long, s.
+double killPartner(const Studio& studio, bool full, Row& row) {
+    TessellaDuckworkSHM other; // has the kick, or that would be the bass's partner again
+    row.require(other.Open(), "no handle");
+    other.SetRemoteId(studio.kick());
+    const pid_t partner = spawn([&studio]() -> bool {
+        constexpr std::array<float, 1024> kLoud = [] {
+            std::array<float, 1024> bins{};
+            bins.fill(1000.0F);
+            return bins;
+        }();
+        TessellaDuckworkSHM handle;
+        (void)handle.Open();
+        handle.WriteAudioCycle(kZeros, kZeros, kLoud.data(), 1024, true);
+        handle.SetRemoteId(studio.bass());
+        return pause() == 0;
+    });
+    const auto isTaken = [&] { return support::activeSlot(studio.bass())->remoteId != 0; };
+    row.require(eventually(isTaken), "nobody takes the bass");
+    destroy(partner);
+    row.require(studio.isDucked(), "the dead does not duck");
+    if (!full)
+        letAMinutePass({studio.kick(), studio.bass(), other.MyId()});
+    const auto isSwept = [&] { return other.Touch(), !studio.isDucked(); };
+    const Row swept = timed([&] { row.require(eventually(isSwept), "the dead ducks on"); });
+    row.require(studio.pair() && studio.isBack(), "the living are not paired");
+    return swept.worstWaitMs / 1000.0;
+}
+
 Row killBesideAStudio(bool full) {
     Row row{.rounds = full ? 3000 : 100};
     const Studio studio;
@@ -77,9 +108,12 @@ Row killBesideAStudio(bool full) {
         if (isLost || round % 100 == 99)
             row.require(studio.isBack(), "the living are not paired");
     }
+    const int untilSwept = static_cast<int>(std::lround(killPartner(studio, full, row)));
     row.outcome = "a new pair forms after each; " + std::to_string(lost) +
                   " left the lock behind: all move to a new registry";
-    row.lost = "ducking for 10 s where the lock was left behind";
+    row.lost = "ducking for 10 s where the lock was left behind; a killed partner's peer: ducking "
+               "until swept, " +
+               std::to_string(untilSwept) + " s";
     row.add(studio.report());
     return row;
 }
@@ -103,24 +137,43 @@ Row killWhileCreating(bool full) {
     return row;
 }
 
+/// A registry of a build whose lock tells the next one that its holder has died.
+void makeRobust() {
+    raw::Make(raw::kBytes, 10, "GRDT", 1, std::time(nullptr));
+    raw::Segment segment;
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+    pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
+    pthread_mutex_init(segment.Mutex(), &attributes);
+}
+
 Row killHolder(bool full) {
-    Row row{.rounds = full ? 5 : 1};
-    const Studio studio;
+    Row row{.rounds = full ? 10 : 2};
     for (int round = 0; round < row.rounds && !row.failed(); ++round) {
+        const bool robust = round % 2 != 0;
+        raw::Remove();
+        if (robust)
+            makeRobust();
+        const Studio studio;
         const ino_t before = raw::Stat().st_ino;
         (void)succeeded(spawn([] {
             raw::Segment segment;
             pthread_mutex_lock(segment.Mutex());
             return raise(SIGKILL) == 0;
         }));
-        row.require(lockIsLost(), "the lock is free");
-        // Nobody opens a registry meanwhile: those who are there help themselves.
-        row.require(eventually([&] { return raw::Stat().st_ino != before; }) && studio.isBack(),
-                    "the living are not paired in a new registry");
+        if (robust) {
+            row.require(studio.isDucked() && raw::Stat().st_ino == before, "the lock is lost");
+        } else {
+            row.require(lockIsLost(), "the lock is free");
+            // Nobody opens a registry meanwhile: those who are there help themselves.
+            row.require(eventually([&] { return raw::Stat().st_ino != before; }) && studio.isBack(),
+                        "the living are not paired in a new registry");
+        }
+        row.add(studio.report());
     }
-    row.outcome = "after 10 s all move to a new registry by themselves";
-    row.lost = "ducking for 10 s";
-    row.add(studio.report());
+    row.outcome = "after 10 s all move to a new registry by themselves; a robust lock goes on";
+    row.lost = "ducking for 10 s; with a robust lock nothing";
     return row;
 }
 
@@ -180,7 +233,8 @@ Row startTogether(bool full) {
     return row;
 }
 
-/// Stops the studio, which lies in slots 0 and 1, gives those to newcomers, and wakes it again.
+/// Stops the studio, which lies in slots 0 and 1, gives those to newcomers, and wakes it again. The
+/// other slots but one are those of the dead.
 Row stopAndTake(bool full) {
     Row row{.rounds = full ? 3 : 1};
     for (int round = 0; round < row.rounds && !row.failed(); ++round) {
@@ -189,13 +243,17 @@ Row stopAndTake(bool full) {
         TessellaDuckworkSHM keeper; // without somebody alive the whole registry would be replaced
         std::array<TessellaDuckworkSHM, 2> newcomers;
         row.require(keeper.Open(), "no keeper");
+        (void)succeeded(spawn([] {
+            std::array<TessellaDuckworkSHM, 13> dead;
+            return std::ranges::all_of(dead, &TessellaDuckworkSHM::Open) && raise(SIGKILL) == 0;
+        }));
+        row.require(support::activeSlots().size() == 16, "there is room");
         kill(studio.process(), SIGSTOP);
         row.require(!lockIsLost(), "stopped with the lock in its hand, once in thousands of times");
         for (int second = 0; full && second < 15; ++second, keeper.Touch())
             std::this_thread::sleep_for(std::chrono::seconds(1));
         if (!full)
             letAMinutePass({keeper.MyId()});
-        keeper.CleanDead();
         for (TessellaDuckworkSHM& newcomer : newcomers)
             row.require(newcomer.Open(), "no newcomer");
         const raw::Segment segment;
@@ -206,7 +264,7 @@ Row stopAndTake(bool full) {
                     "the woken have written into foreign slots");
         row.add(studio.report());
     }
-    row.outcome = "swept, slots taken; woken, it claims others and leaves those alone";
+    row.outcome = "newcomers sweep and take slots; woken, it claims others and leaves those alone";
     row.lost = "ducking while it stands, and until the next heartbeat";
     return row;
 }
@@ -289,22 +347,27 @@ Row loadWhileBusy(bool full) {
 } // namespace
 
 Faults processFaults() {
-    return {{"kill-beside-pair",
-             "kill -9 at a random moment of opening, closing, publishing, pairing, sweeping",
-             killBesideAStudio},
-            {"kill-creating", "kill -9 at a random moment of creating and initialising",
-             killWhileCreating},
-            {"kill-lock-holder", "kill -9 of a process that holds the lock", killHolder},
-            {"start-together",
-             "8 processes open at one instant; there is nothing, a dead registry, a short file, a "
-             "released one",
-             startTogether},
-            {"stopped-for-15-s", "SIGSTOP of a host for 15 s, its slots claimed by others, SIGCONT",
-             stopAndTake},
-            {"clock-stepped", "wall clock stepped by an hour, forwards and backwards",
-             stepClockByAnHour},
-            {"state-load-while-busy", "lock held while a state is loaded and processing started",
-             loadWhileBusy}};
+    return {
+        {"kill-beside-pair",
+         "kill -9 at a random moment of opening, closing, publishing, pairing, sweeping; of a "
+         "partner",
+         killBesideAStudio},
+        {"kill-creating", "kill -9 at a random moment of creating and initialising",
+         killWhileCreating},
+        {"kill-lock-holder",
+         "kill -9 of a process that holds the lock, also a robust one of another build",
+         killHolder},
+        {"start-together",
+         "8 processes open at one instant; there is nothing, a dead registry, a short file, a "
+         "released one",
+         startTogether},
+        {"stopped-for-15-s",
+         "SIGSTOP of a host for 15 s, beside it one living and 13 dead slots, newcomers, SIGCONT",
+         stopAndTake},
+        {"clock-stepped", "wall clock stepped by an hour, forwards and backwards",
+         stepClockByAnHour},
+        {"state-load-while-busy", "lock held while a state is loaded and processing started",
+         loadWhileBusy}};
 }
 
 } // namespace faults
