@@ -177,6 +177,8 @@ void PeerSettings::Refresh(shm::Visit& visit) {
     const std::scoped_lock lock(mutex);
     shm::Name itsName{};
     const std::uint64_t id = visit ? LinkedId(visit, itsName) : 0;
+    if (id != 0)
+        Settle(id, itsName);
     if (settings.bands.count < 1 || !applied || id == 0 || id != nameOf)
         return;
     const shm::Settings now = ReadAll(visit);

@@ -28,7 +28,8 @@ public:
     void Edit(shm::Visit& visit, const shm::SettingsEdit& edit);
     /// The user's choice.
     void PairWith(shm::Visit& visit, const TDInstanceInfo& peer);
-    /// A record that exists for the linked peer takes what that holds now, to be saved.
+    /// Before a save: the linked peer is remembered, also where the other side has just made the
+    /// link, and a record that exists for it takes what it holds now.
     void Refresh(shm::Visit& visit);
 
     /// At most 63 bytes of the name of the peer last paired with; null for none.

@@ -46,6 +46,8 @@ public:
     // Hosting (TessellaDuckwork.cpp)
     bool activate(double sampleRate, std::uint32_t minFrames,
                   std::uint32_t maxFrames) noexcept override;
+    void paramsFlush(const clap_input_events_t* in,
+                     const clap_output_events_t* out) noexcept override;
     void OnActivate(bool becomesActive) override;
     void OnReset() override;
     void OnClear() override;

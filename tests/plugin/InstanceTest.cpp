@@ -207,17 +207,6 @@ TEST(Instance, ShowsTheLevelsOfBothLastSpectraWhateverIsNew) {
         c.happens();
         expectLevels(c.peerVisible, c.ownVisible);
     }
-    own.monitor.WriteHpLpOf(own.id, 100, 10000);
-    {
-        const raw::HeldLock busy;
-        const auto before = support::handedPeerLevel();
-        tick();
-        EXPECT_EQ(support::handedPeerLevel(), before)
-            << "one busy block goes on with what it holds";
-        tick();
-        EXPECT_EQ(support::handedPeerLevel(), dsp::BandLevels{}) << "a busy registry has no peer";
-    }
-    expectLevels(true, true);
 }
 
 TEST(Instance, GlidesAtTheSamePaceInBlocksOfAnySize) {

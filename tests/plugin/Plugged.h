@@ -3,10 +3,13 @@
 
 #include "host/AudioBuffers.h"
 #include "host/Instance.h"
+#include "host/Params.h"
 #include "plugin/TessellaDuckwork.h"
 #include "shm/RegistryMonitor.h"
 #include "tests/plugin/NoEditor.h"
+#include "tests/support/Chunks.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -47,6 +50,36 @@ struct Plugged {
         sent.clear();
         instance.process(audio, kFrames, in, sent);
         in.clear();
+    }
+
+    void flush() {
+        sent.clear();
+        EXPECT_TRUE(host::Params(instance).flush(in, sent));
+        in.clear();
+    }
+
+    /// The host's value for the next block or flush.
+    void automate(int param, double plain) {
+        in.addParamValue(clap_id(param), plug.GetParam(param).ToHost(plain));
+    }
+
+    int load(const Bytes& bytes) {
+        iplug::IByteChunk chunk;
+        chunk.PutBytes(bytes.data(), bytes.size());
+        return plug.UnserializeState(chunk, 0);
+    }
+
+    Bytes saved() {
+        iplug::IByteChunk chunk;
+        EXPECT_TRUE(plug.SerializeState(chunk));
+        return {chunk.Data(), chunk.Data() + chunk.Size()};
+    }
+
+    /// As another editor's list has it.
+    [[nodiscard]] TDInstanceInfo info() const {
+        TDInstanceInfo info{.id = id};
+        std::ranges::copy(slot().name, info.name);
+        return info;
     }
 
     /// What an open editor's thread does once a frame.

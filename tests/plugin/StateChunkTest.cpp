@@ -19,13 +19,6 @@ iplug::IByteChunk chunkOf(const Bytes& bytes) {
 
 struct Side : support::Plugged {
     explicit Side(std::size_t slotIndex) : Plugged(slotIndex) { start(); }
-
-    int load(const Bytes& bytes) { return plug.UnserializeState(chunkOf(bytes), 0); }
-    [[nodiscard]] Bytes saved() {
-        iplug::IByteChunk chunk;
-        EXPECT_TRUE(plug.SerializeState(chunk));
-        return {chunk.Data(), chunk.Data() + chunk.Size()};
-    }
 };
 
 /// The ends of the fields as documented; each begins where the one before it ends. A chunk that is
@@ -61,50 +54,6 @@ TEST(StateChunk, CutAnywhereGivesTheFieldsThatFit) {
     for (const auto& [start, result] : {std::pair{-1, -1}, {INT_MAX, -1}, {5, 371}})
         EXPECT_EQ(side.plug.UnserializeState(chunkOf(shifted), start), result) << start;
     EXPECT_EQ(side.saved(), full);
-}
-
-/// A settings group with one of its parameters, and who may write it.
-struct Group {
-    const char* name;
-    int index;
-    double peers, hosts; ///< the value that the peer writes; another one
-    void (*writeOwn)(Side& side);
-    void (*writeAsPeer)(Side& side);
-};
-
-void loadAny(Side& side) { side.load(chunkFile("full")); }
-const TDBand kPeersBand{.threshDb = -44.0F};
-const Group kGroups[] = {{"bands", ThreshLow, -44.0, -7.0, loadAny,
-                          [](Side& s) { s.monitor.WriteBandsOf(s.id, &kPeersBand, 1); }},
-                         {"filters", HP, 77.0, 33.0, loadAny,
-                          [](Side& s) { s.monitor.WriteHpLpOf(s.id, 77.0F, 9000.0F); }},
-                         {"controls by a load", Makeup, 7.0, 2.0, loadAny,
-                          [](Side& s) { s.monitor.WriteControlsOf(s.id, 7.0F, 77.0F, 7.0F); }},
-                         {"controls by a change", Makeup, 7.0, 2.0,
-                          [](Side& s) { s.plug.OnParamChange(Makeup); },
-                          [](Side& s) { s.monitor.WriteControlsOf(s.id, 7.0F, 77.0F, 7.0F); }}};
-
-TEST(StateSync, TakesAPeersWriteOnceAndNeverItsOwn) {
-    Side side(0);
-    for (const Group& group : kGroups)
-        for (const bool inBlock : {false, true}) {
-            SCOPED_TRACE(std::string(group.name) + (inBlock ? ", in a block" : ""));
-            iplug::IParam& param = side.plug.GetParam(group.index);
-            // The value after a take: the host's if nothing was taken.
-            const auto taken = [&] {
-                param.Set(group.hosts);
-                inBlock ? side.block() : side.plug.FlushSHMToParams();
-                return param.Value();
-            };
-            group.writeOwn(side);
-            EXPECT_EQ(taken(), group.hosts) << "own write";
-            group.writeAsPeer(side);
-            EXPECT_EQ(taken(), group.peers);
-            EXPECT_EQ(taken(), group.hosts) << "a second time";
-            group.writeAsPeer(side);
-            group.writeOwn(side);
-            EXPECT_EQ(taken(), group.hosts) << "the later write wins";
-        }
 }
 
 TEST(ShadowPeer, IsWrittenOnceToALinkedPeerAfterEachRecordAndLoad) {

@@ -75,6 +75,10 @@ TEST_F(SegmentLifecycle, SixteenSlotsThenNoneThenTheFreedOne) {
     segment.Put(Slot(5) + kActive, std::uint8_t{1});
     ASSERT_TRUE(extra.Open()) << "an open handle first gives its own slot back";
     EXPECT_EQ(segment.Get<std::uint64_t>(Slot(5) + kId), extra.MyId());
+    for (std::size_t dead = 1; dead < 16; ++dead)
+        segment.Put(Slot(dead) + kHeartbeat, shm::Now() - 12);
+    TessellaDuckworkSHM newcomer, later;
+    EXPECT_TRUE(newcomer.Open() && later.OpenLater()) << "the dead keep nobody out";
 }
 
 TEST_F(SegmentLifecycle, OpenJoinsWhatLivesAndReplacesWhatDoesNot) {
@@ -255,6 +259,25 @@ TEST_F(SegmentLifecycle, AnInstanceWhoseSlotIsTakenWritesNowhereAndComesBackInAn
     segment.Put(Slot(2) + kId, std::uint64_t{77});
     handle.Close();
     EXPECT_EQ(segment.Get<std::uint8_t>(Slot(2) + kActive), 1) << "not its to close";
+}
+
+TEST_F(SegmentLifecycle, ARobustLockOfAnotherBuildIsHadAgainAtOnceWhenItsHolderDies) {
+    TessellaDuckworkSHM handle;
+    ASSERT_TRUE(handle.Open());
+    Segment segment;
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+    pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
+    pthread_mutex_init(segment.Mutex(), &attributes);
+    for (const std::uint64_t seq : {1U, 3U}) {
+        const pid_t child = fork();
+        if (child == 0)
+            _exit(pthread_mutex_lock(segment.Mutex()));
+        ASSERT_EQ(waitpid(child, nullptr, 0), child);
+        EXPECT_EQ(shm::TryVisit(handle).WriteHpLp({}), seq);
+        EXPECT_EQ(shm::TryVisit(handle).WriteHpLp({}), seq + 1) << "consistent, and let go";
+    }
 }
 
 TEST_F(SegmentLifecycle, AHolderThatDiedMakesPatientOperationsGiveUp) {

@@ -1,0 +1,551 @@
+// What must hold of an instance's settings, whoever changes them and whoever is gone.
+#include "host/Extensions.h"
+#include "tests/plugin/Plugged.h"
+#include "tests/shm/RawSegment.h"
+#include "tests/support/Eventually.h"
+#include "tests/support/Signals.h"
+
+#include <cmath>
+#include <dlfcn.h>
+#include <functional>
+#include <memory>
+
+namespace {
+
+thread_local int tLockTries = 0;
+
+}
+
+#ifndef TD_SANITIZED // they replace it, too
+extern "C" __attribute__((visibility("default"))) int pthread_mutex_trylock(pthread_mutex_t* m) {
+    static const auto original =
+        reinterpret_cast<int (*)(pthread_mutex_t*)>(dlsym(RTLD_NEXT, "pthread_mutex_trylock"));
+    ++tLockTries;
+    return original(m);
+}
+#endif
+
+namespace {
+
+using host::Callback;
+using support::Bytes;
+using support::get;
+using support::Plugged;
+using Clock = std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+constexpr int kFrame = 8; ///< blocks; each completes a frame
+constexpr std::size_t kPeerNameAt = 95;
+
+/// Plays the same loud noise in every frame.
+struct Player : Plugged {
+    explicit Player(std::size_t slotIndex, const char* name = nullptr) : Plugged(slotIndex) {
+        start();
+        plug.SetInstanceName(name);
+    }
+    void play(int count) {
+        for (; count > 0; --count, ++blocks, block())
+            for (std::uint32_t i = 0; i < 2 * kFrames; ++i)
+                audio.input().set(i % 2, i / 2, noise[blocks % kFrame * kFrames + i / 2]);
+    }
+    /// Gain reduction of the band in the middle, dB.
+    [[nodiscard]] float ducking() const {
+        float low = 0, mid = 0, high = 0;
+        plug.GetGainReduction(low, mid, high);
+        return mid;
+    }
+    [[nodiscard]] bool isHeard() const {
+        using Spectrum = std::array<float, shm::kAudioBinCount>;
+        return raw::Segment().Get<Spectrum>(raw::Slot(index) + raw::kAudioBins) != Spectrum{};
+    }
+    std::size_t blocks = 0;
+    std::vector<double> noise = support::noise(kFrame * kFrames, 1.0, 7).left;
+};
+
+/// Bands that duck the noise deeply; the middle one of three as told.
+shm::BandSet deep(int count, bool midOn = true) {
+    constexpr float kSplits[] = {20, 200, 5000, 20000};
+    shm::BandSet set{.bands = {}, .count = count};
+    for (int i = 0; i < count; ++i)
+        set[i] = {kSplits[i], kSplits[i + 1], -60, 20, i != 1 || midOn, {}};
+    set.Last().hiHz = kSplits[3];
+    return set;
+}
+
+struct Duet {
+    Player own{0}, peer{1};
+    explicit Duet(int bands = 1) {
+        EXPECT_TRUE(own.monitor.Pair(own.id, peer.id));
+        own.monitor.WriteBandsOf(own.id, deep(bands).bands.data(), bands);
+    }
+    void play(int frames) {
+        for (int i = 0; i < frames * kFrame; ++i)
+            peer.play(1), own.play(1);
+    }
+};
+
+/// A turn of one knob or filter, perhaps with bands.
+shm::SettingsEdit turn(int param, double value, std::optional<shm::BandSet> bands = {}) {
+    shm::SettingsEdit edit{.bands = bands};
+    (param >= HP ? edit.filters[std::size_t(param - HP)]
+                 : edit.controls[std::size_t(param - Attack)]) = float(value);
+    return edit;
+}
+
+struct Way {
+    const char* name;
+    std::function<void(Player&)> go;
+};
+
+std::string peerNameIn(const Bytes& chunk) { return get<shm::Name>(chunk, kPeerNameAt).data(); }
+
+int peerBandsIn(const Bytes& chunk) { return get<std::int32_t>(chunk, support::kShadowAt); }
+
+Bytes withPeerName(Bytes chunk, const char* name) {
+    std::strncpy(reinterpret_cast<char*>(&chunk[kPeerNameAt]), name, shm::kNameBytes);
+    return chunk;
+}
+
+TEST(Reopening, StatesThatNameEachOtherPairWithoutAnEditorAndDuckFromTheFirstFrame) {
+    Bytes states[2];
+    {
+        Player kick(0, "Kick"), bass(1, "Bass");
+        kick.plug.PairWith(bass.info());
+        kick.plug.EditPeer(turn(HP, 30, deep(1)));
+        states[0] = kick.saved();
+        states[1] = bass.saved();
+    }
+    EXPECT_EQ(peerNameIn(states[1]), "Kick") << "the side that was chosen remembers, too";
+    for (const std::size_t first : {0U, 1U}) {
+        Player kick(0), bass(1);
+        for (const std::size_t i : {first, 1 - first})
+            (i == 0 ? kick : bass).load(states[i]);
+        for (int block = 0; block < 2 * kFrame; ++block)
+            kick.play(1), bass.play(1);
+        EXPECT_LT(bass.ducking(), -5) << "the first frame that has something to duck against";
+    }
+}
+
+TEST(Reopening, PairsOnlyWithWhomTheRememberedNameMeans) {
+    enum Partner { Free, Taken, Widowed };
+    struct Other {
+        const char* name;
+        bool here = true; ///< in this process
+        Partner partner = Free;
+    };
+    constexpr const char *kGiven = "Bass", *kDefault = "TessellaDuckwork #2";
+    const struct {
+        const char* what;
+        const char* remembered;
+        std::vector<Other> others; ///< from slot 1 on
+        std::size_t pairedWith;    ///< slot; 0: nobody
+    } cases[] = {
+        {"free", kGiven, {{kGiven}}, 1},
+        {"another name", kGiven, {{"Bas"}, {"Bass2"}}, 0},
+        {"of this process: any name", kDefault, {{kDefault}}, 1},
+        {"of another: one that a user has given", kGiven, {{kGiven, false}}, 1},
+        {"a default name says nothing there", kDefault, {{kDefault, false}}, 0},
+        {"only begun like one", "TessellaDuckwork #2b", {{"TessellaDuckwork #2b", false}}, 1},
+        {"it has a partner", kGiven, {{kGiven, true, Taken}}, 0},
+        {"its partner is gone", kGiven, {{kGiven, true, Widowed}}, 1},
+        {"the own process first", kGiven, {{kGiven, false}, {kGiven}}, 2},
+        {"the free one", kGiven, {{kGiven, true, Taken}, {kGiven, false}}, 2},
+    };
+    for (const auto& c : cases)
+        for (const bool loadedLast : {true, false}) {
+            SCOPED_TRACE(std::string(c.what) + (loadedLast ? ", at a load" : ", later"));
+            raw::Remove();
+            Plugged own(0);
+            const Bytes state = withPeerName(own.saved(), c.remembered);
+            if (!loadedLast)
+                own.load(state);
+            raw::Segment segment;
+            const auto put = [&](std::size_t slot, std::size_t field, auto value) {
+                segment.Put(raw::Slot(slot) + field, value);
+            };
+            std::array<TessellaDuckworkSHM, 2> handles;
+            for (std::size_t i = 0; i < c.others.size(); ++i) {
+                const auto& [name, here, partner] = c.others[i];
+                ASSERT_TRUE(handles[i].Open() && handles[i].SetDisplayName(name));
+                if (!here)
+                    put(i + 1, raw::kId, handles[i].MyId() ^ (std::uint64_t{1} << 32U));
+                put(i + 1, raw::kRemote, std::uint64_t{partner == Free ? 0U : 99U});
+                if (partner == Taken) {
+                    put(9, raw::kId, std::uint64_t{99});
+                    put(9, raw::kActive, std::uint8_t{1});
+                    put(9, raw::kHeartbeat, shm::Now());
+                }
+            }
+            loadedLast ? (void)own.load(state) : (void)own.followRegistry();
+            const auto expected = segment.Get<std::uint64_t>(raw::Slot(c.pairedWith) + raw::kId);
+            EXPECT_EQ(own.slot().remoteId, c.pairedWith == 0 ? 0 : expected);
+        }
+    raw::Remove();
+}
+
+TEST(Reopening, WhatWasSetOnOnePeerIsForNoOther) {
+    Player own(0), vocal(1, "Vocal"), bass(2, "Bass");
+    own.plug.PairWith(vocal.info());
+    own.plug.EditPeer(turn(HP, 80));
+    const Bytes preset = own.saved();
+    own.plug.PairWith(bass.info());
+    EXPECT_EQ(peerBandsIn(own.saved()), 0) << "nothing is set on Bass yet";
+    const auto before = bass.slot().hpLpSeq;
+    own.load(preset);
+    own.followRegistry();
+    EXPECT_FALSE(own.plug.Peer().ApplyShadowPeerToSHM() || bass.slot().hpLpSeq != before);
+    EXPECT_EQ(own.saved(), preset) << "kept for Vocal";
+
+    own.monitor.Unpair(own.id);
+    for (const float hpHz : {40.0F, 50.0F}) {
+        vocal.plug.EditOwn(turn(HP, hpHz));
+        own.followRegistry();
+        EXPECT_EQ(vocal.slot().hpHz, hpHz == 40 ? 80 : 50) << "paired again, and applied once";
+    }
+    vocal.plug.SetInstanceName("Lead");
+    EXPECT_EQ(peerNameIn(own.saved()), "Lead") << "the same one under a new name";
+    bass.plug.PairWith(own.info());
+    EXPECT_EQ(peerNameIn(own.saved()), "Bass") << "chosen by the other side";
+    EXPECT_EQ(peerBandsIn(own.saved()), 0);
+}
+
+TEST(Reopening, AStateKeepsWhatThePeerHoldsNow) {
+    Player own(0), peer(1);
+    own.plug.PairWith(peer.info());
+    peer.plug.EditOwn(turn(Attack, 55));
+    EXPECT_EQ(peerBandsIn(own.saved()), 0) << "nothing set: no record";
+    own.plug.EditPeer(turn(HP, 100, deep(1)));
+    own.plug.EditPeer(turn(Makeup, 3));
+    peer.block();
+    shm::BandSet bands = deep(1);
+    bands[0].threshDb = -50;
+    peer.plug.EditOwn(turn(LP, 9000, bands));
+    peer.automate(Release, 77);
+    peer.block();
+    const Bytes saved = own.saved();
+    EXPECT_EQ(get<float>(saved, 187), -50);
+    using Rest = std::array<float, 5>;
+    EXPECT_EQ(get<Rest>(saved, 214), (Rest{100, 9000, 55, 77, 3}));
+}
+
+TEST(Reopening, TheHostLearnsWhatAProjectHasToKeep) {
+    Player own(0), peer(1);
+    const struct {
+        const char* what;
+        std::function<void()> happens;
+    } cases[] = {
+        {"nothing", [] {}},
+        {"renaming", [&] { own.plug.SetInstanceName("Kick"); }},
+        {"pairing", [&] { own.plug.PairWith(peer.info()); }},
+        {"an edit of the peer", [&] { own.plug.EditPeer(turn(HP, 50)); }},
+        {"duck", [&] { own.plug.ToggleOwnDuck(); }},
+        {"the peer's edit", [&] { peer.plug.EditPeer(turn(Makeup, 2)), own.block(); }},
+        {"the peer's duck", [&] { peer.plug.TogglePeerDuck(), own.block(); }},
+        {"its new name", [&] { peer.plug.SetInstanceName("Bass"); }},
+    };
+    auto& calls = own.callbacks.calls();
+    for (const auto& c : cases) {
+        own.followRegistry();
+        own.instance.pumpMainThread();
+        calls.clear();
+        c.happens();
+        own.followRegistry();
+        own.instance.pumpMainThread();
+        EXPECT_EQ(calls.count(Callback::StateMarkDirty), &c == cases ? 0U : 1U) << c.what;
+    }
+}
+
+TEST(Edits, ABandThatIsOffIsSwitchedOnByThePeer) {
+    const auto peersOff = [](Player& p) {
+        p.monitor.WriteBandsOf(p.id, deep(3, false).bands.data(), 3);
+    };
+    const auto editorsOff = [](Player& p) { p.plug.EditOwn({.bands = deep(3, false)}); };
+    const Way waysOff[] = {
+        {"own editor", editorsOff},
+        {"loaded state",
+         [&](Player& p) {
+             editorsOff(p);
+             const Bytes state = p.saved();
+             p.plug.EditOwn({.bands = deep(3)});
+             p.load(state);
+         }},
+        {"peer, block",
+         [&](Player& p) { peersOff(p), p.play(1); }},
+        {"peer, save", [&](Player& p) {
+             peersOff(p);
+             EXPECT_EQ(support::paramIn(p.saved(), RatioMid), 20) << "its own, which 1 hides";
+         }}};
+    for (const Way& off : waysOff)
+        for (const int count : {3, 2, 1})
+            for (const bool inBlock : {true, false}) {
+                SCOPED_TRACE(off.name + std::string(inBlock ? ", block " : ", save ") +
+                             std::to_string(count));
+                Duet duet(3);
+                Player& own = duet.own;
+                own.play(1);
+                off.go(own);
+                duet.play(6);
+                EXPECT_TRUE(!own.plug.Own().IsBandOn(1) && own.ducking() == 0);
+                own.monitor.WriteBandsOf(own.id, deep(count).bands.data(), count);
+                inBlock ? own.play(1) : (void)own.saved();
+                EXPECT_TRUE(own.plug.Own().IsBandOn(1) && own.value(RatioMid) == 20);
+                duet.play(6);
+                EXPECT_LT(own.ducking(), -15);
+            }
+}
+
+TEST(Edits, WhatIsTakenInReachesTheHostAndGivesWayToItsLaterValues) {
+    const Way writers[] = {
+        {"the peer",
+         [](Player& p) {
+             p.monitor.WriteBandsOf(p.id, deep(3).bands.data(), 3);
+             p.monitor.WriteHpLpOf(p.id, 90, 9000);
+             p.monitor.WriteControlsOf(p.id, 90, 900, 9);
+         }},
+        {"a state", [](Player& p) { p.load(support::chunkFile("full")); }},
+        {"the editor", [](Player& p) { p.plug.EditOwn(turn(HP, 90, deep(3))); }}};
+    const Way takers[] = {{"nobody", [](Player&) {}},
+                          {"a block", [](Player& p) { p.block(); }},
+                          {"a save", [](Player& p) { p.saved(); }},
+                          {"activation",
+                           [](Player& p) {
+                               p.instance.deactivate();
+                               p.start();
+                           }},
+                          {"an editor that opens", [](Player& p) { p.plug.OpenWindow(&p); }},
+                          {"its frame", [](Player& p) { p.followRegistry(); }}};
+    for (const Way& writer : writers)
+        for (const Way& taker : takers)
+            for (const bool active : {true, false}) {
+                SCOPED_TRACE(std::string(writer.name) + ", " + taker.name +
+                             (active ? ", block" : ", flush"));
+                Player p(0);
+                if (!active)
+                    p.instance.deactivate();
+                writer.go(p);
+                taker.go(p);
+                std::string told = &taker == takers + 1 ? p.told() : "";
+                const bool flushes = !p.instance.isActive();
+                flushes ? p.flush() : p.block();
+                told += p.told();
+                if (&writer == writers) {
+                    EXPECT_EQ(told, "2=-60.0 dB 3=-60.0 dB 4=-60.0 dB 5=20.0 :1 6=20.0 :1 "
+                                    "7=20.0 :1 8=90.0 ms 9=900 ms 10=9.0 dB 12=90 Hz 13=9000 Hz ");
+                }
+                if (&taker == takers && &writer == writers && flushes)
+                    p.monitor.WriteHpLpOf(p.id, 80, 8000); // not taken in when the host's come
+                state::ParamValues later;
+                for (std::size_t i = 0; i < kNumParams; ++i) {
+                    later[i] = std::round(0.25 * kParamTable[i].min + 0.75 * kParamTable[i].max);
+                    p.automate(int(i), later[i]);
+                }
+                flushes ? p.flush() : p.block();
+                const Bytes saved = p.saved();
+                for (std::size_t i = 0; i < kNumParams; ++i)
+                    EXPECT_NEAR(support::paramIn(saved, i), later[i], 1e-6) << i;
+                p.plug.CloseWindow();
+            }
+}
+
+TEST(Edits, OneAutomatedKnobLeavesTheOthersToThePeer) {
+    const struct {
+        const char* name;
+        void (*set)(Player& p, double ms);
+    } ways[] = {{"automation", [](Player& p, double ms) { p.automate(Attack, ms), p.block(); }},
+                {"a flush", [](Player& p, double ms) { p.automate(Attack, ms), p.flush(); }},
+                {"a parameter", [](Player& p, double ms) { p.plug.SetParam(Attack, ms); }},
+                {"an edit", [](Player& p, double ms) { p.plug.EditOwn(turn(Attack, ms)); }}};
+    for (const auto& [name, set] : ways) {
+        Player own(0), peer(1);
+        peer.plug.PairWith(own.info());
+        int arrived = 0;
+        for (int round = 1; round <= 100; ++round) {
+            peer.plug.EditPeer(turn(Release, 100 + round));
+            set(own, round);
+            peer.plug.EditPeer(turn(Makeup, round / 10.0));
+            set(own, round + 1);
+            own.block();
+            const auto near = [](double a, double b) { return std::abs(a - b) < 1e-4; };
+            const auto slot = own.slot();
+            arrived += near(own.value(Release), 100 + round) && near(slot.attackMs, round + 1) &&
+                       near(own.value(Makeup), round / 10.0) && near(slot.releaseMs, 100 + round) &&
+                       near(own.value(Attack), round + 1);
+        }
+        EXPECT_EQ(arrived, 100) << name;
+    }
+}
+
+TEST(Silence, OfADeactivatedPartnerLastsUntilItsNextFrame) {
+    Duet duet;
+    auto& [own, peer] = duet;
+    for (const double rate : {48000.0, 96000.0})
+        for (const bool busy : {false, true}) {
+            duet.play(12);
+            ASSERT_TRUE(peer.isHeard() && own.ducking() < -15);
+            {
+                const auto held = busy ? std::make_unique<raw::HeldLock>() : nullptr;
+                peer.instance.deactivate();
+            }
+            EXPECT_EQ(peer.isHeard(), busy);
+            EXPECT_TRUE(peer.instance.activate(rate, 1, Plugged::kFrames));
+            EXPECT_TRUE(!peer.isHeard() && peer.slot().state[1] == 0) << "of the old scale";
+            peer.play(3);
+            EXPECT_FALSE(peer.isHeard()) << "no frame yet";
+            own.play(60 * kFrame);
+            EXPECT_GT(own.ducking(), -0.5);
+        }
+}
+
+/// What neither blocks nor editors are there for, all in one go: the beats are 3 s apart.
+TEST(Silence, TheHeartbeatSeesToTheDeadTheStillAndTheRemembered) {
+    Player own(0, "Kick"), still(1), late(2);
+    own.load(withPeerName(own.saved(), "Late"));
+    TessellaDuckworkSHM dead;
+    ASSERT_TRUE(dead.Open());
+    raw::Segment segment;
+    segment.Put(raw::Slot(3) + raw::kHeartbeat, shm::Now() - 12);
+    still.play(2 * kFrame);
+    late.plug.SetInstanceName("Late");
+    late.instance.pumpMainThread();
+    late.callbacks.calls().clear();
+    late.monitor.WriteHpLpOf(late.id, 90, 9000);
+    late.play(1);
+    const auto soon = [&](const std::function<bool()>& happens, std::chrono::seconds atMost) {
+        return support::eventually([&] { return own.play(1), happens(); }, atMost);
+    };
+    EXPECT_TRUE(soon([&] { return own.slot().remoteId == late.id; }, 5s));
+    EXPECT_TRUE(soon([&] { return late.instance.pumpMainThread() > 0; }, 2s));
+    EXPECT_EQ(late.callbacks.calls().count(Callback::StateMarkDirty), 1U);
+    EXPECT_EQ(segment.Get<std::uint8_t>(raw::Slot(3) + raw::kActive), 0);
+    EXPECT_TRUE(still.isHeard()) << "one beat without a block is none";
+    EXPECT_TRUE(soon([&] { return !still.isHeard(); }, 10s));
+    EXPECT_TRUE(own.isHeard()) << "its blocks go on";
+    still.play(kFrame);
+    EXPECT_TRUE(still.isHeard());
+}
+
+/// g: a good block, b: the registry is busy, u: unpaired. The last one runs a frame.
+TEST(Block, GoesOnForOneBusyBlockWithTheSpectrumThatItHolds) {
+    const std::pair<std::string, bool> cases[] = {
+        {"gg", true},   {"gb", true},    {"gbb", false}, {"gbbb", false}, {"gbg", true},
+        {"gbgb", true}, {"gbbgb", true}, {"ub", false},  {"gu", false},   {"gbgbb", false}};
+    for (const auto& [blocks, heard] : cases) {
+        SCOPED_TRACE(blocks);
+        Duet duet;
+        auto& [own, peer] = duet;
+        own.plug.OpenWindow(&own);
+        duet.play(20);
+        own.play(kFrame - int(blocks.size()));
+        const float before = own.ducking();
+        for (const char kind : blocks) {
+            peer.play(1);
+            kind == 'u' ? own.monitor.Unpair(own.id) : own.monitor.Pair(own.id, peer.id);
+            const auto held = kind == 'b' ? std::make_unique<raw::HeldLock>() : nullptr;
+            own.play(1);
+        }
+        EXPECT_TRUE(heard ? std::abs(own.ducking() - before) < 0.1 : own.ducking() > before + 1);
+        EXPECT_EQ(support::handedPeerLevel() != dsp::BandLevels{}, heard);
+    }
+}
+
+TEST(Block, AfterAResetHasNoOldSoundButAllSettings) {
+    Duet duet;
+    Player& own = duet.own;
+    own.automate(Makeup, 6);
+    duet.play(20);
+    ASSERT_LT(own.ducking(), -15);
+    own.monitor.Unpair(own.id);
+    own.instance.reset();
+    own.audio.input().fill(0.25);
+    for (int at = 0; at < 4096; at += int(Plugged::kFrames)) {
+        own.block();
+        const double expected = at < 2048 ? 0 : 0.25 * std::pow(10, 6 / 20.0);
+        for (std::uint32_t i = 0; i < Plugged::kFrames; ++i)
+            ASSERT_NEAR(own.audio.output().get(0, i), expected, expected * 1e-4) << at;
+    }
+}
+
+const shm::SettingsEdit kAnyEdit{.bands = deep(3), .filters = {70.0F}, .controls = {30.0F}};
+
+TEST(Host, NoCallOfItsFailsForABrokenLock) {
+    for (const int byte : {0xFF, 0x7F}) {
+        Player peer(0), own(1);
+        own.plug.PairWith(peer.info());
+        own.followRegistry();
+        const auto state = host::saveState(own.instance);
+        raw::Segment segment;
+        const auto good = segment.Get<pthread_mutex_t>(raw::kMutex);
+        std::memset(segment.Mutex(), byte, sizeof good);
+        const auto begin = Clock::now();
+        own.block();
+        own.instance.reset();
+        own.instance.deactivate();
+        own.automate(Attack, 20);
+        own.flush();
+        own.start();
+        const auto saved = host::saveState(own.instance);
+        EXPECT_TRUE(saved && host::loadState(own.instance, *state) &&
+                    host::loadState(own.instance, *saved));
+        EXPECT_EQ(own.value(Attack), 20);
+        EXPECT_NO_THROW({
+            own.plug.OpenWindow(&own);
+            own.plug.BeginEditing();
+            own.followRegistry();
+            own.plug.SetInstanceName("Kick");
+            own.plug.SetParam(Release, 200);
+            own.plug.EditOwn(kAnyEdit);
+            own.plug.EditPeer(kAnyEdit);
+            own.plug.PairWith(peer.info());
+            own.plug.ToggleOwnBypass();
+            own.plug.ToggleOwnDuck();
+            own.plug.TogglePeerBypass();
+            own.plug.TogglePeerDuck();
+            own.plug.Peer().ApplyShadowPeerToSHM();
+            own.plug.CloseWindow();
+            const Plugged born(0);
+        });
+        EXPECT_LT(Clock::now() - begin, 500ms) << "nobody waits for it";
+        segment.Put(raw::kMutex, good);
+        own.block();
+        own.followRegistry();
+        const auto slot = own.slot();
+        EXPECT_TRUE(slot.name == std::string("Kick") && slot.attackMs == 30 &&
+                    slot.bandCount == 3 && slot.releaseMs == 200 && slot.hpHz == 70 &&
+                    !slot.duckSelf)
+            << "all of it arrives when the lock is one again";
+        EXPECT_EQ(peer.slot().hpHz, 70);
+        std::memset(segment.Mutex(), byte, sizeof good); // both end so
+    }
+    raw::Remove();
+}
+
+TEST(Host, OpensAndClosesSixtyInstancesAtOnce) {
+    std::vector<std::unique_ptr<Plugged>> sixty;
+    const auto begin = Clock::now();
+    while (sixty.size() < 60)
+        sixty.push_back(std::make_unique<Plugged>());
+    const auto opened = Clock::now();
+    sixty.clear();
+    EXPECT_TRUE(opened - begin < 750ms && Clock::now() - opened < 750ms) << "5 ms each, and some";
+}
+
+TEST(Host, AFrameTakesTheLockAFewTimesOnly) {
+    Player own(0), peer(1);
+    own.plug.PairWith(peer.info());
+    peer.plug.EditPeer(kAnyEdit);
+    const std::pair<const char*, std::function<void()>> cases[] = {
+        {"frame", [&] { own.followRegistry(); }},
+        {"editOwn", [&] { own.plug.EditOwn(kAnyEdit); }},
+        {"editPeer", [&] { own.plug.EditPeer(kAnyEdit); }}};
+    for (const auto& [what, call] : cases) {
+        const int before = tLockTries;
+        call();
+        RecordProperty(what, tLockTries - before);
+        EXPECT_LE(tLockTries - before, 4) << what;
+#ifndef TD_SANITIZED
+        EXPECT_GT(tLockTries, before) << "counted";
+#endif
+    }
+}
+
+} // namespace
