@@ -200,7 +200,8 @@ void OwnSettings::SetPersistedBandFreqs(const float* sixEdgesHz) {
 /// shows ratio 1.
 void OwnSettings::Take(const shm::BandSet& set, std::uint64_t seq) {
     bands.Know(seq);
-    const shm::BandSet usable = set.Usable(BandsNow());
+    const shm::BandSet before = BandsNow();
+    const shm::BandSet usable = set.Usable(before);
     SetEdges(usable);
     SetFromRegistry(FreqLow, usable.count >= 2 ? usable[0].hiHz : shm::kLowSplitHz.min, true);
     SetFromRegistry(FreqHigh, usable.count >= 3 ? usable[1].hiHz : shm::kHighSplitHz.max, true);
@@ -213,7 +214,8 @@ void OwnSettings::Take(const shm::BandSet& set, std::uint64_t seq) {
         bandOn[at] = band.enabled;
     }
     foreignBands = foreignBands + 1;
-    NoteChange();
+    if (BandsNow() != before)
+        NoteChange();
 }
 
 /// The same for filters and controls. Members that this side has still to publish stay. Deliberate:
