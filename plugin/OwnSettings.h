@@ -28,6 +28,8 @@
 /// Order of locks: gate, registry, mutex. The gate keeps blocks from meeting half a change: whoever
 /// but the audio thread touches what is not atomic holds it closed, and the mutex, for copies. The
 /// host is told after all of them are let go.
+/// Its state and what this side does to it: OwnSettings.cpp; taking in and publishing:
+/// OwnSettingsSync.cpp.
 class OwnSettings {
 public:
     /// All must outlive it. Nothing is published yet.
@@ -129,8 +131,14 @@ private:
     [[nodiscard]] bool AnythingPending() const;
     void PublishNow(bool patient);
 
+    /// Filters or controls, as the parameters from an index on have them.
     template <class Values>
-    [[nodiscard]] Values ValuesOf(int firstParam) const;
+    [[nodiscard]] Values ValuesOf(int firstParam) const {
+        Values values;
+        for (int i = 0; i < Values::kCount; ++i)
+            values[i] = static_cast<float>(Value(firstParam + i));
+        return values;
+    }
     [[nodiscard]] shm::BandSet BandsNow() const;
     [[nodiscard]] shm::BandSet WithUsableEdges(shm::BandSet set) const;
     void NoteParamChange(int index);

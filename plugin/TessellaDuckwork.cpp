@@ -121,8 +121,8 @@ bool TessellaDuckwork::activate(double sampleRate, std::uint32_t minFrames,
     return IPlugCLAP::activate(sampleRate, minFrames, maxFrames);
 }
 
-/// What others have set before is taken in first, as a block does: else a save would take it in over
-/// the host's values.
+/// What others have set before is taken in first, as a block does: else a save would take it in
+/// over the host's values.
 void TessellaDuckwork::paramsFlush(const clap_input_events_t* in,
                                    const clap_output_events_t* out) noexcept {
     if (!isActive()) {
