@@ -4,11 +4,13 @@
 
 OwnSettings::OwnSettings(iplug::IPlugAPIBase& ownerOfParams, TessellaDuckworkSHM& ownHandle,
                          dsp::SpectralProcessor& processor)
-    : framework(ownerOfParams), registry(ownHandle), engine(processor) {}
+    : framework(ownerOfParams), registry(ownHandle), engine(processor) {
+    SetEdges({.bands = {}, .count = 1}); // of the one band of a new instance
+}
 
 shm::Name OwnSettings::InstanceName() const {
     const std::scoped_lock lock(mutex);
-    return name;
+    return kept.name;
 }
 
 shm::Settings OwnSettings::Now() const {
@@ -20,15 +22,12 @@ shm::Settings OwnSettings::Now() const {
 }
 
 shm::BandSet OwnSettings::BandsNow() const {
-    shm::BandSet set;
-    set.count = bandCount;
+    shm::BandSet set = kept.bands;
     for (std::size_t i = 0; i < shm::kBandCount; ++i) {
         const float hidden = hiddenRatio[i];
-        set.bands[i] = {.loHz = edgesHz[2 * i],
-                        .hiHz = edgesHz[2 * i + 1],
-                        .threshDb = static_cast<float>(Value(kThresholds[i])),
-                        .ratio = hidden != 0.0F ? hidden : static_cast<float>(Value(kRatios[i])),
-                        .enabled = bandOn[i]};
+        set.bands[i].threshDb = static_cast<float>(Value(kThresholds[i]));
+        set.bands[i].ratio = hidden != 0.0F ? hidden : static_cast<float>(Value(kRatios[i]));
+        set.bands[i].enabled = bandOn[i];
     }
     return set;
 }
@@ -45,12 +44,12 @@ shm::BandSet OwnSettings::WithUsableEdges(shm::BandSet set) const {
     return set;
 }
 
+/// Bands beyond the count have none.
 void OwnSettings::SetEdges(const shm::BandSet& set) {
-    bandCount = set.count;
-    edgesHz.fill(0.0F);
-    for (int i = 0; i < set.count; ++i) {
-        edgesHz[2 * std::size_t(i)] = set[i].loHz;
-        edgesHz[2 * std::size_t(i) + 1] = set[i].hiHz;
+    kept.bands.count = set.count;
+    for (int i = 0; i < shm::kBandCount; ++i) {
+        kept.bands[i].loHz = set.Has(i) ? set[i].loHz : 0.0F;
+        kept.bands[i].hiHz = set.Has(i) ? set[i].hiHz : 0.0F;
     }
 }
 
@@ -134,7 +133,7 @@ void OwnSettings::SetName(const shm::Name& newName) {
     const AudioGate::Closed closed(gate);
     {
         const std::scoped_lock lock(mutex);
-        name = newName;
+        kept.name = newName;
         unpublished.fetch_or(Name, std::memory_order_relaxed);
     }
     NoteChange();
@@ -182,38 +181,39 @@ void OwnSettings::SetBandEnabled(int band, bool on) {
 void OwnSettings::SetPersistedBandFreqs(const float* sixEdgesHz) {
     const AudioGate::Closed closed(gate);
     const std::scoped_lock lock(mutex);
-    std::copy_n(sixEdgesHz, edgesHz.size(), edgesHz.begin());
+    for (std::size_t i = 0; i < shm::kBandCount; ++i) {
+        kept.bands.bands[i].loHz = sixEdgesHz[2 * i];
+        kept.bands.bands[i].hiHz = sixEdgesHz[2 * i + 1];
+    }
 }
 
 // State
 
 void OwnSettings::WriteTo(state::Record& record, state::ParamValues& params) const {
     const std::scoped_lock lock(mutex);
-    record.instanceName = name;
-    record.bands = BandsNow();
+    record.own = kept;
+    record.own.bands = BandsNow();
+    record.duckSelf = duckSelf ? 1 : 0;
     for (int index = 0; index < kNumParams; ++index)
         params[std::size_t(index)] = Value(index);
 }
 
 void OwnSettings::Load(const state::Reading& reading, const state::Record& record) {
     const std::scoped_lock lock(mutex);
-    if (record.instanceName != name)
+    if (record.own.name != kept.name)
         unpublished.fetch_or(Name, std::memory_order_relaxed);
-    name = record.instanceName;
-    bandCount = record.bands.count;
+    kept = record.own;
     for (std::size_t i = 0; i < shm::kBandCount; ++i) {
-        edgesHz[2 * i] = record.bands.bands[i].loHz;
-        edgesHz[2 * i + 1] = record.bands.bands[i].hiHz;
-        bandOn[i] = record.bands.bands[i].enabled;
+        bandOn[i] = kept.bands.bands[i].enabled;
         if (reading.paramCount > kRatios[i])
             hiddenRatio[i] = 0.0F;
     }
     for (int index = 0; index < reading.paramCount; ++index)
         framework.GetParam(index).Set(reading.params[std::size_t(index)]);
     UpdateEnvelope();
-    if (reading.duckSelf) {
+    if (reading.hasDuckSelf()) {
         unpublished.fetch_or(Priority, std::memory_order_relaxed);
-        duckSelf = *reading.duckSelf;
+        duckSelf = record.duckSelf != 0;
     }
     foreignBands = foreignBands + 1;
 }

@@ -154,9 +154,7 @@ private:
     mutable std::mutex mutex; ///< among the threads that hold the gate closed
 
     // Guarded by gate and mutex.
-    shm::Name name{};
-    std::array<float, 2 * std::size_t{shm::kBandCount}> edgesHz = {20.0F, 20000.0F};
-    int bandCount = 1;
+    state::Own kept;            ///< as a project keeps it, but for the switches: see bandOn
     std::uint32_t news = 0;     ///< parameters that the host has to hear of, a bit each
     std::uint32_t standIns = 0; ///< parameters that hold a stand-in, which the host never hears of
     Group bands, filters, controls;

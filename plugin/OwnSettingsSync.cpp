@@ -37,9 +37,9 @@ void OwnSettings::Take(Group& group, int firstParam, const Values& values, std::
     group.last = seq;
     if (real)
         group.seen = seq;
-    const unsigned kept = group.pending.load(std::memory_order_relaxed);
+    const unsigned own = group.pending.load(std::memory_order_relaxed);
     for (int i = 0; i < Values::kCount; ++i)
-        if ((kept & 1U << i) == 0)
+        if ((own & 1U << i) == 0)
             SetFromRegistry(firstParam + i, values[i], real);
 }
 
@@ -179,7 +179,7 @@ void OwnSettings::Publish(shm::Visit& visit) {
         if ((unpublished.load(std::memory_order_relaxed) & what) != 0 && operation())
             unpublished.fetch_and(~unsigned{what}, std::memory_order_relaxed); // the gate orders
     };
-    publish(Name, [&] { return visit.SetDisplayName(name.data()); });
+    publish(Name, [&] { return visit.SetDisplayName(kept.name.data()); });
     publish(Priority, [&] { return visit.PublishDuckSelf(duckSelf); });
     publish(Latency, [&] { return visit.SetMyLatency(latencySamples); });
     publish(Silence, [&] { return visit.PublishSilence(); });

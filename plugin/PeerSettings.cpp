@@ -70,13 +70,13 @@ void PeerSettings::Follow(shm::Visit& visit) {
 /// one is for the user's hand only. An instance of this process comes first; of another one only a
 /// name that a user has given tells whom it is of.
 void PeerSettings::Relink(shm::Visit& visit) {
-    if (name[0] == '\0' || !visit.GetActiveInstances(listing))
+    if (kept.name[0] == '\0' || !visit.GetActiveInstances(listing))
         return;
     for (const bool here : {true, false})
         for (const TDInstanceInfo& entry : listing)
-            if (sameName(entry.name, name) && visit.IsFree(entry.id) &&
+            if (sameName(entry.name, kept.name) && visit.IsFree(entry.id) &&
                 TessellaDuckworkSHM::IsOfThisProcess(entry.id) == here &&
-                (here || !isDefaultName(name))) {
+                (here || !isDefaultName(kept.name))) {
                 visit.SetRemoteId(entry.id);
                 nameOf = entry.id;
                 return;
@@ -86,9 +86,9 @@ void PeerSettings::Relink(shm::Visit& visit) {
 /// Under the name that it has now: also when the other side has made the link, or the peer has
 /// been renamed since. But not where a state has just named another.
 void PeerSettings::Settle(std::uint64_t id, const shm::Name& itsName) {
-    if (id == nameOf || sameName(itsName.data(), name)) {
-        dirty |= !sameName(itsName.data(), name);
-        name = itsName;
+    if (id == nameOf || sameName(itsName.data(), kept.name)) {
+        dirty |= !sameName(itsName.data(), kept.name);
+        kept.name = itsName;
         nameOf = id;
     } else if (id != passedOver) {
         Adopt(id, itsName);
@@ -97,8 +97,8 @@ void PeerSettings::Settle(std::uint64_t id, const shm::Name& itsName) {
 
 /// Another peer than the remembered one: what was set on that is not for this one.
 void PeerSettings::Adopt(std::uint64_t id, const shm::Name& itsName) {
-    settings = state::clearedPeer();
-    name = itsName;
+    kept.settings = state::clearedPeer();
+    kept.name = itsName;
     nameOf = id;
     passedOver = 0;
     dirty = true;
@@ -106,13 +106,13 @@ void PeerSettings::Adopt(std::uint64_t id, const shm::Name& itsName) {
 
 /// The record stays to be applied later when the linked peer is not its own.
 bool PeerSettings::Apply(shm::Visit& visit) {
-    if (settings.bands.count < 1 || applied || nameOf == 0 || nameOf != registry.RemoteId())
+    if (kept.settings.bands.count < 1 || applied || nameOf == 0 || nameOf != registry.RemoteId())
         return false;
-    applied = visit.WriteRemoteHpLp(settings.filters) != 0 &&
-              visit.WriteRemoteControls(settings.controls) != 0;
-    const auto* const first = settings.bands.bands.begin();
-    if (applied && std::any_of(first, first + settings.bands.count, hasWidth))
-        applied = visit.WriteRemoteBands(settings.bands) != 0;
+    applied = visit.WriteRemoteHpLp(kept.settings.filters) != 0 &&
+              visit.WriteRemoteControls(kept.settings.controls) != 0;
+    const auto* const first = kept.settings.bands.bands.begin();
+    if (applied && std::any_of(first, first + kept.settings.bands.count, hasWidth))
+        applied = visit.WriteRemoteBands(kept.settings.bands) != 0;
     return applied;
 }
 
@@ -149,11 +149,11 @@ void PeerSettings::Edit(shm::Visit& visit, const shm::SettingsEdit& edit) {
     edit.ApplyTo(now.filters);
     edit.ApplyTo(now.controls);
     now.bands = edit.bands.value_or(now.bands).Usable();
-    settings.filters = now.filters;
-    settings.controls = now.controls;
+    kept.settings.filters = now.filters;
+    kept.settings.controls = now.controls;
     if (now.bands.count > 0)
-        takeBands(settings.bands, now.bands);
-    settings.bands.count = std::max(settings.bands.count, 1);
+        takeBands(kept.settings.bands, now.bands);
+    kept.settings.bands.count = std::max(kept.settings.bands.count, 1);
     applied = visit && (!edit.bands || visit.WriteRemoteBands(now.bands) != 0) &&
               (!edit.HasFilters() || visit.WriteRemoteHpLp(now.filters) != 0) &&
               (!edit.HasControls() || visit.WriteRemoteControls(now.controls) != 0);
@@ -166,8 +166,8 @@ void PeerSettings::PairWith(shm::Visit& visit, const TDInstanceInfo& peer) {
     visit.SetRemoteId(peer.id);
     const std::scoped_lock lock(mutex);
     if (another)
-        settings = state::clearedPeer();
-    setName(name, peer.name);
+        kept.settings = state::clearedPeer();
+    setName(kept.name, peer.name);
     nameOf = peer.id;
     passedOver = 0;
     dirty = true;
@@ -179,18 +179,18 @@ void PeerSettings::Refresh(shm::Visit& visit) {
     const std::uint64_t id = visit ? LinkedId(visit, itsName) : 0;
     if (id != 0)
         Settle(id, itsName);
-    if (settings.bands.count < 1 || !applied || id == 0 || id != nameOf)
+    if (kept.settings.bands.count < 1 || !applied || id == 0 || id != nameOf)
         return;
     const shm::Settings now = ReadAll(visit);
-    settings.filters = now.filters;
-    settings.controls = now.controls;
+    kept.settings.filters = now.filters;
+    kept.settings.controls = now.controls;
     if (now.bands.count > 0)
-        takeBands(settings.bands, now.bands);
+        takeBands(kept.settings.bands, now.bands);
 }
 
 void PeerSettings::SetPersistedPeerName(const char* newName) {
     const std::scoped_lock lock(mutex);
-    setName(name, newName);
+    setName(kept.name, newName);
     nameOf = 0;
 }
 
@@ -200,7 +200,7 @@ void PeerSettings::RecordShadowPeerBands(const TDBand* bands, int count) {
         return;
     }
     const std::scoped_lock lock(mutex);
-    takeBands(settings.bands, shm::SetOf(bands, count));
+    takeBands(kept.settings.bands, shm::SetOf(bands, count));
     applied = false;
 }
 
@@ -208,21 +208,21 @@ void PeerSettings::RecordShadowPeerBands(const TDBand* bands, int count) {
 // never written.
 void PeerSettings::RecordShadowPeerHpLp(float hpHz, float lpHz) {
     const std::scoped_lock lock(mutex);
-    settings.filters = {.hpHz = hpHz, .lpHz = lpHz};
-    settings.bands.count = std::max(settings.bands.count, 1);
+    kept.settings.filters = {.hpHz = hpHz, .lpHz = lpHz};
+    kept.settings.bands.count = std::max(kept.settings.bands.count, 1);
     applied = false;
 }
 
 void PeerSettings::RecordShadowPeerControls(float attackMs, float releaseMs, float makeupDb) {
     const std::scoped_lock lock(mutex);
-    settings.controls = {.attackMs = attackMs, .releaseMs = releaseMs, .makeupDb = makeupDb};
-    settings.bands.count = std::max(settings.bands.count, 1);
+    kept.settings.controls = {.attackMs = attackMs, .releaseMs = releaseMs, .makeupDb = makeupDb};
+    kept.settings.bands.count = std::max(kept.settings.bands.count, 1);
     applied = false;
 }
 
 void PeerSettings::ClearShadowPeer() {
     const std::scoped_lock lock(mutex);
-    settings = state::clearedPeer();
+    kept.settings = state::clearedPeer();
     applied = false;
 }
 
@@ -238,18 +238,16 @@ bool PeerSettings::ApplyShadowPeerToSHM() {
 
 void PeerSettings::WriteTo(state::Record& record) const {
     const std::scoped_lock lock(mutex);
-    record.peerName = name;
-    record.peer = settings;
+    record.peer = kept;
 }
 
 void PeerSettings::Load(const state::Reading& reading, const state::Record& record) {
     const std::scoped_lock lock(mutex);
-    if (record.peerName != name) {
+    if (record.peer.name != kept.name) {
         nameOf = 0;
-        passedOver = record.peerName[0] != '\0' ? registry.RemoteId() : 0;
+        passedOver = record.peer.name[0] != '\0' ? registry.RemoteId() : 0;
     }
-    name = record.peerName;
-    settings = record.peer;
+    kept = record.peer;
     if (reading.hasPeer())
         applied = false;
 }

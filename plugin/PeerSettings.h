@@ -58,10 +58,9 @@ private:
     [[nodiscard]] static shm::Settings ReadAll(shm::Visit& visit);
 
     TessellaDuckworkSHM& registry;
-    mutable std::mutex mutex; ///< guards all below
-    shm::Name name{};
-    shm::Settings settings = state::clearedPeer(); ///< without bands: nothing is remembered
-    bool applied = false;                          ///< the peer has been given them
+    mutable std::mutex mutex;     ///< guards all below
+    state::Peer kept;             ///< as a project keeps it
+    bool applied = false;         ///< the peer has been given the settings
     std::uint64_t nameOf = 0;     ///< the instance that the name is known to be of; 0: not met yet
     std::uint64_t passedOver = 0; ///< linked when a state brought another name: not taken over
     shm::Settings known;          ///< the peer's as last read

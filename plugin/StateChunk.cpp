@@ -11,8 +11,6 @@ namespace {
 constexpr int kValueBytes = sizeof(double);
 constexpr int kTrailerBytes = 2 * sizeof(std::uint32_t);
 
-bool isEditorSize(std::uint32_t px) { return px >= kMinEditorPx && px <= kMaxEditorPx; }
-
 /// The bytes of a value in the chunk; a bool is one.
 template <class Value>
 int getValue(const iplug::IByteChunk& chunk, Value& value, int position) {
@@ -76,26 +74,33 @@ int readParams(const iplug::IByteChunk& chunk, int max, Reading& reading) {
     return position;
 }
 
-/// Takes editor size and duck-self flag. Returns the position behind what was taken.
-int readTail(const iplug::IByteChunk& chunk, int position, Reading& reading) {
-    Tail tail;
-    const int behindWidth = chunk.Get(tail.editorWidthPx, position);
-    const int behindSize = behindWidth < 0 ? -1 : chunk.Get(tail.editorHeightPx, behindWidth);
-    if (behindSize < 0 || !isEditorSize(tail.editorWidthPx) || !isEditorSize(tail.editorHeightPx))
-        return position;
-    reading.size = tail;
-    std::uint32_t flag = 0;
-    const int behindFlag = reading.trailerFound ? chunk.Get(flag, behindSize) : -1;
-    if (behindFlag < 0 || flag > 1)
-        return behindSize;
-    reading.duckSelf = flag == 1;
-    return behindFlag;
+/// Takes the words that are as allowed; both sides of the editor, or none. Returns the position
+/// behind what was taken.
+int readTail(const iplug::IByteChunk& chunk, int start, Reading& reading) {
+    Record taken = reading.record;
+    int position = start;
+    visitTail(taken, [&](const char* /*name*/, std::uint32_t& word, const WordRange& allowed) {
+        std::uint32_t read = 0;
+        const int next = chunk.Get(read, position);
+        const bool mayFollow = reading.trailerFound || reading.words < 2; // nothing but the size
+        if (next < 0 || !allowed.Has(read) || !mayFollow)
+            return false;
+        word = read;
+        position = next;
+        ++reading.words;
+        return true;
+    });
+    if (reading.words < 2) {
+        reading.words = 0;
+        return start;
+    }
+    reading.record = taken;
+    return position;
 }
 
 } // namespace
 
-void write(iplug::IByteChunk& chunk, const Record& record, const ParamValues& params,
-           const Tail& tail) {
+void write(iplug::IByteChunk& chunk, const Record& record, const ParamValues& params) {
     visitRecord(record, [&](const char* /*name*/, const auto&... values) {
         (chunk.PutBytes(&values, sizeof values), ...);
         return true;
@@ -103,9 +108,10 @@ void write(iplug::IByteChunk& chunk, const Record& record, const ParamValues& pa
     chunk.PutBytes(params.data(), sizeof params);
     chunk.Put(kTrailerTag);
     chunk.Put(kTrailerVersion);
-    chunk.Put(isEditorSize(tail.editorWidthPx) ? tail.editorWidthPx : 960U);
-    chunk.Put(isEditorSize(tail.editorHeightPx) ? tail.editorHeightPx : 600U);
-    chunk.Put(std::uint32_t{tail.duckSelf ? 1U : 0U});
+    visitTail(record, [&](const char* /*name*/, std::uint32_t word, const WordRange& allowed) {
+        chunk.Put(allowed.Has(word) ? word : allowed.fallback);
+        return true;
+    });
 }
 
 Reading read(const iplug::IByteChunk& chunk, int start, const Record& present) {
@@ -127,15 +133,15 @@ Reading read(const iplug::IByteChunk& chunk, int start, const Record& present) {
 
 Record adopted(const Reading& reading, const Record& present) {
     Record record = reading.record;
-    if (record.instanceName[0] == '\0')
-        record.instanceName = present.instanceName;
-    record.instanceName.back() = record.peerName.back() = '\0';
+    if (record.own.name[0] == '\0')
+        record.own.name = present.own.name;
+    record.own.name.back() = record.peer.name.back() = '\0';
     if (constexpr int kCountAt = 1; reading.fields <= kCountAt)
-        record.bands.count = 1;
-    else if (record.bands.count < 1 || record.bands.count > shm::kBandCount)
-        record.bands.count = present.bands.count;
+        record.own.bands.count = 1;
+    else if (record.own.bands.count < 1 || record.own.bands.count > shm::kBandCount)
+        record.own.bands.count = present.own.bands.count;
     if (!reading.hasPeer()) {
-        record.peer = present.peer;
+        record.peer.settings = present.peer.settings;
         return record;
     }
     const shm::Settings cleared = clearedPeer();
@@ -143,7 +149,7 @@ Record adopted(const Reading& reading, const Record& present) {
         if (!std::isfinite(value))
             value = fallback;
     };
-    shm::Settings& peer = record.peer;
+    shm::Settings& peer = record.peer.settings;
     peer.bands.count = std::max(peer.bands.count, 0);
     for (int i = 0; i < shm::kBandCount; ++i) {
         cure(peer.bands[i].loHz, cleared.bands[i].loHz);

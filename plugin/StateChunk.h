@@ -19,29 +19,43 @@ inline constexpr std::uint32_t kMaxEditorPx = 8000;
 /// No settings of a peer: what a record holds until one is edited.
 [[nodiscard]] shm::Settings clearedPeer();
 
-/// What a project keeps of an instance besides its parameters: the fields ahead of those in the
-/// chunk. A chunk is read over the present record, so that what it lacks stays.
-struct Record {
-    shm::Name instanceName{};
+/// What this side's settings keep besides the parameters.
+struct Own {
+    shm::Name name{};
     shm::BandSet bands{.bands = {}, .count = 1}; ///< edges and switches; the rest is parameters
-    shm::Name peerName{};                        ///< of the peer last paired with; empty: none
-    shm::Settings peer = clearedPeer(); ///< as this side last set it; without bands: not at all
 };
 
-/// The record's layout, stated once for writing, reading and showing: calls
-/// visit(name, value, ...) field by field, a field's values in their order, until one answers
+/// What is remembered of the other side.
+struct Peer {
+    shm::Name name{};                       ///< of the peer last paired with; empty: none
+    shm::Settings settings = clearedPeer(); ///< as this side last set it; no bands: not at all
+};
+
+/// What a project keeps of an instance besides its parameters. A chunk is read over the present
+/// record, so that what it lacks stays.
+struct Record {
+    Own own;
+    Peer peer;
+    // Behind the parameters, where later builds add theirs: older ones look no further
+    std::uint32_t editorWidthPx = 960;
+    std::uint32_t editorHeightPx = 600;
+    std::uint32_t duckSelf = 1;
+};
+
+/// The layout of the fields ahead of the parameters, stated once for writing, reading and showing:
+/// calls visit(name, value, ...) field by field, a field's values in their order, until one answers
 /// false. Returns whether all answered true. A bool is one byte.
 template <class RecordOrConst, class Visitor>
 bool visitRecord(RecordOrConst& record, Visitor&& visit) {
-    auto& [instanceName, own, peerName, peer] = record;
-    auto& [a, b, c] = own.bands;
-    auto& [peerBands, filters, controls] = peer;
+    auto& [bands, count] = record.own.bands;
+    auto& [a, b, c] = bands;
+    auto& [peerBands, filters, controls] = record.peer.settings;
     auto& [x, y, z] = peerBands.bands;
-    return visit("instanceName", instanceName) &&                                  // 0
-           visit("activeBandCount", own.count) &&                                  // 64
+    return visit("instanceName", record.own.name) &&                               // 0
+           visit("activeBandCount", count) &&                                      // 64
            visit("bandFreqs", a.loHz, a.hiHz, b.loHz, b.hiHz, c.loHz, c.hiHz) &&   // 68
            visit("bandEnabled", a.enabled, b.enabled, c.enabled) &&                // 92
-           visit("peerName", peerName) &&                                          // 95
+           visit("peerName", record.peer.name) &&                                  // 95
            visit("shadowBandCount", peerBands.count) &&                            // 159
            visit("shadowEdges", x.loHz, x.hiHz, y.loHz, y.hiHz, z.loHz, z.hiHz) && // 163
            visit("shadowThresholds", x.threshDb, y.threshDb, z.threshDb) &&        // 187
@@ -53,18 +67,25 @@ bool visitRecord(RecordOrConst& record, Visitor&& visit) {
            visit("shadowMakeup", controls.makeupDb); // 230; the parameters follow at 234
 }
 
-/// What follows the parameters and the trailer's tag and version.
-struct Tail {
-    std::uint32_t editorWidthPx = 0;
-    std::uint32_t editorHeightPx = 0;
-    bool duckSelf = true;
+/// The same of the words behind the parameters and the trailer's tag and version, with what each
+/// may be and what is written for one that may not: visit(name, word, allowed). Word is Record's.
+struct WordRange {
+    std::uint32_t min, max, fallback;
+    [[nodiscard]] bool Has(std::uint32_t word) const { return word >= min && word <= max; }
 };
+template <class RecordOrConst, class Visitor>
+bool visitTail(RecordOrConst& record, Visitor&& visit) {
+    return visit("editorWidthPx", record.editorWidthPx,
+                 WordRange{kMinEditorPx, kMaxEditorPx, 960}) &&
+           visit("editorHeightPx", record.editorHeightPx,
+                 WordRange{kMinEditorPx, kMaxEditorPx, 600}) &&
+           visit("duckSelf", record.duckSelf, WordRange{0, 1, 1});
+}
 
 using ParamValues = std::array<double, kNumParams>; ///< plain, in index order
 
 /// Appends a whole chunk: 366 bytes. [main]
-void write(iplug::IByteChunk& chunk, const Record& record, const ParamValues& params,
-           const Tail& tail);
+void write(iplug::IByteChunk& chunk, const Record& record, const ParamValues& params);
 
 /// What a chunk gave. Values are as they stand there, hostile until they are set.
 struct Reading {
@@ -77,14 +98,16 @@ struct Reading {
     int paramCount = 0; ///< so many of params were taken
     ParamValues params{};
     bool trailerFound = false;
-    std::optional<Tail> size; ///< an editor size inside the limits
-    std::optional<bool> duckSelf;
+    int words = 0;   ///< so many words of the tail, in order, were taken
     int result = -1; ///< position behind the last field taken; -1 without a parameter value
 
     /// Whether the chunk has settings for the peer, be it none.
     [[nodiscard]] bool hasPeer() const {
-        return peerCountTaken && record.peer.bands.count <= shm::kBandCount;
+        return peerCountTaken && record.peer.settings.bands.count <= shm::kBandCount;
     }
+    /// Whether the chunk has an editor size, inside the limits; and a duck flag.
+    [[nodiscard]] bool hasSize() const { return words >= 2; }
+    [[nodiscard]] bool hasDuckSelf() const { return words >= 3; }
 };
 
 /// Reads a chunk of any length and age from a position, over the present record. Never fails; see

@@ -185,10 +185,9 @@ bool TessellaDuckwork::SerializeState(iplug::IByteChunk& chunk) {
         peer.WriteTo(record);
     }
     own.TellHost();
-    state::write(chunk, record, params,
-                 {.editorWidthPx = static_cast<std::uint32_t>(GetEditorWidth()),
-                  .editorHeightPx = static_cast<std::uint32_t>(GetEditorHeight()),
-                  .duckSelf = own.DuckSelf()});
+    record.editorWidthPx = static_cast<std::uint32_t>(GetEditorWidth());
+    record.editorHeightPx = static_cast<std::uint32_t>(GetEditorHeight());
+    state::write(chunk, record, params);
     return true;
 }
 
@@ -208,9 +207,9 @@ int TessellaDuckwork::UnserializeState(const iplug::IByteChunk& chunk, int start
     OnParamReset(iplug::ParamSource::PresetRecall);
     if (reading.result >= 0) {
         own.PublishAll();
-        if (reading.size)
-            OnParentWindowResize(static_cast<int>(reading.size->editorWidthPx),
-                                 static_cast<int>(reading.size->editorHeightPx));
+        if (reading.hasSize())
+            OnParentWindowResize(static_cast<int>(record.editorWidthPx),
+                                 static_cast<int>(record.editorHeightPx));
     }
     shm::PatientVisit visit(shm);
     own.Sync(visit);

@@ -20,19 +20,19 @@ Settings ownIn(const state::Reading& saved) {
         return static_cast<float>(saved.params[std::size_t(index)]);
     };
     Settings s;
-    s.bandCount = saved.record.bands.count;
+    s.bandCount = saved.record.own.bands.count;
     for (int i = 0; i < 3; ++i) {
-        const TDBand& band = saved.record.bands[i];
+        const TDBand& band = saved.record.own.bands[i];
         s.bands[i] = {band.loHz, band.hiHz, param(ThreshLow + i), param(RatioLow + i),
                       band.enabled};
     }
     s.hpHz = param(HP), s.lpHz = param(LP);
     s.attackMs = param(Attack), s.releaseMs = param(Release), s.makeupDb = param(Makeup);
-    s.duckSelf = saved.duckSelf.value();
+    s.duckSelf = saved.record.duckSelf != 0;
     return s;
 }
 Settings peerIn(const state::Record& record) {
-    const auto& [bands, filters, controls] = record.peer;
+    const auto& [bands, filters, controls] = record.peer.settings;
     Settings s;
     s.bandCount = bands.count;
     std::copy(bands.bands.begin(), bands.bands.end(), s.bands);
@@ -338,7 +338,7 @@ TEST_F(Gestures, ComeBackWithAReloadAndNothingElseDoes) {
     expectShown(peerTrack, peer.now, "edited");
 
     const auto saved = host::saveState(track.instance).value();
-    EXPECT_STREQ(savedBy(track).record.peerName.data(), peerTrack.slot()->name);
+    EXPECT_STREQ(savedBy(track).record.peer.name.data(), peerTrack.slot()->name);
     Track reloaded;
     ASSERT_TRUE(host::loadState(reloaded.instance, saved));
     support::OpenEditor(screen, reloaded).settle();

@@ -19,8 +19,8 @@ constexpr Point kFirst = {148, 289}, kSecond = {148, 311}, kThird = {148, 333};
 class Panel : public testing::Test {
 protected:
     [[nodiscard]] GuiSize savedSize() const {
-        const auto size = savedBy(track).size.value();
-        return {size.editorWidthPx, size.editorHeightPx};
+        const state::Record saved = savedBy(track).record;
+        return {saved.editorWidthPx, saved.editorHeightPx};
     }
     /// The size that the host was asked for last.
     [[nodiscard]] GuiSize asked() const {
@@ -71,7 +71,7 @@ TEST_F(Panel, RenamesWhatIsTyped) {
         EXPECT_TRUE(screen.keyboardIsFree());
         EXPECT_EQ(screen.focus(), editor.window);
         EXPECT_EQ(track.slot()->name, name);
-        EXPECT_EQ(savedBy(track).record.instanceName.data(), name);
+        EXPECT_EQ(savedBy(track).record.own.name.data(), name);
     }
     hand.type("d");
     editor.settle();
@@ -103,7 +103,7 @@ TEST_F(Panel, PairsWithTheEntryThatIsClicked) {
     }
     editor.settle();
     EXPECT_EQ(edits(), before);
-    EXPECT_EQ(savedBy(track).record.peer.bands.count, 0);
+    EXPECT_EQ(savedBy(track).record.peer.settings.bands.count, 0);
 
     const std::tuple<const char*, std::vector<Point>, Track*> cases[] = {
         {"closed list", {kFirst}, nullptr},
@@ -120,7 +120,7 @@ TEST_F(Panel, PairsWithTheEntryThatIsClicked) {
             hand.click(at);
         editor.settle();
         EXPECT_EQ(track.slot()->remoteId, peer != nullptr ? peer->id() : 0);
-        EXPECT_STREQ(savedBy(track).record.peerName.data(),
+        EXPECT_STREQ(savedBy(track).record.peer.name.data(),
                      peer != nullptr ? peer->slot()->name : "");
         for (const Track* other : {&kick, &vocals})
             EXPECT_EQ(other->slot()->remoteId, other == peer ? track.id() : 0);
@@ -128,11 +128,12 @@ TEST_F(Panel, PairsWithTheEntryThatIsClicked) {
 
     hand.drag({802, 540}, {802, 530}); // 100 + 0.03 · 1995
     editor.settle();
-    EXPECT_EQ(savedBy(track).record.peer.controls.releaseMs, 160.0F);
+    EXPECT_EQ(savedBy(track).record.peer.settings.controls.releaseMs, 160.0F);
     hand.click(kHeader);
     hand.click(kSecond);
     editor.settle();
-    EXPECT_EQ(savedBy(track).record.peer.bands.count, 0) << "edits of the old peer, forgotten";
+    EXPECT_EQ(savedBy(track).record.peer.settings.bands.count, 0)
+        << "edits of the old peer, forgotten";
     EXPECT_TRUE(kick.slot()->releaseMs == 160.0F && vocals.slot()->releaseMs == 100.0F);
 }
 

@@ -93,7 +93,7 @@ TEST(Documents, GiveTheLayoutOfTheState) {
         add(name, sizeof(std::uint32_t));
     expectRows("state.md", "| Offset | Bytes |", expected);
     iplug::IByteChunk chunk;
-    state::write(chunk, {}, {}, {});
+    state::write(chunk, {}, {});
     EXPECT_EQ(static_cast<std::size_t>(chunk.Size()), offset);
 }
 

@@ -260,21 +260,20 @@ TEST(Edits, ABandThatIsOffIsSwitchedOnByThePeer) {
         p.monitor.WriteBandsOf(p.id, deep(3, false).bands.data(), 3);
     };
     const auto editorsOff = [](Player& p) { p.plug.EditOwn({.bands = deep(3, false)}); };
-    const Way waysOff[] = {
-        {"own editor", editorsOff},
-        {"loaded state",
-         [&](Player& p) {
-             editorsOff(p);
-             const Bytes state = p.saved();
-             p.plug.EditOwn({.bands = deep(3)});
-             p.load(state);
-         }},
-        {"peer, block",
-         [&](Player& p) { peersOff(p), p.play(1); }},
-        {"peer, save", [&](Player& p) {
-             peersOff(p);
-             EXPECT_EQ(support::paramIn(p.saved(), RatioMid), 20) << "its own, which 1 hides";
-         }}};
+    const Way waysOff[] = {{"own editor", editorsOff},
+                           {"loaded state",
+                            [&](Player& p) {
+                                editorsOff(p);
+                                const Bytes state = p.saved();
+                                p.plug.EditOwn({.bands = deep(3)});
+                                p.load(state);
+                            }},
+                           {"peer, block", [&](Player& p) { peersOff(p), p.play(1); }},
+                           {"peer, save", [&](Player& p) {
+                                peersOff(p);
+                                EXPECT_EQ(support::paramIn(p.saved(), RatioMid), 20)
+                                    << "its own, which 1 hides";
+                            }}};
     for (const Way& off : waysOff)
         for (const int count : {3, 2, 1})
             for (const bool inBlock : {true, false}) {

@@ -77,22 +77,23 @@ bool isFinite(const Value& value) {
 
 /// What the plug-in does with an odd value in this field.
 std::string remarkOn(std::string_view field, const state::Record& record) {
-    if (field == "instanceName" && record.instanceName[0] == '\0')
+    if (field == "instanceName" && record.own.name[0] == '\0')
         return "empty: the present name stays";
     if (field == "instanceName" || field == "peerName")
-        return hasEnd(field == "peerName" ? record.peerName : record.instanceName)
+        return hasEnd(field == "peerName" ? record.peer.name : record.own.name)
                    ? ""
                    : "has no end: cut after 63 bytes";
     if (field == "activeBandCount")
-        return record.bands.count >= 1 && record.bands.count <= shm::kBandCount
+        return record.own.bands.count >= 1 && record.own.bands.count <= shm::kBandCount
                    ? ""
                    : "not 1 to 3: ignored, the present number stays";
     if (field == "bandFreqs")
-        return record.bands.EdgesUsable() ? ""
-                                          : "not usable: taken from FreqLow and FreqHigh instead";
-    if (field == "shadowBandCount" && record.peer.bands.count > shm::kBandCount)
+        return record.own.bands.EdgesUsable()
+                   ? ""
+                   : "not usable: taken from FreqLow and FreqHigh instead";
+    if (field == "shadowBandCount" && record.peer.settings.bands.count > shm::kBandCount)
         return "above 3: ignored with all of the peer's settings";
-    if (field == "shadowBandCount" && record.peer.bands.count < 0)
+    if (field == "shadowBandCount" && record.peer.settings.bands.count < 0)
         return "below 0: taken as 0, nothing is remembered";
     return "";
 }

@@ -75,13 +75,13 @@ bool addEditorSize(Words& words, bool taken) {
     return true;
 }
 
-void addDuckSelf(Words& words, const std::optional<bool>& taken) {
+void addDuckSelf(Words& words, bool taken) {
     if (const auto flag = words.peek())
         words.add("duckSelf", "ducks itself",
                   *flag == 0   ? "off"
                   : *flag == 1 ? "on"
                                : std::to_string(*flag),
-                  taken ? Json(*taken) : Json(*flag), taken ? "" : "not 0 or 1: ignored");
+                  taken ? Json(*flag == 1) : Json(*flag), taken ? "" : "not 0 or 1: ignored");
 }
 
 } // namespace
@@ -98,12 +98,12 @@ void addTail(Listing& listing, const iplug::IByteChunk& chunk) {
     if (!loads(listing))
         return;
     const bool behind = reading.trailerFound || !trailer;
-    const bool bothSides = behind && addEditorSize(words, reading.size.has_value());
-    if (bothSides && reading.size && reading.trailerFound)
-        addDuckSelf(words, reading.duckSelf);
+    const bool bothSides = behind && addEditorSize(words, reading.hasSize());
+    if (bothSides && reading.hasSize() && reading.trailerFound)
+        addDuckSelf(words, reading.hasDuckSelf());
     if (!bothSides)
         listing.remarks.emplace_back("not in the state, the present value stays: window size");
-    if (!reading.duckSelf)
+    if (!reading.hasDuckSelf())
         listing.remarks.emplace_back("not taken, the present value stays: ducks itself");
     if (listing.bytes > words.position())
         listing.remarks.push_back("the last " + std::to_string(listing.bytes - words.position()) +
