@@ -1,5 +1,7 @@
-/// bench-worst: how long blocks of a pair can take on a busy machine. JSON to standard output.
+/// bench-worst: how long blocks of a pair can take on a busy machine; with --missed-locks, what
+/// busy locks cost sixteen. JSON to standard output.
 #include "bench/plugin/EditorWindows.h"
+#include "bench/plugin/MissedLocks.h"
 #include "bench/plugin/Player.h"
 #include "host/PrivateShm.h"
 
@@ -149,10 +151,16 @@ int runProgram(int argc, char** argv) {
     int seconds = 60;
     app.add_option("--seconds", seconds, "How long to play; an hour is 3600")
         ->check(CLI::Range(1, 86400));
+    bool missedLocks = false;
+    app.add_flag("--missed-locks", missedLocks,
+                 "Sixteen instances, and what busy locks do to them");
     CLI11_PARSE(app, argc, argv);
     if (!host::enterPrivateShm())
         throw std::runtime_error("no private registry: run as root or allow user namespaces");
-    play(std::chrono::seconds(seconds));
+    if (missedLocks)
+        std::puts(bench::missedLocks(std::chrono::seconds(seconds)).dump(1).c_str());
+    else
+        play(std::chrono::seconds(seconds));
     return 0;
 }
 

@@ -1,13 +1,18 @@
 /// A hostile host: calls in any order, events of any kind, size, time and value, samples that are
-/// no numbers, texts that are none. Only the order of calls that ends in freed memory is left out.
+/// no numbers, texts that are none, in a registry whose lock may become any bytes. Only the order
+/// of calls that ends in freed memory is left out.
 #include "tests/fuzz/Bytes.h"
+#include "tests/fuzz/MappedRegistry.h"
 #include "tests/fuzz/Subject.h"
 
 #include <clap/ext/params.h>
 
 #include <array>
 #include <cstring>
+#include <optional>
+#include <pthread.h>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -70,16 +75,49 @@ void play(fuzz::Subject& subject, fuzz::Bytes& bytes, host::EventList& events) {
         subject.playBlock();
 }
 
+/// Parameters from the main thread, which is the place for an instance that plays nothing.
+void flush(const fuzz::Subject& subject, const host::EventList& events) {
+    const clap_plugin_t* const plugin = subject.instance.plugin();
+    host::EventList sent;
+    if (!subject.instance.isActive())
+        static_cast<const clap_plugin_params_t*>(plugin->get_extension(plugin, CLAP_EXT_PARAMS))
+            ->flush(plugin, events.input(), sent.output());
+}
+
+/// Overwrites a part of the lock while nobody holds it. Its first word stays that of a free one: a
+/// busy lock is waited for, which is not to be searched here.
+void breakLock(fuzz::Bytes& bytes) {
+    const fuzz::MappedRegistry registry;
+    unsigned char* const lock = registry.bytes() + offsetof(shm::RegistrySegment, mutex);
+    constexpr std::size_t kWord = 4, kSize = sizeof(pthread_mutex_t);
+    if (pthread_mutex_trylock(reinterpret_cast<pthread_mutex_t*>(lock)) != 0)
+        return;
+    std::size_t at = kWord + bytes.below(kSize - kWord);
+    for (const std::uint8_t byte : bytes.some(8))
+        if (at < kSize)
+            lock[at++] = byte;
+    std::memset(lock, 0, kWord);
+}
+
+/// In a registry of its own.
+void makeAnew(std::optional<fuzz::Subject>& subject) {
+    subject.reset();
+    shm_unlink(shm::kSegmentName);
+    subject.emplace();
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Bytes bytes(data, size);
-    static fuzz::Subject* const subject = new fuzz::Subject; // as long as the process
-    host::Instance& instance = subject->instance;
-    const clap_plugin_t* const plugin = instance.plugin();
+    static auto& subject = *new std::optional<fuzz::Subject>; // as long as the process
+    if (!subject)
+        makeAnew(subject);
+    bool broken = false;
     host::EventList events;
-    for (int calls = 0; !bytes.empty() && calls < 64; ++calls)
-        switch (bytes.below(10)) {
+    for (int calls = 0; !bytes.empty() && calls < 64; ++calls) {
+        host::Instance& instance = subject->instance;
+        switch (bytes.below(14)) {
         case 0:
             (void)instance.activate(bytes.any<double>(), 1, kFrames);
             break;
@@ -96,25 +134,40 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             instance.reset();
             break;
         case 5:
-            askParameters(plugin, bytes);
+            askParameters(instance.plugin(), bytes);
             break;
         case 6:
             instance.pumpMainThread();
             break;
         case 7:
-            (void)subject->save();
+            demand(subject->plug.UnserializeState(subject->save(), 0) == fuzz::kWholeChunk,
+                   "what was saved is loaded");
             break;
         case 8:
             addEvent(events, bytes);
             break;
+        case 9:
+            flush(*subject, events);
+            break;
+        case 10:
+            subject.emplace();
+            break;
+        case 11:
+            if (!std::exchange(broken, true))
+                breakLock(bytes);
+            break;
         default:
             play(*subject, bytes, events);
         }
+    }
     subject->checkParameters();
     // Whatever it was: a host that does everything right again gets finite sound.
-    instance.deactivate();
-    demand(instance.activate(48000.0, 1, kFrames) && instance.startProcessing(), "it starts again");
+    subject->instance.deactivate();
+    demand(subject->instance.activate(48000.0, 1, kFrames) && subject->instance.startProcessing(),
+           "it starts again");
     for (int i = 0; i < 3; ++i)
         subject->playBlock();
+    if (broken)
+        makeAnew(subject);
     return 0;
 }

@@ -1,0 +1,144 @@
+#include "host/Extensions.h"
+#include "tests/plugin/Plugged.h"
+#include "tests/support/Chunks.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <mutex>
+#include <random>
+#include <thread>
+
+namespace {
+
+using support::Plugged;
+
+/// Decisions of one thread.
+class Dice {
+public:
+    explicit Dice(unsigned seed) : generator(seed) {}
+    unsigned below(unsigned n) { return static_cast<unsigned>(generator()) % n; }
+    float among(const shm::Range& range) {
+        return static_cast<float>(range.min + (range.max - range.min) * below(1000) / 1000.0);
+    }
+
+private:
+    std::minstd_rand generator;
+};
+
+shm::SettingsEdit anyEdit(Dice& dice) {
+    shm::SettingsEdit edit;
+    const unsigned member = dice.below(6);
+    if (member < 2)
+        edit.filters[member] = dice.among(shm::Filters::kRanges[member]);
+    else if (member < 5)
+        edit.controls[member - 2] = dice.among(shm::Controls::kRanges[member - 2]);
+    else {
+        edit.bands = shm::BandSet{.bands = {}, .count = 1 + static_cast<int>(dice.below(3))};
+        for (int i = 0; i < edit.bands->count; ++i)
+            (*edit.bands)[i] = {
+                300.0F * static_cast<float>(i) + 20.0F, 300.0F * static_cast<float>(i) + 320.0F,
+                dice.among(shm::kThresholdDb), dice.among(shm::kRatio), dice.below(4) != 0};
+    }
+    return edit;
+}
+
+/// An instance with its threads: the host's audio thread and its editor's.
+class Busy {
+public:
+    explicit Busy(Plugged& busy) : p(busy) { p.start(); }
+
+    /// [main]
+    void restart() {
+        const std::scoped_lock noBlock(processing);
+        p.instance.stopProcessing();
+        p.instance.deactivate();
+        p.start();
+    }
+
+    void play(const std::stop_token& stop) {
+        for (Dice dice(static_cast<unsigned>(p.index)); !stop.stop_requested();) {
+            if (dice.below(3) == 0)
+                p.in.addParamValue(dice.below(kNumParams), dice.below(101) / 100.0);
+            const std::scoped_lock started(processing);
+            if (dice.below(500) == 0)
+                p.instance.reset();
+            p.block();
+        }
+    }
+
+    void edit(const std::stop_token& stop) {
+        EditorView view;
+        for (Dice dice(static_cast<unsigned>(p.index) + 10); !stop.stop_requested();) {
+            view = p.followRegistry();
+            switch (dice.below(10)) {
+            case 0:
+                p.plug.BeginEditing();
+                break;
+            case 1:
+                p.plug.SetInstanceName(dice.below(2) != 0 ? "kick" : "bass");
+                break;
+            case 2:
+                if (!view.instances.empty())
+                    p.plug.PairWith(view.instances.front());
+                break;
+            case 3:
+                dice.below(2) != 0 ? p.plug.ToggleOwnDuck() : p.plug.TogglePeerDuck();
+                break;
+            case 4:
+                dice.below(2) != 0 ? p.plug.ToggleOwnBypass() : p.plug.TogglePeerBypass();
+                break;
+            case 5:
+                p.plug.SetParam(LinkSlot, dice.below(2));
+                break;
+            case 6:
+            case 7:
+                p.plug.EditPeer(anyEdit(dice));
+                break;
+            default:
+                p.plug.EditOwn(anyEdit(dice));
+            }
+        }
+    }
+
+private:
+    Plugged& p;
+    std::mutex processing; ///< a host's order: activation and blocks take turns
+};
+
+/// Everybody at once on a pair: blocks with automation, both editors, saves, loads, activations,
+/// windows. Whether their threads may share what they share is for the thread sanitizer to say;
+/// TD_STRESS_SECONDS makes it longer.
+TEST(Stress, EditsFromAllSidesLeaveUsableSettings) {
+    const char* const wanted = std::getenv("TD_STRESS_SECONDS"); // NOLINT(concurrency-mt-unsafe)
+    const auto end = std::chrono::steady_clock::now() +
+                     std::chrono::seconds(wanted != nullptr ? std::atoi(wanted) : 2);
+    const support::Bytes chunks[] = {support::chunkFile("before"), support::chunkFile("full")};
+    Plugged pair[] = {Plugged(0), Plugged(1)};
+    pair[0].monitor.Pair(pair[0].id, pair[1].id);
+    Busy busy[] = {Busy(pair[0]), Busy(pair[1])};
+    const std::jthread threads[] = {
+        std::jthread([&](const std::stop_token& stop) { busy[0].play(stop); }),
+        std::jthread([&](const std::stop_token& stop) { busy[1].play(stop); }),
+        std::jthread([&](const std::stop_token& stop) { busy[0].edit(stop); }),
+        std::jthread([&](const std::stop_token& stop) { busy[1].edit(stop); })};
+    int rounds = 0;
+    for (Dice dice(30); std::chrono::steady_clock::now() < end && !HasFailure(); ++rounds) {
+        Plugged& p = pair[dice.below(2)];
+        ASSERT_TRUE(host::loadState(p.instance, chunks[dice.below(2)]));
+        EXPECT_EQ(host::saveState(p.instance).value_or(support::Bytes{}).size(), chunks[0].size());
+        p.instance.pumpMainThread();
+        if (dice.below(50) == 0)
+            busy[p.index].restart();
+        if (dice.below(20) == 0) {
+            p.plug.OpenWindow(nullptr);
+            p.plug.CloseWindow();
+        }
+        for (int param = 0; param < kNumParams; ++param)
+            EXPECT_TRUE(p.value(param) >= p.plug.GetParam(param).Spec().min &&
+                        p.value(param) <= p.plug.GetParam(param).Spec().max)
+                << param;
+    }
+    EXPECT_GT(rounds, 0);
+}
+
+} // namespace
