@@ -31,6 +31,9 @@ PuglCursor cursorOf(PointerShape shape) {
     return PUGL_CURSOR_ARROW;
 }
 
+/// For so long a host may take the focus back from a view that has just asked for it.
+constexpr double kFocusSettlesSeconds = 0.3;
+
 bool empty(SizePx size) { return size.width < 1 || size.height < 1; }
 
 } // namespace
@@ -101,6 +104,7 @@ bool EditorWindow::frame(const Meters& newMeters) {
     if (lost()) // and if so, nothing for GL
         return false;
     puglUpdate(world, 0.0);
+    tendKeyboard();
     const bool visible = parent.visible && !empty(windowSize);
     if (visible)
         redrawIfChanged();
@@ -142,15 +146,45 @@ void EditorWindow::followHost(SizePx parent) {
 }
 
 void EditorWindow::grabKeyboard() {
-    puglGrabFocus(view);
-    native->grabKeyboard(puglGetNativeView(view));
-    keyboardGrabbed = true;
+    keyboard = Keyboard{.since = puglGetTime(world)};
+    takeFocus();
+    keyboard->grabbed = native->grabKeyboard(puglGetNativeView(view));
 }
 
 void EditorWindow::releaseKeyboard() {
-    if (keyboardGrabbed)
-        native->releaseKeyboard();
-    keyboardGrabbed = false;
+    if (keyboard)
+        native->releaseKeyboard(puglGetNativeView(view));
+    keyboard.reset();
+}
+
+void EditorWindow::takeFocus() {
+    puglGrabFocus(view);
+    native->takeFocus(puglGetNativeView(view)); // pugl lets it fall to nobody
+}
+
+/// While a name is typed, each frame looks who has the focus (pugl keeps those events to itself):
+/// with the keyboard grabbed, what the user types elsewhere would go into the name, and to everyone
+/// who sees it.
+///
+/// A host or a window manager may take the focus back from a view at once, which is no wish of the
+/// user. For a moment, then, it is asked for again; if it has never stayed with the view, the grab
+/// alone has to do, as long as the focus stays within the host's window.
+void EditorWindow::tendKeyboard() {
+    using Focus = NativeWindow::Focus;
+    if (!keyboard)
+        return;
+    const Focus focus = native->focus(puglGetNativeView(view));
+    const bool settled = puglGetTime(world) - keyboard->since >= kFocusSettlesSeconds;
+    if (focus == Focus::Elsewhere || (focus == Focus::Host && keyboard->focusHeld)) {
+        session.commitName();
+        return;
+    }
+    if (focus == Focus::View && settled)
+        keyboard->focusHeld = true;
+    if (focus == Focus::Host && !settled)
+        takeFocus();
+    if (!keyboard->grabbed)
+        keyboard->grabbed = native->grabKeyboard(puglGetNativeView(view));
 }
 
 void EditorWindow::resize(SizePx size) {

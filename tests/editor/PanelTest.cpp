@@ -10,6 +10,7 @@ using support::eventually;
 using support::Hand;
 using support::OpenEditor;
 using support::savedBy;
+using support::Screen;
 using support::Track;
 using ui::Point;
 
@@ -76,6 +77,58 @@ TEST_F(Panel, RenamesWhatIsTyped) {
     hand.type("d");
     editor.settle();
     EXPECT_STREQ(track.slot()->name, "abc") << "typed without a click on the name";
+}
+
+/// Or what is typed there, a password perhaps, would be everybody's to read.
+TEST_F(Panel, EndsARenameWhenTheFocusGoesElsewhere) {
+    Track second;
+    OpenEditor editor(screen, track), other(screen, second, {960, 600}, 960);
+    const auto foreign = screen.openWindow({100, 100}, 0, 700), view = editor.hand.window();
+    const auto begin = [&](bool hostTakesItBack) {
+        editor.hand.click(kName);
+        EXPECT_TRUE(eventually([&] { return screen.focus() == view; }));
+        const auto settled = std::chrono::steady_clock::now() + std::chrono::milliseconds(500);
+        while (std::chrono::steady_clock::now() < settled)
+            if (hostTakesItBack && screen.focus() == view)
+                screen.setFocus(editor.window);
+        EXPECT_EQ(screen.focus(), hostTakesItBack ? editor.window : view);
+        EXPECT_TRUE(eventually([&] { return !screen.keyboardIsFree(); }));
+    };
+    const std::tuple<const char*, bool, Screen::Id> cases[] = {{"another program", false, foreign},
+                                                               {"the host", false, editor.window},
+                                                               {"refused", true, foreign},
+                                                               {"the root", false, 1}};
+    std::string name = track.slot()->name;
+    for (const auto& [what, hostTakesItBack, to] : cases) {
+        SCOPED_TRACE(what);
+        begin(hostTakesItBack);
+        editor.hand.type("a");
+        editor.settle();
+        EXPECT_EQ(track.slot()->name, name);
+        screen.setFocus(to);
+        EXPECT_TRUE(eventually([&] { return track.slot()->name == name + 'a'; }));
+        name += 'a';
+        editor.hand.type("secret");
+        editor.settle();
+        EXPECT_EQ(track.slot()->name, name);
+        EXPECT_EQ(screen.focus(), to);
+        EXPECT_TRUE(screen.keyboardIsFree());
+    }
+
+    EXPECT_TRUE(screen.grabKeyboard(foreign));
+    editor.hand.click(kName);
+    EXPECT_TRUE(eventually([&] { return screen.focus() == view; }));
+    screen.ungrabKeyboard();
+    EXPECT_TRUE(eventually([&] { return !screen.keyboardIsFree(); })) << "tried again";
+    other.hand.click(kName);
+    EXPECT_TRUE(eventually([&] { return screen.focus() == other.hand.window(); }));
+    editor.settle(); // and has let go
+    other.hand.type("b");
+    other.hand.key(XK_Return);
+    other.settle();
+    EXPECT_EQ(track.slot()->name, name);
+    EXPECT_TRUE(std::string(second.slot()->name).ends_with('b'));
+    EXPECT_EQ(screen.focus(), other.window);
 }
 
 TEST_F(Panel, PairsWithTheEntryThatIsClicked) {

@@ -88,12 +88,20 @@ Screen::Id Screen::focus() {
     return window;
 }
 
+void Screen::setFocus(Id window) { XSetInputFocus(display, window, RevertToParent, CurrentTime); }
+
 bool Screen::keyboardIsFree() {
-    const int answer = XGrabKeyboard(display, DefaultRootWindow(display), False, GrabModeAsync,
-                                     GrabModeAsync, CurrentTime);
-    XUngrabKeyboard(display, CurrentTime);
-    return answer == GrabSuccess;
+    const bool free = grabKeyboard(DefaultRootWindow(display));
+    ungrabKeyboard();
+    return free;
 }
+
+bool Screen::grabKeyboard(Id from) {
+    return XGrabKeyboard(display, from, False, GrabModeAsync, GrabModeAsync, CurrentTime) ==
+           GrabSuccess;
+}
+
+void Screen::ungrabKeyboard() { XUngrabKeyboard(display, CurrentTime); }
 
 void Screen::pointTo(Id window, int xPx, int yPx) {
     XWarpPointer(display, None, window, 0, 0, 0, 0, xPx, yPx);

@@ -62,7 +62,10 @@ public:
     [[nodiscard]] host::GuiSize sizeOf(Id window); ///< 0 × 0 while it is hidden
     [[nodiscard]] Id editorIn(Id parent);          ///< the plug-in's window; 0 without one
     [[nodiscard]] Id focus();
-    [[nodiscard]] bool keyboardIsFree(); ///< nobody has grabbed it
+    void setFocus(Id window);
+    [[nodiscard]] bool keyboardIsFree();      ///< nobody has grabbed it
+    [[nodiscard]] bool grabKeyboard(Id from); ///< as a menu or a screen's lock does
+    void ungrabKeyboard();
     /// Of other connections, where they would end a host.
     [[nodiscard]] static int strayErrors() { return sStrayErrors; }
 
