@@ -31,6 +31,8 @@ PuglCursor cursorOf(PointerShape shape) {
     return PUGL_CURSOR_ARROW;
 }
 
+/// A host that queues requests has so long to resize its window: half a second.
+constexpr int kFramesToAnswer = 30;
 /// For so long a host may take the focus back from a view that has just asked for it.
 constexpr double kFocusSettlesSeconds = 0.3;
 
@@ -72,6 +74,8 @@ bool EditorWindow::createView(NativeWindow::Id parent, SizePx initialSize) {
     puglSetViewHint(view, PUGL_CONTEXT_PROFILE, PUGL_OPENGL_COMPATIBILITY_PROFILE);
     puglSetViewHint(view, PUGL_DOUBLE_BUFFER, PUGL_TRUE);
     puglSetViewHint(view, PUGL_STENCIL_BITS, 8);
+    // Else the view tells that its size is fixed, and hosts pass that on to their window's frame.
+    puglSetViewHint(view, PUGL_RESIZABLE, PUGL_TRUE);
     puglSetParent(view, parent);
     puglSetSizeHint(view, PUGL_DEFAULT_SIZE, static_cast<PuglSpan>(initialSize.width),
                     static_cast<PuglSpan>(initialSize.height));
@@ -123,11 +127,15 @@ void EditorWindow::redrawIfChanged() {
         puglUpdate(world, 0.0);
 }
 
-/// The host resizes only its own window; the view follows by itself.
+/// The host resizes only its own window; the view follows by itself. When the host has not done
+/// what a drag of the corner has asked for, it comes back: its corner may be out of reach.
 void EditorWindow::followParent(SizePx parent) {
-    if (parent != lastParent && native->sizeOf(puglGetNativeView(view)) != parent) {
+    const bool unanswered = framesToAnswer > 0 && --framesToAnswer == 0;
+    if ((parent != lastParent || unanswered) && native->sizeOf(puglGetNativeView(view)) != parent) {
         windowSize = parent;
         native->resize(puglGetNativeView(view), parent);
+        if (unanswered)
+            instance.NoteHostWindowSize(parent.width, parent.height);
     }
     lastParent = parent;
     followHost(parent);
@@ -188,6 +196,8 @@ void EditorWindow::tendKeyboard() {
 }
 
 void EditorWindow::resize(SizePx size) {
+    follower.noteRequest(size);
+    framesToAnswer = kFramesToAnswer;
     puglSetSizeHint(view, PUGL_CURRENT_SIZE, static_cast<PuglSpan>(size.width),
                     static_cast<PuglSpan>(size.height));
 }

@@ -68,6 +68,7 @@ private:
     SizePx windowSize; ///< of the view
     SizePx lastParent;
     HostSizeFollower follower;
+    int framesToAnswer = 0;           ///< left to the host to follow a drag of the corner
     std::optional<Keyboard> keyboard; ///< while a name is typed
     PointerShape pointerShape = PointerShape::Arrow;
     Meters meters;

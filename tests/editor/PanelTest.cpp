@@ -196,7 +196,7 @@ TEST_F(Panel, AsksForTheSizeThatIsDragged) {
         int x, y;
         float pull; ///< pixels, in two moves
         GuiSize to;
-        bool (*answer)(const host::Gui&) = nullptr; ///< the host's, if it is not just yes
+        bool (*answer)(const host::Gui&) = [](const host::Gui&) { return true; };
     };
     const auto refusal = [](const host::Gui&) { return false; };
     // On the thread that asks, and first with the old size.
@@ -219,10 +219,12 @@ TEST_F(Panel, AsksForTheSizeThatIsDragged) {
         editor.settle();
         auto& callbacks = track.instance.callbacks();
         callbacks.calls().clear();
-        if (answer != nullptr)
-            callbacks.gui().requestResize = [&, answer = answer](auto, auto) {
-                return answer(editor.gui);
-            };
+        callbacks.gui().requestResize = [&, answer = answer](auto width, auto height) {
+            const bool taken = answer(editor.gui);
+            if (taken)
+                screen.resizeWindow(editor.window, {width, height});
+            return taken;
+        };
         const float zoom = static_cast<float>(from.width) / 960.0F;
         editor.hand.drag({944, 584}, {944 + pull / zoom, 584});
         if (pull == 0) { // what comes to nothing is over when the next click has had its effect
@@ -232,6 +234,11 @@ TEST_F(Panel, AsksForTheSizeThatIsDragged) {
         EXPECT_TRUE(eventually([&, wanted = to, asks = pull != 0] {
             return savedSize() == wanted && screen.sizeOf(editor.hand.window()) == wanted &&
                    asked() == (asks ? wanted : GuiSize{});
+        }));
+        const GuiSize shown = answer == refusal ? from : to; // or its corner is out of reach
+        EXPECT_TRUE(eventually([&] {
+            return screen.sizeOf(editor.window) == shown &&
+                   screen.sizeOf(editor.hand.window()) == shown;
         }));
         editor.gui.hide();
         callbacks.gui() = {};
@@ -253,6 +260,19 @@ TEST_F(Panel, AsksForItsShapeWhenTheHostHasSettled) {
         ASSERT_LT(patience *= 2, std::chrono::seconds(20));
     patience = std::chrono::seconds(10);
     EXPECT_TRUE(asksFor({300, 900}, {480, 300}));
+    const auto& log = track.instance.callbacks().calls();
+    const auto requests = [&] { return log.records(host::Callback::GuiRequestResize).size(); };
+    const auto before = requests();
+    track.instance.callbacks().gui().requestResize = [&](auto width, auto height) {
+        screen.resizeWindow(editor.window, {width - 20, height - 20}); // never what is asked for
+        return true;
+    };
+    std::this_thread::sleep_for(std::chrono::seconds(1)); // and it is the user's doing again
+    screen.resizeWindow(editor.window, {1500, 600});
+    std::this_thread::sleep_for(std::chrono::seconds(4));
+    EXPECT_EQ(requests(), before + 2);
+    EXPECT_FALSE(screen.isFixed(editor.hand.window()));
+    track.instance.callbacks().gui() = {};
     for (unsigned i = 0; i < 500; ++i)
         screen.resizeWindow(editor.window, {1 + i * 7919 % 4000, 1 + i * 104729 % 2500});
     EXPECT_TRUE(asksFor({1000, 600}, {1000, 625}));

@@ -70,6 +70,13 @@ host::GuiSize Screen::sizeOf(Id window) {
     return {std::uint32_t(attributes.width), std::uint32_t(attributes.height)};
 }
 
+bool Screen::isFixed(Id window) {
+    XSizeHints hints{};
+    long supplied = 0;
+    XGetWMNormalHints(display, window, &hints, &supplied);
+    return (hints.flags & PMaxSize) != 0;
+}
+
 Screen::Id Screen::editorIn(Id parent) {
     Id root = 0, above = 0;
     Id* children = nullptr;

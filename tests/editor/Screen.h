@@ -60,6 +60,7 @@ public:
     void closeWindow(Id window);
     void resizeWindow(Id window, host::GuiSize size);
     [[nodiscard]] host::GuiSize sizeOf(Id window); ///< 0 × 0 while it is hidden
+    [[nodiscard]] bool isFixed(Id window);         ///< tells window managers so
     [[nodiscard]] Id editorIn(Id parent);          ///< the plug-in's window; 0 without one
     [[nodiscard]] Id focus();
     void setFocus(Id window);
