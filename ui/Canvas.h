@@ -73,16 +73,23 @@ inline constexpr Rect kDropdown = {8.0F, 253.0F, 280.0F, 22.0F};
 inline constexpr Point kRemoteTitle = {480.0F, 265.0F};
 inline constexpr Rect kPeerBypass = {548.0F, 256.0F, 36.0F, 18.0F};
 inline constexpr Rect kPeerDuck = {590.0F, 256.0F, 46.0F, 18.0F};
-inline constexpr float kEntryPitch = 22.0F;
+inline constexpr float kFirstEntryTop = 279.0F;
 
+/// From one entry of the open list to the next: less where the list would leave the canvas, which
+/// it does with 15, as many as a registry can offer.
+[[nodiscard]] constexpr float entryPitch(int entries) {
+    constexpr float kRoom = kCanvas.height - 4.0F - kFirstEntryTop;
+    return std::min(22.0F, kRoom / static_cast<float>(std::max(entries, 1)));
+}
 /// The open list with this many entries; with none it holds one line of text.
 [[nodiscard]] constexpr Rect dropdownList(int entries) {
-    const float height = entries == 0 ? 26.0F : kEntryPitch * static_cast<float>(entries) + 4.0F;
-    return {8.0F, 277.0F, 280.0F, height};
+    const float height =
+        entries == 0 ? 26.0F : entryPitch(entries) * static_cast<float>(entries) + 4.0F;
+    return {8.0F, kFirstEntryTop - 2.0F, 280.0F, height};
 }
-/// The sensitive area of an entry, the list's whole width.
-[[nodiscard]] constexpr Rect dropdownEntry(int index) {
-    return {8.0F, 279.0F + kEntryPitch * static_cast<float>(index), 280.0F, 20.0F};
+/// The sensitive area of one of the entries, the list's whole width.
+[[nodiscard]] constexpr Rect dropdownEntry(int index, int entries) {
+    return {8.0F, kFirstEntryTop + entryPitch(entries) * static_cast<float>(index), 280.0F, 20.0F};
 }
 
 // Knob row

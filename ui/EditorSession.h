@@ -69,7 +69,7 @@ private:
     [[nodiscard]] EditedTrack& trackOf(Side side) { return side == Side::Local ? own : peer; }
 
     // Pointer.cpp
-    [[nodiscard]] Target targetAt(Point at, bool dropdownOpen) const;
+    [[nodiscard]] HitScene scene() const;
     [[nodiscard]] bool isDoubleClick(const Press& event, Target target);
     void split(Point at);
     bool doubleClick(const Hit& hit);

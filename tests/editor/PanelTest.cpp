@@ -183,9 +183,14 @@ TEST_F(Panel, PairsWithTheEntryThatIsClicked) {
     editor.settle();
     EXPECT_EQ(savedBy(track).record.peer.controls.releaseMs, 160.0F);
     hand.click(kHeader);
+    for (const float y : {289.0F, 300.0F, 324.0F}) { // an entry, a gap, the list's edge
+        hand.click({148, y}, Hand::Right);
+        hand.click({148, y == 289 ? 300 : y}, Hand::Left); // and the list stays open
+    }
     hand.click(kSecond);
     editor.settle();
     EXPECT_EQ(savedBy(track).record.peer.bands.count, 0) << "edits of the old peer, forgotten";
+    EXPECT_EQ(kick.slot()->bandCount, 1) << "cut through the list";
     EXPECT_TRUE(kick.slot()->releaseMs == 160.0F && vocals.slot()->releaseMs == 100.0F);
 }
 
