@@ -60,9 +60,18 @@ inline constexpr Rect kRemoteAnalyzer = {kAnalyzerLeft, 278.0F, kAnalyzerWidth, 
 // Only bands wider than these have the handle, in drawing and hit test.
 inline constexpr float kThresholdNeedsWidth = 30.0F;
 inline constexpr float kRatioNeedsWidth = 36.0F;
+inline constexpr float kEdgeReach = 8.0F;  ///< closer than this is the edge between two bands
+inline constexpr float kRatioLeft = 22.0F; ///< the ratio handle reaches from here left of the upper
+inline constexpr float kRatioRight = 2.0F; ///< edge to here right of it
+/// The middle of what is hit as the ratio handle, left of the upper edge: another band's edge takes
+/// its right end.
+[[nodiscard]] constexpr float ratioFromEdge(bool edgeFollows) {
+    return 0.5F * (kRatioLeft + (edgeFollows ? kEdgeReach : -kRatioRight));
+}
 inline constexpr float kFilterHandleHeight = 18.0F; ///< below the analyzer's top
 inline constexpr Point kFirstHint = {480.0F, 371.0F};
 inline constexpr Point kSecondHint = {480.0F, 397.0F};
+inline constexpr Point kThirdHint = {480.0F, 423.0F};
 
 [[nodiscard]] constexpr const Rect& analyzerOf(Side side) {
     return side == Side::Local ? kLocalAnalyzer : kRemoteAnalyzer;

@@ -8,11 +8,8 @@
 namespace ui {
 namespace {
 
-constexpr float kEdgeReach = 8.0F;
 constexpr float kFilterReach = 9.0F;
 constexpr float kThresholdReach = 12.0F;
-constexpr float kRatioLeft = 22.0F; ///< the ratio handle reaches from here left of the upper edge
-constexpr float kRatioRight = 2.0F; ///< to here right of it
 
 struct Button {
     Rect area;
