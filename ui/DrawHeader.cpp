@@ -20,10 +20,11 @@ void drawLogo(const DrawTools& tools) {
 }
 
 /// The name as it is being typed; one that is too long shows its end, where the caret is.
-void drawNameEdit(const DrawTools& tools, const char* text, Point at) {
+void drawNameEdit(const DrawTools& tools, const char* text, bool refuses, Point at) {
     constexpr float kCaretGap = 2.0F;
     fillBox(tools, kNameField, kFieldRadius, theme::kNameEdited);
-    strokeBox(tools, kNameField, kFieldRadius, theme::kLocalAccent);
+    strokeBox(tools, kNameField, kFieldRadius, refuses ? theme::kReduction : theme::kLocalAccent,
+              refuses ? 2.0F : 1.0F);
     const Rect room = {at.x - 1.0F, kNameField.y, kNameField.right() - at.x - 5.0F,
                        kNameField.height};
     const Clip inside(tools, room);
@@ -36,7 +37,7 @@ void drawNameEdit(const DrawTools& tools, const char* text, Point at) {
 void drawName(const DrawTools& tools, const Panel& panel, bool hot) {
     constexpr Point kTextAt = {72.0F, 20.0F};
     if (panel.nameEdit.editing()) {
-        drawNameEdit(tools, panel.nameEdit.text(), kTextAt);
+        drawNameEdit(tools, panel.nameEdit.text(), panel.nameRefuses, kTextAt);
         return;
     }
     if (hot)

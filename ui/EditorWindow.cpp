@@ -103,6 +103,7 @@ void EditorWindow::destroyView() {
 bool EditorWindow::frame(const Meters& newMeters) {
     meters = newMeters;
     state.reset();
+    session.passTime(puglGetTime(world));
     session.pollAndSyncSHM();
     const NativeWindow::ParentState parent = native->parent();
     if (lost()) // and if so, nothing for GL

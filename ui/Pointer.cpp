@@ -6,6 +6,8 @@ namespace ui {
 namespace {
 
 constexpr double kDoubleClickSeconds = 0.35;
+constexpr double kTooltipSeconds = 0.6; ///< of rest
+constexpr double kRefusalSeconds = 0.25;
 
 } // namespace
 
@@ -17,8 +19,16 @@ HitScene EditorSession::scene() const {
             .entries = static_cast<int>(shown.view.instances.size())};
 }
 
+void EditorSession::passTime(double seconds) {
+    now = seconds;
+    shown.nameRefuses = shown.nameEdit.editing() && now - refusedAt < kRefusalSeconds;
+    shown.tooltip = !shown.nameEdit.editing() && shown.dragging == Target::None &&
+                    now - restsSince >= kTooltipSeconds;
+}
+
 void EditorSession::press(const Press& event) {
     const Target target = hitTest(event.at, scene());
+    restsSince = now;
     const bool onList = isOnList(event.at, scene());
     const Hit hit = hitOf(target);
     const bool twice = isDoubleClick(event, target);
@@ -102,6 +112,8 @@ void EditorSession::startDrag(Target target, const Hit& hit, Point at) {
 }
 
 void EditorSession::move(Point at, double xRootPx, bool fine) {
+    if (at != shown.pointer)
+        restsSince = now;
     shown.pointer = at;
     if (cornerIsDragged())
         dragCorner(xRootPx);
