@@ -60,9 +60,18 @@ inline constexpr Rect kRemoteAnalyzer = {kAnalyzerLeft, 278.0F, kAnalyzerWidth, 
 // Only bands wider than these have the handle, in drawing and hit test.
 inline constexpr float kThresholdNeedsWidth = 30.0F;
 inline constexpr float kRatioNeedsWidth = 36.0F;
+inline constexpr float kEdgeReach = 8.0F;  ///< closer than this is the edge between two bands
+inline constexpr float kRatioLeft = 22.0F; ///< the ratio handle reaches from here left of the upper
+inline constexpr float kRatioRight = 2.0F; ///< edge to here right of it
+/// The middle of what is hit as the ratio handle, left of the upper edge: another band's edge takes
+/// its right end.
+[[nodiscard]] constexpr float ratioFromEdge(bool edgeFollows) {
+    return 0.5F * (kRatioLeft + (edgeFollows ? kEdgeReach : -kRatioRight));
+}
 inline constexpr float kFilterHandleHeight = 18.0F; ///< below the analyzer's top
 inline constexpr Point kFirstHint = {480.0F, 371.0F};
 inline constexpr Point kSecondHint = {480.0F, 397.0F};
+inline constexpr Point kThirdHint = {480.0F, 423.0F};
 
 [[nodiscard]] constexpr const Rect& analyzerOf(Side side) {
     return side == Side::Local ? kLocalAnalyzer : kRemoteAnalyzer;
@@ -73,16 +82,23 @@ inline constexpr Rect kDropdown = {8.0F, 253.0F, 280.0F, 22.0F};
 inline constexpr Point kRemoteTitle = {480.0F, 265.0F};
 inline constexpr Rect kPeerBypass = {548.0F, 256.0F, 36.0F, 18.0F};
 inline constexpr Rect kPeerDuck = {590.0F, 256.0F, 46.0F, 18.0F};
-inline constexpr float kEntryPitch = 22.0F;
+inline constexpr float kFirstEntryTop = 279.0F;
 
+/// From one entry of the open list to the next: less where the list would leave the canvas, which
+/// it does with 15, as many as a registry can offer.
+[[nodiscard]] constexpr float entryPitch(int entries) {
+    constexpr float kRoom = kCanvas.height - 4.0F - kFirstEntryTop;
+    return std::min(22.0F, kRoom / static_cast<float>(std::max(entries, 1)));
+}
 /// The open list with this many entries; with none it holds one line of text.
 [[nodiscard]] constexpr Rect dropdownList(int entries) {
-    const float height = entries == 0 ? 26.0F : kEntryPitch * static_cast<float>(entries) + 4.0F;
-    return {8.0F, 277.0F, 280.0F, height};
+    const float height =
+        entries == 0 ? 26.0F : entryPitch(entries) * static_cast<float>(entries) + 4.0F;
+    return {8.0F, kFirstEntryTop - 2.0F, 280.0F, height};
 }
-/// The sensitive area of an entry, the list's whole width.
-[[nodiscard]] constexpr Rect dropdownEntry(int index) {
-    return {8.0F, 279.0F + kEntryPitch * static_cast<float>(index), 280.0F, 20.0F};
+/// The sensitive area of one of the entries, the list's whole width.
+[[nodiscard]] constexpr Rect dropdownEntry(int index, int entries) {
+    return {8.0F, kFirstEntryTop + entryPitch(entries) * static_cast<float>(index), 280.0F, 20.0F};
 }
 
 // Knob row

@@ -9,7 +9,6 @@ namespace {
 constexpr float kNarrowestBand = 4.0F;
 constexpr float kNarrowestOff = 40.0F;
 
-constexpr float kRatioFromEdge = 10.0F;
 constexpr float kRatioBox = 14.0F;
 constexpr float kHandleRadius = 5.0F;
 
@@ -21,6 +20,7 @@ struct BandView {
     const TDBand& band;
     int index;
     float left, right; ///< canvas units
+    float ratioX;      ///< of the ratio handle's centre
     Colour colour;     ///< faded when disabled
 
     [[nodiscard]] float width() const { return right - left; }
@@ -40,13 +40,15 @@ struct BandView {
 BandView viewOf(const DrawTools& tools, Side side, const shm::BandSet& list, int index) {
     const TDBand& band = list[index];
     const Colour colour = theme::kBands[index];
+    const float right = xOf(band.hiHz);
     return {tools,
             side,
             analyzerOf(side),
             band,
             index,
             xOf(band.loHz),
-            xOf(band.hiHz),
+            right,
+            right - ratioFromEdge(index + 1 < list.count),
             colour.faded(band.enabled ? 1.0F : theme::kDisabledBand)};
 }
 
@@ -82,11 +84,11 @@ void drawBody(const BandView& view, bool hot) {
 void drawThreshold(const BandView& view, bool hot) {
     const Colour colour = hot ? theme::kHot : view.colour;
     const float start = view.left + 22.0F;
-    const float end = view.right - 20.0F;
+    const float end = view.ratioX - 10.0F;
     if (end > start)
         drawHorizontal(view.tools, view.lineY(), start, end, colour, hot ? 2.0F : 1.5F);
     // In a narrow band the handle keeps clear of the ratio's.
-    const Point handle = {std::min(start, view.right - 24.0F), view.handleY()};
+    const Point handle = {std::min(start, view.ratioX - 14.0F), view.handleY()};
     const float radius = hot ? kHandleRadius + 1.0F : kHandleRadius;
     fillDot(view.tools, handle, radius, hot ? theme::kText : view.colour);
     strokeRing(view.tools, handle, radius, theme::kHandleOutline, 1.0F);
@@ -94,8 +96,8 @@ void drawThreshold(const BandView& view, bool hot) {
 
 void drawRatio(const BandView& view, bool hot) {
     constexpr float kBarHeight = 6.0F;
-    const float centreX = view.right - kRatioFromEdge;
-    const float longest = std::min(60.0F, view.width() - 44.0F);
+    const float centreX = view.ratioX;
+    const float longest = std::min(60.0F, centreX - view.left - 34.0F);
     const float length = longest * (view.band.ratio - 1.0F) / 19.0F;
     if (length > 1.0F)
         fillBox(view.tools,
@@ -166,7 +168,7 @@ void drawReadouts(const BandView& view, const Hit& hot) {
         drawReadout(view, 0.5F * (view.left + view.right),
                     reductionText(-view.band.threshDb).data());
     if (view.is(hot, Part::Ratio))
-        drawReadout(view, view.right - kRatioFromEdge, ratioText(view.band.ratio).data());
+        drawReadout(view, view.ratioX, ratioText(view.band.ratio).data());
 }
 
 void drawBand(const BandView& view, const Hit& hot) {

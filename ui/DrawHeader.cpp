@@ -20,10 +20,11 @@ void drawLogo(const DrawTools& tools) {
 }
 
 /// The name as it is being typed; one that is too long shows its end, where the caret is.
-void drawNameEdit(const DrawTools& tools, const char* text, Point at) {
+void drawNameEdit(const DrawTools& tools, const char* text, bool refuses, Point at) {
     constexpr float kCaretGap = 2.0F;
     fillBox(tools, kNameField, kFieldRadius, theme::kNameEdited);
-    strokeBox(tools, kNameField, kFieldRadius, theme::kLocalAccent);
+    strokeBox(tools, kNameField, kFieldRadius, refuses ? theme::kReduction : theme::kLocalAccent,
+              refuses ? 2.0F : 1.0F);
     const Rect room = {at.x - 1.0F, kNameField.y, kNameField.right() - at.x - 5.0F,
                        kNameField.height};
     const Clip inside(tools, room);
@@ -36,7 +37,7 @@ void drawNameEdit(const DrawTools& tools, const char* text, Point at) {
 void drawName(const DrawTools& tools, const Panel& panel, bool hot) {
     constexpr Point kTextAt = {72.0F, 20.0F};
     if (panel.nameEdit.editing()) {
-        drawNameEdit(tools, panel.nameEdit.text(), kTextAt);
+        drawNameEdit(tools, panel.nameEdit.text(), panel.nameRefuses, kTextAt);
         return;
     }
     if (hot)
@@ -70,19 +71,20 @@ void drawShadow(const DrawTools& tools, const Rect& box) {
     nvgFill(tools.vg);
 }
 
-void drawEntry(const DrawTools& tools, int index, const char* name, bool selected, bool hot) {
-    const float row = kEntryPitch * static_cast<float>(index);
-    const Rect highlight = {10.0F, 279.0F + row, 276.0F, 20.0F};
+void drawEntry(const DrawTools& tools, const Rect& area, const char* name, bool selected,
+               bool hot) {
+    const Rect highlight = {area.x + 2.0F, area.y, area.width - 4.0F, area.height};
     if (selected)
         fillBox(tools, highlight, 3.0F, theme::kEntrySelected);
     if (hot)
         fillBox(tools, highlight, 3.0F, theme::kEntryHovered);
     const Colour colour = selected || hot ? theme::kText : theme::kInactiveText;
-    drawTextCut(tools, {16.0F, 290.0F + row}, {theme::kFieldSize, colour}, name, 262.0F);
+    drawTextCut(tools, {16.0F, area.y + 11.0F}, {theme::kFieldSize, colour}, name, 262.0F);
 }
 
 void drawList(const DrawTools& tools, const Panel& panel) {
-    const Rect list = dropdownList(static_cast<int>(panel.view.instances.size()));
+    const auto entries = static_cast<int>(panel.view.instances.size());
+    const Rect list = dropdownList(entries);
     drawShadow(tools, list);
     fillBox(tools, list, kFieldRadius, theme::kList);
     strokeBox(tools, list, kFieldRadius, theme::kLocalAccent);
@@ -90,7 +92,7 @@ void drawList(const DrawTools& tools, const Panel& panel) {
         drawText(tools, {148.0F, 288.0F},
                  {theme::kControlSize, theme::kInactiveText, AlignX::Centre}, kEmptyListText);
     for (int i = 0; const RemoteInstanceInfo& entry : panel.view.instances) {
-        drawEntry(tools, i, entry.name, entry.id == panel.view.peerId,
+        drawEntry(tools, dropdownEntry(i, entries), entry.name, entry.id == panel.view.peerId,
                   hotIn(panel) == Hit{Part::Entry, Side::Local, i});
         ++i;
     }

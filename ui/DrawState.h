@@ -53,9 +53,11 @@ struct Panel {
     dsp::DisplayLevels remoteLevels = dsp::silentLevels();
     bool dropdownOpen = false;
     NameEdit nameEdit;
+    bool nameRefuses = false; ///< the character that has just been typed
     Target hover = Target::None;
     Target dragging = Target::None;
-    Point pointer; ///< where the pointer last was, canvas units
+    bool tooltip = false; ///< the pointer has rested for long enough
+    Point pointer;        ///< where the pointer last was, canvas units
     bool operator==(const Panel&) const = default;
 
     /// Whether there is a peer whose side is shown and can be edited. A link to an instance that is

@@ -51,12 +51,15 @@ void drawRemoteAnalyzer(const DrawTools& tools, const Panel& panel, bool linked)
     }
 }
 
-void drawHints(const DrawTools& tools, bool listIsEmpty) {
+void drawHints(const DrawTools& tools, bool listIsEmpty, bool registryOpen) {
     const Hints hints = hintsFor(listIsEmpty);
     drawText(tools, kFirstHint, {theme::kFirstHintSize, theme::kFirstHint, AlignX::Centre},
              hints.first);
     drawText(tools, kSecondHint, {theme::kSecondHintSize, theme::kSecondHint, AlignX::Centre},
              hints.second);
+    if (!registryOpen)
+        drawText(tools, kThirdHint, {theme::kSecondHintSize, theme::kSecondHint, AlignX::Centre},
+                 kClosedRegistryText);
 }
 
 } // namespace
@@ -70,11 +73,11 @@ void drawUI(const DrawTools& tools, const DrawState& state, const Panel& panel) 
     drawLocalAnalyzer(tools, state, panel);
     drawRemoteAnalyzer(tools, panel, linked);
     if (!linked)
-        drawHints(tools, panel.view.instances.empty());
+        drawHints(tools, panel.view.instances.empty(), panel.view.registryOpen);
     drawResizeGrip(tools, hot.part == Part::ResizeCorner);
     drawDropdown(tools, panel);
     drawPeers(tools, linked, [&] { drawPeerTitle(tools, state, linked, hot); });
-    if (panel.dragging == Target::None)
+    if (panel.tooltip)
         drawTooltip(tools, hot, panel.pointer);
 }
 

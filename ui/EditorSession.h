@@ -39,6 +39,9 @@ public:
     /// Once a frame, before events: everything that passes between editor and registry.
     void pollAndSyncSHM();
 
+    /// Once a frame, before events: what is shown for a time only.
+    void passTime(double seconds);
+
     // Gestures (Pointer.cpp), positions in canvas units
 
     enum class Button { Primary, Secondary, Other };
@@ -69,7 +72,7 @@ private:
     [[nodiscard]] EditedTrack& trackOf(Side side) { return side == Side::Local ? own : peer; }
 
     // Pointer.cpp
-    [[nodiscard]] Target targetAt(Point at, bool dropdownOpen) const;
+    [[nodiscard]] HitScene scene() const;
     [[nodiscard]] bool isDoubleClick(const Press& event, Target target);
     void split(Point at);
     bool doubleClick(const Hit& hit);
@@ -92,6 +95,10 @@ private:
     Held held; ///< what is being dragged
     Point pressedAt;
     CornerDrag corner;
+
+    double now = 0.0;        ///< of this frame, seconds
+    double refusedAt = -1.0; ///< when a character could not be taken into the name
+    double restsSince = 0.0; ///< the pointer, where it is
 
     Button lastButton = Button::Other;
     Target lastTarget = Target::None;

@@ -31,6 +31,11 @@ PuglCursor cursorOf(PointerShape shape) {
     return PUGL_CURSOR_ARROW;
 }
 
+/// A host that queues requests has so long to resize its window: half a second.
+constexpr int kFramesToAnswer = 30;
+/// For so long a host may take the focus back from a view that has just asked for it.
+constexpr double kFocusSettlesSeconds = 0.3;
+
 bool empty(SizePx size) { return size.width < 1 || size.height < 1; }
 
 } // namespace
@@ -69,6 +74,8 @@ bool EditorWindow::createView(NativeWindow::Id parent, SizePx initialSize) {
     puglSetViewHint(view, PUGL_CONTEXT_PROFILE, PUGL_OPENGL_COMPATIBILITY_PROFILE);
     puglSetViewHint(view, PUGL_DOUBLE_BUFFER, PUGL_TRUE);
     puglSetViewHint(view, PUGL_STENCIL_BITS, 8);
+    // Else the view tells that its size is fixed, and hosts pass that on to their window's frame.
+    puglSetViewHint(view, PUGL_RESIZABLE, PUGL_TRUE);
     puglSetParent(view, parent);
     puglSetSizeHint(view, PUGL_DEFAULT_SIZE, static_cast<PuglSpan>(initialSize.width),
                     static_cast<PuglSpan>(initialSize.height));
@@ -96,11 +103,13 @@ void EditorWindow::destroyView() {
 bool EditorWindow::frame(const Meters& newMeters) {
     meters = newMeters;
     state.reset();
+    session.passTime(puglGetTime(world));
     session.pollAndSyncSHM();
     const NativeWindow::ParentState parent = native->parent();
     if (lost()) // and if so, nothing for GL
         return false;
     puglUpdate(world, 0.0);
+    tendKeyboard();
     const bool visible = parent.visible && !empty(windowSize);
     if (visible)
         redrawIfChanged();
@@ -119,11 +128,15 @@ void EditorWindow::redrawIfChanged() {
         puglUpdate(world, 0.0);
 }
 
-/// The host resizes only its own window; the view follows by itself.
+/// The host resizes only its own window; the view follows by itself. When the host has not done
+/// what a drag of the corner has asked for, it comes back: its corner may be out of reach.
 void EditorWindow::followParent(SizePx parent) {
-    if (parent != lastParent && native->sizeOf(puglGetNativeView(view)) != parent) {
+    const bool unanswered = framesToAnswer > 0 && --framesToAnswer == 0;
+    if ((parent != lastParent || unanswered) && native->sizeOf(puglGetNativeView(view)) != parent) {
         windowSize = parent;
         native->resize(puglGetNativeView(view), parent);
+        if (unanswered)
+            instance.NoteHostWindowSize(parent.width, parent.height);
     }
     lastParent = parent;
     followHost(parent);
@@ -142,18 +155,50 @@ void EditorWindow::followHost(SizePx parent) {
 }
 
 void EditorWindow::grabKeyboard() {
-    puglGrabFocus(view);
-    native->grabKeyboard(puglGetNativeView(view));
-    keyboardGrabbed = true;
+    keyboard = Keyboard{.since = puglGetTime(world)};
+    takeFocus();
+    keyboard->grabbed = native->grabKeyboard(puglGetNativeView(view));
 }
 
 void EditorWindow::releaseKeyboard() {
-    if (keyboardGrabbed)
-        native->releaseKeyboard();
-    keyboardGrabbed = false;
+    if (keyboard)
+        native->releaseKeyboard(puglGetNativeView(view));
+    keyboard.reset();
+}
+
+void EditorWindow::takeFocus() {
+    puglGrabFocus(view);
+    native->takeFocus(puglGetNativeView(view)); // pugl lets it fall to nobody
+}
+
+/// While a name is typed, each frame looks who has the focus (pugl keeps those events to itself):
+/// with the keyboard grabbed, what the user types elsewhere would go into the name, and to everyone
+/// who sees it.
+///
+/// A host or a window manager may take the focus back from a view at once, which is no wish of the
+/// user. For a moment, then, it is asked for again; if it has never stayed with the view, the grab
+/// alone has to do, as long as the focus stays within the host's window.
+void EditorWindow::tendKeyboard() {
+    using Focus = NativeWindow::Focus;
+    if (!keyboard)
+        return;
+    const Focus focus = native->focus(puglGetNativeView(view));
+    const bool settled = puglGetTime(world) - keyboard->since >= kFocusSettlesSeconds;
+    if (focus == Focus::Elsewhere || (focus == Focus::Host && keyboard->focusHeld)) {
+        session.commitName();
+        return;
+    }
+    if (focus == Focus::View && settled)
+        keyboard->focusHeld = true;
+    if (focus == Focus::Host && !settled)
+        takeFocus();
+    if (!keyboard->grabbed)
+        keyboard->grabbed = native->grabKeyboard(puglGetNativeView(view));
 }
 
 void EditorWindow::resize(SizePx size) {
+    follower.noteRequest(size);
+    framesToAnswer = kFramesToAnswer;
     puglSetSizeHint(view, PUGL_CURRENT_SIZE, static_cast<PuglSpan>(size.width),
                     static_cast<PuglSpan>(size.height));
 }

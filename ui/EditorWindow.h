@@ -41,6 +41,8 @@ private:
     void onConfigure(SizePx size);
     void onButton(const PuglButtonEvent& event);
     void onKey(const PuglKeyEvent& event);
+    void takeFocus();
+    void tendKeyboard();
     void showPointer();
     void draw();
     void redrawIfChanged();
@@ -49,6 +51,12 @@ private:
 
     void followParent(SizePx parent);
     void followHost(SizePx parent);
+
+    struct Keyboard {
+        double since;           ///< when it was asked for, seconds
+        bool grabbed = false;   ///< all keys come to the view, wherever the focus is
+        bool focusHeld = false; ///< the focus has stayed with the view
+    };
 
     EditorAccess& instance;
     EditorSession session;
@@ -60,7 +68,8 @@ private:
     SizePx windowSize; ///< of the view
     SizePx lastParent;
     HostSizeFollower follower;
-    bool keyboardGrabbed = false;
+    int framesToAnswer = 0;           ///< left to the host to follow a drag of the corner
+    std::optional<Keyboard> keyboard; ///< while a name is typed
     PointerShape pointerShape = PointerShape::Arrow;
     Meters meters;
     std::optional<DrawState> state; ///< of this frame, once it has been asked for

@@ -8,11 +8,8 @@
 namespace ui {
 namespace {
 
-constexpr float kEdgeReach = 8.0F;
 constexpr float kFilterReach = 9.0F;
 constexpr float kThresholdReach = 12.0F;
-constexpr float kRatioLeft = 22.0F; ///< the ratio handle reaches from here left of the upper edge
-constexpr float kRatioRight = 2.0F; ///< to here right of it
 
 struct Button {
     Rect area;
@@ -41,11 +38,11 @@ Target knobAt(Point p) {
     return Target::None;
 }
 
-Target dropdownAt(Point p, const HitScene& scene) {
-    for (int i = 0; scene.dropdownOpen && i < scene.entries; ++i)
-        if (dropdownEntry(i).contains(p))
+Target entryAt(Point p, int entries) {
+    for (int i = 0; i < entries; ++i)
+        if (dropdownEntry(i, entries).contains(p))
             return Target::Entry + i;
-    return kDropdown.contains(p) ? Target::Dropdown : Target::None;
+    return Target::None;
 }
 
 Target filterAt(Point p, Side side, const shm::Filters& filters) {
@@ -95,15 +92,21 @@ Target hitTestBandArea(Point p, Side side, const shm::BandSet& bands) {
     return targetOf({part, side, band});
 }
 
+bool isOnList(Point p, const HitScene& scene) {
+    return scene.dropdownOpen && dropdownList(scene.entries).contains(p);
+}
+
 Target hitTest(Point p, const HitScene& scene) {
+    if (isOnList(p, scene)) // which lies over all else
+        return entryAt(p, scene.entries);
     if (const Target button = buttonAt(p); button != Target::None)
         return button;
     if (const Target knob = knobAt(p); knob != Target::None)
         return knob;
     if (kNameField.contains(p))
         return Target::Name;
-    if (const Target dropdown = dropdownAt(p, scene); dropdown != Target::None)
-        return dropdown;
+    if (kDropdown.contains(p))
+        return Target::Dropdown;
     const Target local = analyzerAt(p, Side::Local, scene.local);
     if (local != Target::None || !scene.peerLinked || scene.remote.bands.count == 0)
         return local;

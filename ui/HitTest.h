@@ -130,6 +130,9 @@ struct HitScene {
     int entries = 0;
 };
 
+/// Whether the open list covers a point: nothing below it can be reached there.
+[[nodiscard]] bool isOnList(Point p, const HitScene& scene);
+
 /// The target at a point; the first of a fixed order where several overlap.
 [[nodiscard]] Target hitTest(Point p, const HitScene& scene);
 

@@ -36,11 +36,17 @@ public:
     [[nodiscard]] virtual SizePx sizeOf(Id window) const = 0; ///< 0 × 0 when it cannot be asked
     virtual void resize(Id window, SizePx size) = 0;
 
-    /// All keys go to the window until they are released, wherever the pointer is. Should it die
-    /// meanwhile, the focus falls to the parent.
-    virtual void grabKeyboard(Id window) = 0;
-    /// Gives keys and input focus back to the parent.
-    virtual void releaseKeyboard() = 0;
+    /// Asks for the input focus. Should the view die with it, it falls to the parent.
+    virtual void takeFocus(Id view) = 0;
+    /// All keys go to the view until they are released, wherever focus and pointer are. False when
+    /// somebody else has grabbed them.
+    [[nodiscard]] virtual bool grabKeyboard(Id view) = 0;
+    /// Lets go of the keys, and of the focus, to the parent, if the view still has it.
+    virtual void releaseKeyboard(Id view) = 0;
+
+    /// Who has the input focus: `Host` is any other window of the parent's top-level window.
+    enum class Focus { View, Host, Elsewhere };
+    [[nodiscard]] virtual Focus focus(Id view) const = 0;
 };
 
 /// Right after the connection is made, which must outlive it. From here on its errors are dropped:

@@ -78,8 +78,11 @@ constexpr Tooltip kTooltips[] = {
 
 constexpr std::size_t kMaxTypedBytes = 60;
 
-/// Not DEL: the Delete key arrives as a text event with that byte.
-bool isPrintableAscii(char byte) { return byte >= ' ' && byte < '\x7F'; }
+/// Keys as Delete and Escape arrive as text events, too, with these bytes.
+bool isControl(char byte) { return (byte >= '\0' && byte < ' ') || byte == '\x7F'; }
+bool isAscii(char byte) { return static_cast<unsigned char>(byte) < 0x80; }
+/// Of a UTF-8 character, after its first byte.
+bool continues(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80; }
 
 } // namespace
 
@@ -122,16 +125,24 @@ void NameEdit::begin(const char* current) {
     active = true;
 }
 
-void NameEdit::append(const char* utf8) {
+bool NameEdit::append(const char* utf8) {
+    if (!active || isControl(utf8[0]))
+        return true;
     const std::size_t length = std::strlen(buffer.data());
-    if (active && length < kMaxTypedBytes && isPrintableAscii(utf8[0]))
-        buffer[length] = utf8[0]; // the rest of the buffer is zero
+    if (length >= kMaxTypedBytes || !isAscii(utf8[0]))
+        return false;
+    buffer[length] = utf8[0]; // the rest of the buffer is zero
+    return true;
 }
 
 void NameEdit::backspace() {
-    const std::size_t length = std::strlen(buffer.data());
-    if (active && length > 0)
-        buffer[length - 1] = '\0';
+    std::size_t length = std::strlen(buffer.data());
+    bool whole = !active;
+    while (!whole && length > 0) {
+        --length;
+        whole = !continues(buffer[length]);
+        buffer[length] = '\0';
+    }
 }
 
 } // namespace ui

@@ -36,13 +36,18 @@ struct Hints {
     const char* second;
 };
 [[nodiscard]] Hints hintsFor(bool listIsEmpty);
+/// A third one, for an instance that is not in the registry.
+inline constexpr const char* kClosedRegistryText =
+    "This one cannot pair: 16 are running already, or shared memory is not to be had";
 
 /// A name being typed: printable ASCII is taken while it has fewer than 60 bytes.
 class NameEdit {
 public:
     void begin(const char* current); ///< starts with the current name, at most 63 bytes
-    void append(const char* utf8);   ///< one text event; refused when not printable ASCII or full
-    void backspace();
+    /// One text event. False: it is printable, but refused, not ASCII or more than there is room
+    /// for.
+    bool append(const char* utf8);
+    void backspace(); ///< takes a whole character, also of a name that is not ASCII
     void end() { active = false; }
     [[nodiscard]] bool editing() const { return active; }
     [[nodiscard]] const char* text() const { return buffer.data(); }

@@ -6,29 +6,40 @@ namespace ui {
 namespace {
 
 constexpr double kDoubleClickSeconds = 0.35;
+constexpr double kTooltipSeconds = 0.6; ///< of rest
+constexpr double kRefusalSeconds = 0.25;
 
 } // namespace
 
-Target EditorSession::targetAt(Point at, bool dropdownOpen) const {
-    return hitTest(at, {.local = {own.filters(), shown.view.own.bands},
-                        .remote = {peer.filters(), shown.view.peer.bands},
-                        .peerLinked = shown.peerLinked(),
-                        .dropdownOpen = dropdownOpen,
-                        .entries = static_cast<int>(shown.view.instances.size())});
+HitScene EditorSession::scene() const {
+    return {.local = {own.filters(), shown.view.own.bands},
+            .remote = {peer.filters(), shown.view.peer.bands},
+            .peerLinked = shown.peerLinked(),
+            .dropdownOpen = shown.dropdownOpen,
+            .entries = static_cast<int>(shown.view.instances.size())};
+}
+
+void EditorSession::passTime(double seconds) {
+    now = seconds;
+    shown.nameRefuses = shown.nameEdit.editing() && now - refusedAt < kRefusalSeconds;
+    shown.tooltip = !shown.nameEdit.editing() && shown.dragging == Target::None &&
+                    now - restsSince >= kTooltipSeconds;
 }
 
 void EditorSession::press(const Press& event) {
-    const Target target = targetAt(event.at, shown.dropdownOpen);
+    const Target target = hitTest(event.at, scene());
+    restsSince = now;
+    const bool onList = isOnList(event.at, scene());
     const Hit hit = hitOf(target);
     const bool twice = isDoubleClick(event, target);
-    if (hit.part != Part::Dropdown && hit.part != Part::Entry)
+    if (hit.part != Part::Dropdown && !onList)
         shown.dropdownOpen = false;
     if (hit.part != Part::Name) {
         commitName();
         window.releaseKeyboard();
     }
     shown.dragging = Target::None;
-    if (event.button == Button::Secondary)
+    if (event.button == Button::Secondary && !onList)
         split(event.at);
     if (event.button != Button::Primary)
         return;
@@ -101,12 +112,14 @@ void EditorSession::startDrag(Target target, const Hit& hit, Point at) {
 }
 
 void EditorSession::move(Point at, double xRootPx, bool fine) {
+    if (at != shown.pointer)
+        restsSince = now;
     shown.pointer = at;
     if (cornerIsDragged())
         dragCorner(xRootPx);
     else if (shown.dragging != Target::None)
         drag(at, fine);
-    shown.hover = targetAt(at, shown.dropdownOpen);
+    shown.hover = hitTest(at, scene());
 }
 
 /// Along the frequency axis or up and down.
@@ -142,7 +155,7 @@ void EditorSession::leave() {
 }
 
 void EditorSession::scroll(Point at, double dy) {
-    const Hit hit = hitOf(targetAt(at, false));
+    const Hit hit = hitOf(hitTest(at, scene()));
     if (dy == 0.0 || !wheelActsOn(hit))
         return;
     const ControlRange range = ctrlToParam(hit);

@@ -62,8 +62,8 @@ void EditorSession::beginName() {
 }
 
 void EditorSession::text(const char* utf8) {
-    if (shown.nameEdit.editing())
-        shown.nameEdit.append(utf8);
+    if (!shown.nameEdit.append(utf8))
+        refusedAt = now;
 }
 
 void EditorSession::eraseCharacter() {

@@ -12,6 +12,8 @@ namespace {
 constexpr int kMinParentPx = 2;   ///< smaller windows are not yet laid out
 constexpr int kSettledTicks = 30; ///< half a second of frames
 constexpr int kTolerancePx = 16;  ///< what a host may round without being asked again
+constexpr int kMaxRequests = 2;   ///< in a row
+constexpr int kAnswerTicks = 60;  ///< what has settled a second later is no answer to a request
 constexpr int kSendPx = 6;        ///< a host is not told of every pixel
 
 /// Whether two sizes differ by this much or more in either direction.
@@ -37,16 +39,37 @@ bool HostSizeFollower::hasSettled(SizePx parent) {
     return stableTicks == kSettledTicks;
 }
 
+void HostSizeFollower::noteRequest(SizePx wanted) {
+    asked = wanted;
+    requests = 1;
+    ticksSinceRequest = 0;
+}
+
+/// Against the last size that counted, so that many small steps add up.
+bool HostSizeFollower::isNews(SizePx parent) {
+    if (!differBy(kTolerancePx + 1, parent, applied))
+        return false;
+    applied = parent;
+    if (ticksSinceRequest == kAnswerTicks)
+        requests = 0;
+    const bool asAsked = requests > 0 && !differBy(kTolerancePx + 1, parent, asked);
+    if (asAsked)
+        requests = 0;
+    return !asAsked && requests < kMaxRequests;
+}
+
 std::optional<HostSizeFollower::Request> HostSizeFollower::externalSizeTick(SizePx parent,
                                                                             SizePx remembered) {
+    ticksSinceRequest = std::min(ticksSinceRequest + 1, kAnswerTicks);
     if (parent.width < kMinParentPx || parent.height < kMinParentPx || !hasSettled(parent))
         return {};
     if (phase == Phase::Following) {
-        // Against the last size that counted, so that many small steps add up.
-        if (!differBy(kTolerancePx + 1, parent, applied))
+        if (!isNews(parent))
             return {};
-        applied = parent;
-        return Request{parent, editor::constrained(parent), true};
+        asked = editor::constrained(parent);
+        ++requests;
+        ticksSinceRequest = 0;
+        return Request{parent, asked, true};
     }
     applied = parent;
     const bool restore = phase == Phase::Opening && isSize(remembered) &&

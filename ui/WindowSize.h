@@ -11,7 +11,8 @@ using editor::SizePx;
 
 /// Follows the size that the host gives the parent window: waits until it has been the same for
 /// half a second, then asks for a size with the editor's aspect, or, the first time, for the
-/// remembered one.
+/// remembered one. What the host then does is its answer: a second one that is not what was asked
+/// for is accepted, or two that never agree would go on for ever.
 class HostSizeFollower {
 public:
     struct Request {
@@ -23,16 +24,23 @@ public:
     /// Once a frame, with the parent's size. `remembered` is the size to return to after opening;
     /// none when a dimension is below 1.
     [[nodiscard]] std::optional<Request> externalSizeTick(SizePx parent, SizePx remembered);
+    /// The host is asked for this size by somebody else.
+    void noteRequest(SizePx wanted);
 
 private:
     enum class Phase { Opening, Restoring, Following };
 
     /// True on one call: the one on which the size has been the same for half a second.
     [[nodiscard]] bool hasSettled(SizePx parent);
+    /// Whether a size that has settled is one to ask about.
+    [[nodiscard]] bool isNews(SizePx parent);
 
     SizePx candidate;
     int stableTicks = 0;
     SizePx applied;
+    SizePx asked;     ///< for, last
+    int requests = 0; ///< in a row
+    int ticksSinceRequest = 0;
     Phase phase = Phase::Opening;
 };
 

@@ -32,10 +32,14 @@ public:
     [[nodiscard]] ParentState parent() const override;
     [[nodiscard]] SizePx sizeOf(Id window) const override;
     void resize(Id window, SizePx size) override;
-    void grabKeyboard(Id window) override;
-    void releaseKeyboard() override;
+    void takeFocus(Id view) override;
+    [[nodiscard]] bool grabKeyboard(Id view) override;
+    void releaseKeyboard(Id view) override;
+    [[nodiscard]] Focus focus(Id view) const override;
 
 private:
+    [[nodiscard]] Id focused() const;
+    [[nodiscard]] Id topLevelOf(Id window) const;
     static void onUnlock(Display* broken);
     static int onBroken(Display* broken);
     static void afterBroken(Display* broken, void* window);
@@ -156,18 +160,54 @@ void X11Window::resize(Id window, SizePx size) {
     XFlush(display);
 }
 
-// pugl has set the focus too, but to fall to nobody.
-void X11Window::grabKeyboard(Id window) {
-    XSetInputFocus(display, window, RevertToParent, CurrentTime);
-    XGrabKeyboard(display, window, True, GrabModeAsync, GrabModeAsync, CurrentTime);
+void X11Window::takeFocus(Id view) {
+    XSetInputFocus(display, view, RevertToParent, CurrentTime);
     XFlush(display);
 }
 
-// Without the last call the focus would be nowhere once the editor's window is gone.
-void X11Window::releaseKeyboard() {
+bool X11Window::grabKeyboard(Id view) {
+    return XGrabKeyboard(display, view, True, GrabModeAsync, GrabModeAsync, CurrentTime) ==
+           GrabSuccess;
+}
+
+// Without the focus given back it would be nowhere once the editor's window is gone.
+void X11Window::releaseKeyboard(Id view) {
     XUngrabKeyboard(display, CurrentTime);
-    XSetInputFocus(display, parentId, RevertToParent, CurrentTime);
+    if (focused() == view)
+        XSetInputFocus(display, parentId, RevertToParent, CurrentTime);
     XFlush(display);
+}
+
+NativeWindow::Focus X11Window::focus(Id view) const {
+    const Id holder = focused();
+    if (holder == view)
+        return Focus::View;
+    const Id top = topLevelOf(holder);
+    return top != None && top == topLevelOf(parentId) ? Focus::Host : Focus::Elsewhere;
+}
+
+NativeWindow::Id X11Window::focused() const {
+    Window holder = None;
+    int revertTo = 0;
+    XGetInputFocus(display, &holder, &revertTo);
+    return holder;
+}
+
+/// The root's child that the window lies in, a window manager's frame for example; none of what is
+/// no window.
+NativeWindow::Id X11Window::topLevelOf(Id window) const {
+    Window root = None;
+    Window above = None;
+    Window* children = nullptr;
+    unsigned count = 0;
+    while (XQueryTree(display, window, &root, &above, &children, &count) != 0) {
+        if (children != nullptr)
+            XFree(children);
+        if (above == root || above == None)
+            return window;
+        window = above;
+    }
+    return None;
 }
 
 } // namespace

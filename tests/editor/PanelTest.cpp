@@ -10,6 +10,7 @@ using support::eventually;
 using support::Hand;
 using support::OpenEditor;
 using support::savedBy;
+using support::Screen;
 using support::Track;
 using ui::Point;
 
@@ -78,6 +79,58 @@ TEST_F(Panel, RenamesWhatIsTyped) {
     EXPECT_STREQ(track.slot()->name, "abc") << "typed without a click on the name";
 }
 
+/// Or what is typed there, a password perhaps, would be everybody's to read.
+TEST_F(Panel, EndsARenameWhenTheFocusGoesElsewhere) {
+    Track second;
+    OpenEditor editor(screen, track), other(screen, second, {960, 600}, 960);
+    const auto foreign = screen.openWindow({100, 100}, 0, 700), view = editor.hand.window();
+    const auto begin = [&](bool hostTakesItBack) {
+        editor.hand.click(kName);
+        EXPECT_TRUE(eventually([&] { return screen.focus() == view; }));
+        const auto settled = std::chrono::steady_clock::now() + std::chrono::milliseconds(500);
+        while (std::chrono::steady_clock::now() < settled)
+            if (hostTakesItBack && screen.focus() == view)
+                screen.setFocus(editor.window);
+        EXPECT_EQ(screen.focus(), hostTakesItBack ? editor.window : view);
+        EXPECT_TRUE(eventually([&] { return !screen.keyboardIsFree(); }));
+    };
+    const std::tuple<const char*, bool, Screen::Id> cases[] = {{"another program", false, foreign},
+                                                               {"the host", false, editor.window},
+                                                               {"refused", true, foreign},
+                                                               {"the root", false, 1}};
+    std::string name = track.slot()->name;
+    for (const auto& [what, hostTakesItBack, to] : cases) {
+        SCOPED_TRACE(what);
+        begin(hostTakesItBack);
+        editor.hand.type("a");
+        editor.settle();
+        EXPECT_EQ(track.slot()->name, name);
+        screen.setFocus(to);
+        EXPECT_TRUE(eventually([&] { return track.slot()->name == name + 'a'; }));
+        name += 'a';
+        editor.hand.type("secret");
+        editor.settle();
+        EXPECT_EQ(track.slot()->name, name);
+        EXPECT_EQ(screen.focus(), to);
+        EXPECT_TRUE(screen.keyboardIsFree());
+    }
+
+    EXPECT_TRUE(screen.grabKeyboard(foreign));
+    editor.hand.click(kName);
+    EXPECT_TRUE(eventually([&] { return screen.focus() == view; }));
+    screen.ungrabKeyboard();
+    EXPECT_TRUE(eventually([&] { return !screen.keyboardIsFree(); })) << "tried again";
+    other.hand.click(kName);
+    EXPECT_TRUE(eventually([&] { return screen.focus() == other.hand.window(); }));
+    editor.settle(); // and has let go
+    other.hand.type("b");
+    other.hand.key(XK_Return);
+    other.settle();
+    EXPECT_EQ(track.slot()->name, name);
+    EXPECT_TRUE(std::string(second.slot()->name).ends_with('b'));
+    EXPECT_EQ(screen.focus(), other.window);
+}
+
 TEST_F(Panel, PairsWithTheEntryThatIsClicked) {
     Track kick, vocals;
     shm::RegistryMonitor registry;
@@ -130,10 +183,15 @@ TEST_F(Panel, PairsWithTheEntryThatIsClicked) {
     editor.settle();
     EXPECT_EQ(savedBy(track).record.peer.settings.controls.releaseMs, 160.0F);
     hand.click(kHeader);
+    for (const float y : {289.0F, 300.0F, 324.0F}) { // an entry, a gap, the list's edge
+        hand.click({148, y}, Hand::Right);
+        hand.click({148, y == 289 ? 300 : y}, Hand::Left); // and the list stays open
+    }
     hand.click(kSecond);
     editor.settle();
     EXPECT_EQ(savedBy(track).record.peer.settings.bands.count, 0)
         << "edits of the old peer, forgotten";
+    EXPECT_EQ(kick.slot()->bandCount, 1) << "cut through the list";
     EXPECT_TRUE(kick.slot()->releaseMs == 160.0F && vocals.slot()->releaseMs == 100.0F);
 }
 
@@ -144,7 +202,7 @@ TEST_F(Panel, AsksForTheSizeThatIsDragged) {
         int x, y;
         float pull; ///< pixels, in two moves
         GuiSize to;
-        bool (*answer)(const host::Gui&) = nullptr; ///< the host's, if it is not just yes
+        bool (*answer)(const host::Gui&) = [](const host::Gui&) { return true; };
     };
     const auto refusal = [](const host::Gui&) { return false; };
     // On the thread that asks, and first with the old size.
@@ -167,10 +225,12 @@ TEST_F(Panel, AsksForTheSizeThatIsDragged) {
         editor.settle();
         auto& callbacks = track.instance.callbacks();
         callbacks.calls().clear();
-        if (answer != nullptr)
-            callbacks.gui().requestResize = [&, answer = answer](auto, auto) {
-                return answer(editor.gui);
-            };
+        callbacks.gui().requestResize = [&, answer = answer](auto width, auto height) {
+            const bool taken = answer(editor.gui);
+            if (taken)
+                screen.resizeWindow(editor.window, {width, height});
+            return taken;
+        };
         const float zoom = static_cast<float>(from.width) / 960.0F;
         editor.hand.drag({944, 584}, {944 + pull / zoom, 584});
         if (pull == 0) { // what comes to nothing is over when the next click has had its effect
@@ -180,6 +240,11 @@ TEST_F(Panel, AsksForTheSizeThatIsDragged) {
         EXPECT_TRUE(eventually([&, wanted = to, asks = pull != 0] {
             return savedSize() == wanted && screen.sizeOf(editor.hand.window()) == wanted &&
                    asked() == (asks ? wanted : GuiSize{});
+        }));
+        const GuiSize shown = answer == refusal ? from : to; // or its corner is out of reach
+        EXPECT_TRUE(eventually([&] {
+            return screen.sizeOf(editor.window) == shown &&
+                   screen.sizeOf(editor.hand.window()) == shown;
         }));
         editor.gui.hide();
         callbacks.gui() = {};
@@ -201,6 +266,19 @@ TEST_F(Panel, AsksForItsShapeWhenTheHostHasSettled) {
         ASSERT_LT(patience *= 2, std::chrono::seconds(20));
     patience = std::chrono::seconds(10);
     EXPECT_TRUE(asksFor({300, 900}, {480, 300}));
+    const auto& log = track.instance.callbacks().calls();
+    const auto requests = [&] { return log.records(host::Callback::GuiRequestResize).size(); };
+    const auto before = requests();
+    track.instance.callbacks().gui().requestResize = [&](auto width, auto height) {
+        screen.resizeWindow(editor.window, {width - 20, height - 20}); // never what is asked for
+        return true;
+    };
+    std::this_thread::sleep_for(std::chrono::seconds(1)); // and it is the user's doing again
+    screen.resizeWindow(editor.window, {1500, 600});
+    std::this_thread::sleep_for(std::chrono::seconds(4));
+    EXPECT_EQ(requests(), before + 2);
+    EXPECT_FALSE(screen.isFixed(editor.hand.window()));
+    track.instance.callbacks().gui() = {};
     for (unsigned i = 0; i < 500; ++i)
         screen.resizeWindow(editor.window, {1 + i * 7919 % 4000, 1 + i * 104729 % 2500});
     EXPECT_TRUE(asksFor({1000, 600}, {1000, 625}));

@@ -70,6 +70,13 @@ host::GuiSize Screen::sizeOf(Id window) {
     return {std::uint32_t(attributes.width), std::uint32_t(attributes.height)};
 }
 
+bool Screen::isFixed(Id window) {
+    XSizeHints hints{};
+    long supplied = 0;
+    XGetWMNormalHints(display, window, &hints, &supplied);
+    return (hints.flags & PMaxSize) != 0;
+}
+
 Screen::Id Screen::editorIn(Id parent) {
     Id root = 0, above = 0;
     Id* children = nullptr;
@@ -88,12 +95,20 @@ Screen::Id Screen::focus() {
     return window;
 }
 
+void Screen::setFocus(Id window) { XSetInputFocus(display, window, RevertToParent, CurrentTime); }
+
 bool Screen::keyboardIsFree() {
-    const int answer = XGrabKeyboard(display, DefaultRootWindow(display), False, GrabModeAsync,
-                                     GrabModeAsync, CurrentTime);
-    XUngrabKeyboard(display, CurrentTime);
-    return answer == GrabSuccess;
+    const bool free = grabKeyboard(DefaultRootWindow(display));
+    ungrabKeyboard();
+    return free;
 }
+
+bool Screen::grabKeyboard(Id from) {
+    return XGrabKeyboard(display, from, False, GrabModeAsync, GrabModeAsync, CurrentTime) ==
+           GrabSuccess;
+}
+
+void Screen::ungrabKeyboard() { XUngrabKeyboard(display, CurrentTime); }
 
 void Screen::pointTo(Id window, int xPx, int yPx) {
     XWarpPointer(display, None, window, 0, 0, 0, 0, xPx, yPx);

@@ -60,9 +60,13 @@ public:
     void closeWindow(Id window);
     void resizeWindow(Id window, host::GuiSize size);
     [[nodiscard]] host::GuiSize sizeOf(Id window); ///< 0 × 0 while it is hidden
+    [[nodiscard]] bool isFixed(Id window);         ///< tells window managers so
     [[nodiscard]] Id editorIn(Id parent);          ///< the plug-in's window; 0 without one
     [[nodiscard]] Id focus();
-    [[nodiscard]] bool keyboardIsFree(); ///< nobody has grabbed it
+    void setFocus(Id window);
+    [[nodiscard]] bool keyboardIsFree();      ///< nobody has grabbed it
+    [[nodiscard]] bool grabKeyboard(Id from); ///< as a menu or a screen's lock does
+    void ungrabKeyboard();
     /// Of other connections, where they would end a host.
     [[nodiscard]] static int strayErrors() { return sStrayErrors; }
 

@@ -104,11 +104,10 @@ void dragCorner(fuzz::Bytes& bytes) {
     corner.press(bytes.any<std::int16_t>(), {bytes.between(1, 5000), bytes.between(1, 5000)});
     for (int moves = bytes.between(0, 3); moves > 0; --moves) {
         const SizePx size = corner.move(bytes.any<std::int16_t>()).size;
-        demand(
-            isWithin(float(size.width), editor::kMinSize.width, editor::kMaxCornerSize.width) &&
-                isWithin(float(size.height), editor::kMinSize.height,
-                         editor::kMaxCornerSize.height),
-            "the corner stays in bounds");
+        demand(isWithin(float(size.width), editor::kMinSize.width, editor::kMaxCornerSize.width) &&
+                   isWithin(float(size.height), editor::kMinSize.height,
+                            editor::kMaxCornerSize.height),
+               "the corner stays in bounds");
     }
 }
 

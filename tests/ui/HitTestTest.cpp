@@ -18,8 +18,9 @@ TEST(HitTest, FindsTheFirstOfTheFixedOrder) {
         {"above the knobs' panel", {928, 568}, ResizeCorner}, {"name", {286, 8}, Name},
         {"26 units away", {58, 564}, LocalAttack}, {"more", {57.8F, 564}, None},
         {"last knob", {892, 520}, PeerMakeup}, {"header", {288, 275}, Dropdown},
-        {"over a filter", {8, 290}, Entry}, {"below", {100, 300}, RemoteBand},
-        {"last entry", {9, 321}, Entry + 1}, {"below", {9, 322}, RemoteBand},
+        {"over a filter", {8, 290}, Entry}, {"a gap", {100, 300}, None},
+        {"last entry", {9, 321}, Entry + 1}, {"its list", {9, 325}, None},
+        {"below", {9, 326}, RemoteBand},
         {"8.9 off 8", {16.9F, 52}, LocalHighPass}, {"9 off", {17, 52}, LocalBand},
         {"below", {16, 52.1F}, LocalBand}, {"end", {944, 34}, LocalLowPass},
         {"7.9 off", {330.5F, 104}, LocalEdge}, {"8.1", {330.8F, 99}, LocalThreshold + 1},
@@ -42,6 +43,11 @@ TEST(HitTest, FindsTheFirstOfTheFixedOrder) {
         EXPECT_EQ(hit(none, true, false), None) << "without bands";
         EXPECT_NE(hitOf(hit(bands, true, false)).part, ui::Part::Entry) << "list closed";
     }
+    // As many as a registry can offer, 317 / 15 = 21.13 apart: over a knob, and still on the
+    // canvas.
+    for (const auto& [y, entry] : {std::pair{280 + 12 * 21.13F, 12}, {279 + 14 * 21.13F + 20, 14}})
+        EXPECT_EQ(ui::hitTest({68, y}, {{{}, bands}, {{}, bands}, true, true, 15}), Entry + entry);
+    EXPECT_LE(ui::dropdownList(15).bottom(), 600);
     for (const auto& [units, target] : widths) {
         bands = {.bands = {{{.hiHz = ui::hzAt(8 + units)}}}, .count = 1};
         EXPECT_EQ(hitTestBandArea({28, 104}, ui::Side::Local, bands), target) << units;

@@ -34,11 +34,17 @@ TEST(NameEdit, TakesPrintableAsciiUpToSixtyBytes) {
     EXPECT_STREQ(edit.text(), "") << "not editing";
     edit.begin("Bas");
     for (const char* event : {"s", " ", "~!", "\x7F", "\x1F", "ä", "", "~"})
-        edit.append(event);
+        EXPECT_EQ(edit.append(event), *event != "ä"[0]) << "the only one that is a character";
     edit.backspace();
     EXPECT_STREQ(edit.text(), "Bass ~");
     edit.begin(std::string(200, 'n').c_str());
     EXPECT_EQ(std::string(edit.text()).size(), 63U);
+    EXPECT_FALSE(edit.append("n"));
+    edit.begin("aä漢\x80"); // and a byte that belongs to nothing
+    for (const char* rest : {"aä", "a", "", ""}) {
+        edit.backspace();
+        EXPECT_STREQ(edit.text(), rest);
+    }
     edit.begin("");
     edit.backspace();
     EXPECT_STREQ(edit.text(), "");

@@ -20,6 +20,7 @@ bool isOfThisProcess(std::uint64_t id) {
     const std::uint64_t address = id ^ (static_cast<std::uint64_t>(getpid()) << 32);
     const std::uint64_t page = address - address % static_cast<std::uint64_t>(getpagesize());
     unsigned char resident = 0;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): asked about, never followed
     return mincore(reinterpret_cast<void*>(page), 1, &resident) == 0; // else it is not mapped
 }
 

@@ -28,6 +28,7 @@ void addInstances(Scene& scene, std::initializer_list<const char*> names) {
 
 void hover(Scene& scene, Target target, Point pointer) {
     scene.panel.hover = target;
+    scene.panel.tooltip = true;
     scene.panel.pointer = pointer;
 }
 
