@@ -177,6 +177,8 @@ void hotFilters(Scene& scene) {
     threeAndThree(scene);
     scene.panel.dragging = Target::LocalLowPass;
     scene.panel.view.peer.filters = {120.0F, 9500.0F};
+    scene.panel.view.peer.bands[0].loHz = 120.0F;
+    scene.panel.view.peer.bands[2].hiHz = 9500.0F;
 }
 
 /// Its spectra and meters are given from now on.
