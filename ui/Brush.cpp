@@ -150,9 +150,13 @@ float legibleSize(const DrawTools& tools, float size, float atLeastPx) {
     return std::max(size, atLeastPx / tools.zoom);
 }
 
+float labelWidth(const DrawTools& tools, float size, const char* text) {
+    return textWidth(tools, size, text) + 0.8F * size;
+}
+
 Rect drawLabel(const DrawTools& tools, Point centre, float size, Colour colour, const char* text,
                const Rect& limits) {
-    const float width = textWidth(tools, size, text) + 0.8F * size;
+    const float width = labelWidth(tools, size, text);
     const float height = 1.4F * size;
     const Rect box = {std::clamp(centre.x - 0.5F * width, limits.x, limits.right() - width),
                       std::clamp(centre.y - 0.5F * height, limits.y, limits.bottom() - height),

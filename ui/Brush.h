@@ -51,6 +51,8 @@ void drawTextNarrowed(const DrawTools& tools, Point centre, float size, Colour c
 /// A size for texts that have room to grow: at least this many pixels high in small windows.
 [[nodiscard]] float legibleSize(const DrawTools& tools, float size, float atLeastPx = 8.5F);
 
+/// Of the box that drawLabel makes.
+[[nodiscard]] float labelWidth(const DrawTools& tools, float size, const char* text);
 /// A line of text on a box; the box is moved to lie inside `limits`. Returns where it came to lie.
 Rect drawLabel(const DrawTools& tools, Point centre, float size, Colour colour, const char* text,
                const Rect& limits);

@@ -73,6 +73,9 @@ inline constexpr Point kFirstHint = {480.0F, 371.0F};
 inline constexpr Point kSecondHint = {480.0F, 397.0F};
 inline constexpr Point kThirdHint = {480.0F, 423.0F};
 
+[[nodiscard]] constexpr Side otherOf(Side side) {
+    return side == Side::Local ? Side::Remote : Side::Local;
+}
 [[nodiscard]] constexpr const Rect& analyzerOf(Side side) {
     return side == Side::Local ? kLocalAnalyzer : kRemoteAnalyzer;
 }
@@ -124,6 +127,8 @@ inline constexpr float kThresholdUnitsPerDb = 3.5F;
 /// Differs from the thresholds' on purpose: the spectrum spans 80 dB, the thresholds 60.
 inline constexpr float kLevelUnitsPerDb = 2.625F;
 inline constexpr float kLowestLevelDb = -80.0F;
+/// Lines of the level grid, below an analyzer's top: 12 dB of the spectrum apart.
+inline constexpr std::array kLevelLines = {31.5F, 63.0F, 94.5F, 126.0F, 157.5F};
 
 /// Where a frequency lies on the 944 units from 20 Hz to 20 kHz, logarithmic, 0 at the left edge.
 /// Frequencies outside, and NaN, count as the nearer end (NaN as 20 Hz).
@@ -145,6 +150,11 @@ inline constexpr float kLowestLevelDb = -80.0F;
 /// Height of the spectrum curve at a level.
 [[nodiscard]] constexpr float levelY(Side side, float levelDb) {
     return analyzerOf(side).y - kLevelUnitsPerDb * std::clamp(levelDb, kLowestLevelDb, 0.0F);
+}
+/// Height of a threshold of this side's in the other analyzer, on the scale of the spectrum that it
+/// is compared with: what is drawn above is ducked.
+[[nodiscard]] constexpr float thresholdGhostY(Side side, float thresholdDb) {
+    return levelY(otherOf(side), thresholdDb);
 }
 
 /// How the canvas lies in the window: scaled to fit, centred.

@@ -36,11 +36,24 @@ void drawDropdown(const DrawTools& tools, const Panel& panel);
 /// The peer's title and toggles.
 void drawPeerTitle(const DrawTools& tools, const DrawState& state, bool linked, const Hit& hot);
 
-/// Panel, grid and spectrum of one side (DrawSpectrum.cpp).
-void drawSpectralBand(const DrawTools& tools, Side side, const dsp::DisplayLevels& levels);
+// DrawSpectrum.cpp
 
-/// Bands with edges, thresholds and ratios, and the frequency grid over them (DrawBands.cpp).
+/// Panel, grid and spectrum of one side.
+void drawSpectralBand(const DrawTools& tools, Side side, const dsp::DisplayLevels& levels);
+/// The outline once more, over all that was clipped to the panel; rounds the corners.
+void drawAnalyzerFrame(const DrawTools& tools, Side side);
+
+// DrawBands.cpp
+
+/// Bands with edges, thresholds and ratios, and the grids' lines and labels over them.
 void drawDynBands(const DrawTools& tools, Side side, const shm::BandSet& bands, const Hit& hot);
+/// The threshold of this side's that is hot, a second time: in the other analyzer, on the scale of
+/// the spectrum it is compared with. Only while it is hot: three more lines in each analyzer, in
+/// the colours of the thresholds that live there, were taken for those when they were tried.
+void drawThresholdGhosts(const DrawTools& tools, Side side, const shm::BandSet& bands,
+                         const Hit& hot);
+/// The edges' frequencies, and the value that is being hovered or dragged.
+void drawBandLabels(const DrawTools& tools, Side side, const shm::BandSet& bands, const Hit& hot);
 
 // DrawOverlays.cpp
 
@@ -48,7 +61,9 @@ void drawDynBands(const DrawTools& tools, Side side, const shm::BandSet& bands, 
 /// number of dB. Shown up to 24 dB.
 void drawGROverlay(const DrawTools& tools, Side side, const shm::BandSet& bands,
                    const ThreeFloats& reductionDb);
-/// Both filter handles, and shade over what lies beyond them.
+/// Shade over what lies beyond the filters; under bands and grids, whose texts stay legible.
+void drawIgnoredRanges(const DrawTools& tools, Side side, const shm::Filters& filters);
+/// Both filter handles.
 void drawHpLp(const DrawTools& tools, Side side, const shm::Filters& filters, const Hit& hot);
 
 // DrawControls.cpp

@@ -85,8 +85,12 @@ void drawThreshold(const BandView& view, bool hot) {
     const Colour colour = hot ? theme::kHot : view.colour;
     const float start = view.left + 22.0F;
     const float end = view.ratioX - 10.0F;
-    if (end > start)
-        drawHorizontal(view.tools, view.lineY(), start, end, colour, hot ? 2.0F : 1.5F);
+    const float width = hot ? 2.0F : 1.5F;
+    if (end > start) {
+        drawHorizontal(view.tools, view.lineY(), start, end, view.faded(theme::kCasing),
+                       width + 2.0F);
+        drawHorizontal(view.tools, view.lineY(), start, end, colour, width);
+    }
     // In a narrow band the handle keeps clear of the ratio's.
     const Point handle = {std::min(start, view.ratioX - 14.0F), view.handleY()};
     const float radius = hot ? kHandleRadius + 1.0F : kHandleRadius;
@@ -109,9 +113,11 @@ void drawRatio(const BandView& view, bool hot) {
     fillBox(view.tools, box, 3.0F, hot ? theme::kText : view.colour);
     strokeBox(view.tools, box, 3.0F, theme::kHandleOutline);
     const bool filled = view.band.enabled || hot;
-    drawTextNarrowed(view.tools, box.centre(), theme::kHandleSize,
-                     filled ? theme::kDarkText : theme::kInactiveText,
-                     ratioText(view.band.ratio).data(), kRatioBox - 0.5F);
+    // Twice, as a bolder letter: once is too faint to read at a pixel a unit.
+    for (int pass = 0; pass < 2; ++pass)
+        drawTextNarrowed(view.tools, box.centre(), theme::kRatioSize,
+                         filled ? theme::kRatioText : theme::kInactiveText,
+                         ratioText(view.band.ratio).data(), kRatioBox);
 }
 
 void drawEdge(const DrawTools& tools, const Rect& panel, float x, bool hot) {
@@ -134,18 +140,27 @@ void drawEdges(const DrawTools& tools, Side side, const shm::BandSet& bands, con
     }
 }
 
-/// The edges' frequencies, each on its edge; a second one that has no room moves up.
+/// The edges' frequencies, each on its edge and clear of the shade, if it fits between the filters;
+/// a second one that has no room moves up.
 void drawEdgeLabels(const DrawTools& tools, Side side, const shm::BandSet& bands) {
-    const Rect& panel = analyzerOf(side);
+    if (bands.count < 2)
+        return;
     const float size = legibleSize(tools, theme::kSmallSize);
+    const Rect panel = insideOf(analyzerOf(side));
+    const float left = std::max(panel.x, xOf(bands[0].loHz));
+    const float right = std::min(panel.right(), xOf(bands[bands.count - 1].hiHz));
     Rect taken = {};
     for (int edge = 0; edge + 1 < bands.count; ++edge) {
         const float hz = bands[edge].hiHz;
-        const float row = panel.bottom() - 2.6F * size;
-        const float width = textWidth(tools, size, edgeText(hz).data()) + size;
-        const bool collides = edge > 0 && xOf(hz) - 0.5F * width < taken.right();
-        taken = drawLabel(tools, {xOf(hz), collides ? row - 1.6F * size : row}, size, theme::kText,
-                          edgeText(hz).data(), insideOf(panel));
+        const ShortText text = edgeText(hz);
+        const float width = labelWidth(tools, size, text.data());
+        const Rect limits =
+            right - left < width ? panel : Rect{left, panel.y, right - left, panel.height};
+        const float row = panel.bottom() - 2.5F * size;
+        const float x = std::min(xOf(hz), limits.right() - 0.5F * width);
+        const bool collides = edge > 0 && x - 0.5F * width < taken.right();
+        taken = drawLabel(tools, {x, collides ? row - 1.6F * size : row}, size, theme::kText,
+                          text.data(), limits);
     }
 }
 
@@ -187,6 +202,15 @@ constexpr GridLine kGridLines[] = {
     {30.0F, "30"},   {50.0F, "50"},   {100.0F, "100"}, {200.0F, "200"},   {500.0F, "500"},
     {1000.0F, "1k"}, {2000.0F, "2k"}, {5000.0F, "5k"}, {10000.0F, "10k"}, {20000.0F, "20k"}};
 
+/// Of the level grid, on the spectrum's scale: each stands on its line.
+void drawLevelLabels(const DrawTools& tools, const Rect& panel) {
+    const float size = legibleSize(tools, theme::kLevelSize, 6.5F);
+    for (const float line : kLevelLines)
+        drawText(tools, {panel.x + 3.0F, panel.y + line - 1.5F},
+                 {size, theme::kLevelText, AlignX::Left, AlignY::Bottom},
+                 levelText(-line / kLevelUnitsPerDb).data());
+}
+
 void drawFrequencyGrid(const DrawTools& tools, const Rect& panel) {
     const float size = legibleSize(tools, theme::kSmallSize);
     for (const auto& [hz, label] : kGridLines) {
@@ -195,6 +219,17 @@ void drawFrequencyGrid(const DrawTools& tools, const Rect& panel) {
         const float x = std::min(xOf(hz), panel.right() - half - 4.0F);
         drawText(tools, {x, panel.bottom() - 0.5F * size - 3.0F},
                  {size, theme::kGridText, AlignX::Centre}, label);
+    }
+}
+
+/// Fine dashes in a dark casing.
+void drawDashed(const DrawTools& tools, float y, float left, float right) {
+    constexpr float kDash = 4.0F;
+    constexpr float kPitch = 8.0F;
+    for (float x = left; x < right; x += kPitch) {
+        const float end = std::min(x + kDash, right);
+        drawHorizontal(tools, y, x, end, theme::kCasing, 3.0F);
+        drawHorizontal(tools, y, x, end, theme::kGhost, 1.0F);
     }
 }
 
@@ -208,6 +243,21 @@ void drawDynBands(const DrawTools& tools, Side side, const shm::BandSet& bands, 
             drawBand(view, hot);
     drawEdges(tools, side, bands, hot);
     drawFrequencyGrid(tools, panel);
+    drawLevelLabels(tools, panel);
+}
+
+void drawThresholdGhosts(const DrawTools& tools, Side side, const shm::BandSet& bands,
+                         const Hit& hot) {
+    const Rect& panel = analyzerOf(otherOf(side));
+    const Clip inside(tools, insideOf(panel));
+    for (int i = 0; i < bands.count; ++i)
+        if (const TDBand& band = bands[i]; band.enabled && hot == Hit{Part::Threshold, side, i})
+            drawDashed(tools, std::max(thresholdGhostY(side, band.threshDb), panel.y + 2.0F),
+                       xOf(band.loHz), xOf(band.hiHz));
+}
+
+void drawBandLabels(const DrawTools& tools, Side side, const shm::BandSet& bands, const Hit& hot) {
+    const Clip inside(tools, insideOf(analyzerOf(side)));
     drawEdgeLabels(tools, side, bands);
     for (int i = 0; i < bands.count; ++i)
         drawReadouts(viewOf(tools, side, bands, i), hot);

@@ -1,6 +1,7 @@
 #include "ui/Brush.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace ui {
 namespace {
@@ -8,24 +9,38 @@ namespace {
 constexpr float kMinReductionDb = 0.2F;
 constexpr float kMaxReductionDb = 24.0F;
 
-/// A band's meter, 0 or negative. With one band the engine's splits need not be at its edges: then
-/// all three meters are its own, and the strongest counts.
+/// A band's meter, 0 or negative. The engine always has three bands. One band of the editor's puts
+/// their splits to 20 and 20000 Hz, so that all bins lie in the middle one; of two, the upper one
+/// ends at 20000 Hz, and the meters are the first two.
 float meterOf(const shm::BandSet& bands, const ThreeFloats& reductionDb, int band) {
-    return bands.count == 1 ? *std::min_element(reductionDb.begin(), reductionDb.end())
-                            : reductionDb[std::size_t(band)];
+    return reductionDb[bands.count == 1 ? 1 : std::size_t(band)];
 }
 
 /// From the panel's top down to the reduction on the thresholds' scale.
-void drawCurtain(const DrawTools& tools, const Rect& curtain) {
-    fillGradient(tools, curtain, theme::kReduction.withAlpha(216), theme::kReduction.withAlpha(48));
-    drawHorizontal(tools, curtain.bottom(), curtain.x, curtain.right(),
-                   theme::kReduction.withAlpha(216), 1.0F);
+void drawCurtain(const DrawTools& tools, const Rect& curtain, const char* text) {
+    constexpr float kTextY = 30.0F;
+    constexpr Colour kLine = theme::kReduction.withAlpha(216);
+    const float size = legibleSize(tools, theme::kControlSize);
+    const float room = curtain.width - 2.0F;
+    const float centreX = curtain.centre().x;
+    fillGradient(tools, curtain, kLine, theme::kReduction.withAlpha(48));
+    const bool hasText = curtain.width > 28.0F;
+    // The text stays where it is, for the eye, and a line at its height makes room for it.
+    const bool struckThrough = hasText && std::abs(curtain.height - kTextY) < 0.6F * size;
+    const float gap =
+        struckThrough ? 0.5F * std::min(textWidth(tools, size, text), room) + 4.0F : 0.0F;
+    drawHorizontal(tools, curtain.bottom(), curtain.x,
+                   struckThrough ? centreX - gap : curtain.right(), kLine, 1.0F);
+    if (struckThrough)
+        drawHorizontal(tools, curtain.bottom(), centreX + gap, curtain.right(), kLine, 1.0F);
+    if (hasText)
+        drawTextNarrowed(tools, {centreX, curtain.y + kTextY}, size, theme::kHot, text, room);
 }
 
 // Filters
 
 /// With the line beside it no wider than the handle's reach: all of it can be gripped.
-constexpr Point kGripSize = {8.0F, 16.0F};
+constexpr Point kGripSize = {7.0F, 15.0F};
 
 struct FilterView {
     bool highPass;
@@ -64,17 +79,15 @@ void drawFilterLabel(const DrawTools& tools, const Rect& panel, const FilterView
 }
 
 void drawFilter(const DrawTools& tools, const Rect& panel, const FilterView& filter) {
-    const Rect ignored = filter.highPass
-                             ? Rect{panel.x, panel.y, filter.x - panel.x, panel.height}
-                             : Rect{filter.x, panel.y, panel.right() - filter.x, panel.height};
-    if (ignored.width > 0.0F)
-        fillBox(tools, ignored, 0.0F, theme::kIgnoredRange);
     drawVertical(tools, filter.x, panel.y, panel.bottom(), filter.hot ? theme::kHot : filter.colour,
                  filter.hot ? 2.0F : 1.0F);
-    // A flag at the line, within what the filter leaves: whole also at the ends of the axis.
+    // A flag at the line, within what the filter leaves: whole also at the ends of the axis, clear
+    // of the panel's rounded corner.
+    constexpr float kHalf = 0.5F * kGripSize.x;
     const float inward = filter.highPass ? 1.0F : -1.0F;
-    const Point grip = {filter.x + inward * (1.0F + 0.5F * kGripSize.x),
-                        panel.y + 0.5F * kFilterHandleHeight + 1.0F};
+    const Point grip = {std::clamp(filter.x + inward * (1.0F + kHalf), panel.x + 2.0F + kHalf,
+                                   panel.right() - 2.0F - kHalf),
+                        panel.y + kFilterHandleHeight - 0.5F * kGripSize.y};
     drawGrip(tools, filter, grip);
     drawFilterLabel(tools, panel, filter, grip);
 }
@@ -84,7 +97,6 @@ void drawFilter(const DrawTools& tools, const Rect& panel, const FilterView& fil
 void drawGROverlay(const DrawTools& tools, Side side, const shm::BandSet& bands,
                    const ThreeFloats& reductionDb) {
     const Rect& panel = analyzerOf(side);
-    const float size = legibleSize(tools, theme::kControlSize);
     const Clip inside(tools, insideOf(panel));
     for (int i = 0; i < bands.count; ++i) {
         const float left = xOf(bands[i].loHz);
@@ -93,11 +105,21 @@ void drawGROverlay(const DrawTools& tools, Side side, const shm::BandSet& bands,
         // Written so that a NaN, which a peer may publish, shows nothing.
         if (!(bands[i].enabled && reduction >= kMinReductionDb && width >= 2.0F))
             continue;
-        drawCurtain(tools, {left, panel.y, width, kThresholdUnitsPerDb * reduction});
-        if (width > 28.0F)
-            drawTextNarrowed(tools, {left + 0.5F * width, panel.y + 30.0F}, size, theme::kHot,
-                             reductionText(reduction).data(), width - 2.0F);
+        drawCurtain(tools, {left, panel.y, width, kThresholdUnitsPerDb * reduction},
+                    reductionText(reduction).data());
     }
+}
+
+void drawIgnoredRanges(const DrawTools& tools, Side side, const shm::Filters& filters) {
+    const Rect inside = insideOf(analyzerOf(side));
+    const float highPass = xOf(filters.hpHz);
+    const float lowPass = xOf(filters.lpHz);
+    if (highPass > inside.x)
+        fillBox(tools, {inside.x, inside.y, highPass - inside.x, inside.height}, 0.0F,
+                theme::kIgnoredRange);
+    if (lowPass < inside.right())
+        fillBox(tools, {lowPass, inside.y, inside.right() - lowPass, inside.height}, 0.0F,
+                theme::kIgnoredRange);
 }
 
 void drawHpLp(const DrawTools& tools, Side side, const shm::Filters& filters, const Hit& hot) {

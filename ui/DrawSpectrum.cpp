@@ -5,20 +5,18 @@
 namespace ui {
 namespace {
 
-constexpr float kGridPitch = 31.5F;
-constexpr int kLevelLines = 5;
+constexpr float kCornerRadius = 6.0F;
 constexpr float kPointPitch =
     kAnalyzerWidth / static_cast<float>(std::tuple_size_v<dsp::DisplayLevels> - 1);
 
 void drawPanel(const DrawTools& tools, const Rect& panel) {
-    fillBox(tools, panel, 6.0F, theme::kPanel);
-    strokeBox(tools, panel, 6.0F, theme::kOutline);
+    fillBox(tools, panel, kCornerRadius, theme::kPanel);
+    strokeBox(tools, panel, kCornerRadius, theme::kOutline);
 }
 
 void drawLevelGrid(const DrawTools& tools, const Rect& panel) {
-    for (int line = 1; line <= kLevelLines; ++line)
-        drawHorizontal(tools, panel.y + kGridPitch * static_cast<float>(line), panel.x,
-                       panel.right(), theme::kLevelGrid, 0.5F);
+    for (const float line : kLevelLines)
+        drawHorizontal(tools, panel.y + line, panel.x, panel.right(), theme::kLevelGrid, 0.5F);
 }
 
 Point pointOf(Side side, const dsp::DisplayLevels& levels, std::size_t i) {
@@ -71,6 +69,17 @@ void drawSpectralBand(const DrawTools& tools, Side side, const dsp::DisplayLevel
         return;
     drawArea(tools, side, levels);
     drawCurve(tools, side, levels);
+}
+
+void drawAnalyzerFrame(const DrawTools& tools, Side side) {
+    const Rect& panel = analyzerOf(side);
+    nvgBeginPath(tools.vg);
+    nvgRect(tools.vg, panel.x, panel.y, panel.width, panel.height);
+    nvgRoundedRect(tools.vg, panel.x, panel.y, panel.width, panel.height, kCornerRadius);
+    nvgPathWinding(tools.vg, NVG_HOLE);
+    nvgFillColor(tools.vg, nvg(theme::kBackground));
+    nvgFill(tools.vg);
+    strokeBox(tools, panel, kCornerRadius, theme::kOutline);
 }
 
 } // namespace ui

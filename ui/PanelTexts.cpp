@@ -102,6 +102,7 @@ ShortText valueText(float value, ValueFormat format) {
 ShortText ratioText(float ratio) { return numberText(ratio, 0, ":1"); }
 ShortText edgeText(float hz) { return frequencyText(hz, 0); }
 ShortText filterText(float hz) { return frequencyText(hz, 1); }
+ShortText levelText(float levelDb) { return numberText(levelDb, 0, ""); }
 ShortText reductionText(float reductionDb) { return numberText(-reductionDb, 1, " dB"); }
 
 const char* dropdownText(std::span<const RemoteInstanceInfo> list, std::uint64_t selected) {

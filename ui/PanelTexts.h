@@ -23,6 +23,7 @@ using ShortText = std::array<char, 32>;
 [[nodiscard]] ShortText ratioText(float ratio);           ///< "4:1"
 [[nodiscard]] ShortText edgeText(float hz);               ///< "250", from 1000 on "2k"
 [[nodiscard]] ShortText filterText(float hz);             ///< "120", from 1000 on "1.5k"
+[[nodiscard]] ShortText levelText(float levelDb);         ///< "-12"
 [[nodiscard]] ShortText reductionText(float reductionDb); ///< "-6.3 dB" for 6.3 dB of reduction
 
 /// The dropdown's header: the selected peer's name, or what to do.

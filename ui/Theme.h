@@ -24,16 +24,19 @@ struct Colour {
 
 namespace theme {
 
+inline constexpr Colour kBackground = {13, 13, 13};
 inline constexpr Colour kPanel = {20, 20, 20};
 inline constexpr Colour kOutline = {42, 42, 42}; ///< of panels and fields; tracks of the knobs
 inline constexpr Colour kKnobFace = {29, 29, 33};
 inline constexpr Colour kLevelGrid = {64, 64, 64, 136};
 inline constexpr Colour kFrequencyGrid = {80, 80, 80, 136};
 inline constexpr Colour kGridText = {112, 112, 112, 170};
+inline constexpr Colour kLevelText = {160, 160, 160, 190}; ///< stands in the spectrum
 
 inline constexpr Colour kText = {232, 232, 232};
 inline constexpr Colour kInactiveText = kText.withAlpha(136);
 inline constexpr Colour kDarkText = {20, 20, 20}; ///< on filled controls
+inline constexpr Colour kRatioText = {0, 0, 0};
 inline constexpr Colour kHot = {255, 255, 255, 238};
 
 inline constexpr Colour kLocalAccent = {139, 92, 246};
@@ -61,6 +64,8 @@ inline constexpr float kDisabledBand = 0.35F;                  ///< factor on al
 inline constexpr Colour kHatching = {136, 136, 136, 64};
 inline constexpr Colour kBodyHovered = {255, 255, 255, 10};
 inline constexpr Colour kHandleOutline = {0, 0, 0, 128};
+inline constexpr Colour kCasing = {0, 0, 0, 150}; ///< round lines on a spectrum of their colour
+inline constexpr Colour kGhost = {255, 255, 255, 170};
 inline constexpr Colour kEdge = kText.withAlpha(110);
 inline constexpr Colour kLabelBox = {40, 40, 56, 221};
 inline constexpr Colour kReduction = {255, 64, 64};
@@ -71,9 +76,6 @@ inline constexpr Colour kTooltip = {44, 44, 58, 245};
 inline constexpr Colour kTooltipOutline = {90, 90, 112};
 inline constexpr Colour kShadow = {0, 0, 0, 150};
 
-/// Factor on what belongs to a peer while none is linked.
-inline constexpr float kNoPeer = 0.4F;
-
 // Em sizes, canvas units
 inline constexpr float kTitleSize = 18.0F;
 inline constexpr float kFirstHintSize = 16.0F;
@@ -82,7 +84,8 @@ inline constexpr float kSecondHintSize = 13.0F;
 inline constexpr float kFieldSize = 12.0F;
 inline constexpr float kControlSize = 11.0F;
 inline constexpr float kSmallSize = 10.0F;
-inline constexpr float kHandleSize = 7.5F;
+inline constexpr float kRatioSize = 9.0F;
+inline constexpr float kLevelSize = 8.0F;
 
 } // namespace theme
 

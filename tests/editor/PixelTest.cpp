@@ -62,6 +62,7 @@ TEST_F(Pixels, ShowTheStateOfBothTracks) {
         {"own bypass, off", {544, 16}, kBackground}, {"own duck, on", {584, 16}, kPurple},
         {"peer's bypass, off", {554, 260}, kBackground},
         {"peer's duck, on but not paired", {594, 260}, kBackground},
+        {"dot of a peer's knob without a peer", {881, 529}, kOrange, 40},
         {"band without sound", {480, 200}, kBand}, {"no peer, no band", {480, 460}, kPanel},
     });
 

@@ -65,6 +65,15 @@ void Registry::pair(std::uint64_t idA, std::uint64_t idB) {
     require(monitor.Pair(idA, idB), "pair two instances");
 }
 
+void Registry::set(std::uint64_t id, const shm::Settings& settings) {
+    const auto& [bands, filters, controls] = settings;
+    require(monitor.WriteBandsOf(id, bands.bands.data(), bands.count) != 0 &&
+                monitor.WriteHpLpOf(id, filters.hpHz, filters.lpHz) != 0 &&
+                monitor.WriteControlsOf(id, controls.attackMs, controls.releaseMs,
+                                        controls.makeupDb) != 0,
+            "set an instance");
+}
+
 std::uint64_t Registry::waitForPeer(const std::string& name, double seconds) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
     while (true) {

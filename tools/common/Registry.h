@@ -19,10 +19,12 @@ public:
     /// The id under which the instance created last has registered; 0 when it got no slot.
     [[nodiscard]] std::uint64_t identifyNewInstance();
 
-    /// All three throw Failure when the registry does not take the change.
+    /// All throw Failure when the registry does not take the change.
     void rename(std::uint64_t id, const std::string& name);
     void setDuckSelf(std::uint64_t id, bool on);
     void pair(std::uint64_t idA, std::uint64_t idB);
+    /// As a peer's editor does.
+    void set(std::uint64_t id, const shm::Settings& settings);
 
     /// Looks for a living instance of that name that is not ours until there is one; throws
     /// Failure when it does not come in time or more than one has the name.

@@ -1,6 +1,7 @@
 #include "tools/editor-shots/Situations.h"
 
-#include "tools/editor-shots/Spectra.h"
+#include "tools/demo/Recipes.h"
+#include "tools/editor-shots/Listening.h"
 
 #include <algorithm>
 #include <initializer_list>
@@ -36,17 +37,34 @@ shm::BandSet oneBand() { return {{}, 1}; }
 
 shm::BandSet threeBands() {
     return {{{{20.0F, 250.0F, -30.0F, 2.0F},
-              {250.0F, 2500.0F, -24.0F, 6.0F},
-              {2500.0F, 20000.0F, -36.0F, 4.0F}}},
+              {250.0F, 2500.0F, -46.0F, 6.0F},
+              {2500.0F, 20000.0F, -55.0F, 4.0F}}},
             3};
+}
+
+void play(Scene& scene, const Sounds& sounds, double seconds) {
+    scene.sounds = &sounds;
+    scene.seconds = seconds;
+}
+
+/// The manual's first recipe: the bass gives way to the kick, here 60 ms after a stroke.
+void playBassUnderKick(Scene& scene) {
+    static const Sounds kSounds = {demo::makeBass(8.0), demo::makeKick(8.0)};
+    play(scene, kSounds, 2.56);
+}
+
+/// While a note of the lead guitar sounds.
+void playGuitars(Scene& scene) {
+    static const Sounds kSounds = {demo::makeRhythmGuitar(8.0), demo::makeLeadGuitar(8.0)};
+    play(scene, kSounds, 2.2);
 }
 
 /// Open registry, nobody else there.
 void alone(Scene& scene) {
     scene.panel.view.registryOpen = true;
     scene.panel.view.own.bands = oneBand();
-    scene.panel.localLevels = padLevels();
-    setName(scene.panel.view.name, "Pad");
+    playBassUnderKick(scene);
+    setName(scene.panel.view.name, "Bass");
 }
 
 void closedRegistry(Scene& scene) {
@@ -56,20 +74,29 @@ void closedRegistry(Scene& scene) {
 
 void unpaired(Scene& scene) {
     alone(scene);
-    addInstances(scene, {"Lead vocal", "Drum bus", "TessellaDuckwork #4"});
+    addInstances(scene, {"Kick", "Drum bus", "TessellaDuckwork #4"});
 }
 
 void paired(Scene& scene) {
     unpaired(scene);
     scene.panel.view.peerId = scene.panel.view.instances.front().id;
+    scene.panel.view.own = demo::kBassUnderKick;
     scene.panel.view.peer.bands = oneBand();
-    scene.panel.remoteLevels = voiceLevels();
     scene.panel.view.peerDuck = false;
-    scene.meters.reductionDb = {-6.3F, -6.3F, -6.3F};
 }
 
-void threeAndThree(Scene& scene) {
+void guitars(Scene& scene) {
     paired(scene);
+    playGuitars(scene);
+    setName(scene.panel.view.name, "Rhythm guitar");
+    setName(scene.panel.view.instances.front().name, "Lead guitar");
+    scene.panel.view.own = demo::kRhythmUnderLead;
+}
+
+/// Both give way.
+void threeAndThree(Scene& scene) {
+    guitars(scene);
+    scene.panel.view.peerDuck = true;
     scene.panel.view.own.filters = {45.0F, 16000.0F};
     scene.panel.view.own.bands = threeBands();
     scene.panel.view.own.bands[0].loHz = 45.0F;
@@ -77,8 +104,6 @@ void threeAndThree(Scene& scene) {
     scene.panel.view.peer.bands = threeBands();
     scene.panel.view.peer.bands[1].enabled = false;
     scene.panel.view.peer.filters = {20.0F, 20000.0F};
-    scene.meters.reductionDb = {-2.1F, -11.4F, -4.8F};
-    scene.panel.view.peerReductionDb = {-0.4F, -9.0F, -1.2F};
     scene.panel.view.own.controls = {4.5F, 240.0F, 2.5F};
     scene.panel.view.peer.controls = {0.1F, 2000.0F, -12.0F};
 }
@@ -91,7 +116,6 @@ void disabledBand(Scene& scene) {
 void bypassed(Scene& scene) {
     threeAndThree(scene);
     scene.panel.view.ownBypass = scene.panel.view.peerBypass = true;
-    scene.meters.reductionDb = {};
 }
 
 void renaming(Scene& scene) {
@@ -154,11 +178,20 @@ void hotFilters(Scene& scene) {
     threeAndThree(scene);
     scene.panel.dragging = Target::LocalLowPass;
     scene.panel.view.peer.filters = {120.0F, 9500.0F};
+    scene.panel.view.peer.bands[0].loHz = 120.0F;
+    scene.panel.view.peer.bands[2].hiHz = 9500.0F;
+}
+
+/// Its spectra and meters are given from now on.
+void freeze(Scene& scene) {
+    listen(scene);
+    scene.sounds = nullptr;
 }
 
 /// Narrow bands, filters close together, thresholds at both ends.
 void crowded(Scene& scene) {
     threeAndThree(scene);
+    freeze(scene);
     scene.panel.view.own.filters = {1000.0F, 20000.0F};
     scene.panel.view.own.bands = {{{{1000.0F, 1230.0F, 0.0F, 20.0F},
                                     {1230.0F, 1600.0F, -60.0F, 20.0F},
@@ -175,8 +208,9 @@ void crowded(Scene& scene) {
 
 void loud(Scene& scene) {
     threeAndThree(scene);
-    scene.panel.localLevels = flatLevels(0.0F);
-    scene.panel.remoteLevels = flatLevels(-40.0F);
+    scene.sounds = nullptr;
+    scene.panel.localLevels.fill(0.0F);
+    scene.panel.remoteLevels.fill(-40.0F);
     scene.meters.reductionDb = {-24.0F, -24.0F, -24.0F};
 }
 
@@ -198,14 +232,14 @@ void hovered(Scene& scene) {
                                  {Target::LocalLowPass, {921.0F, 42.0F}},
                                  {Target::RemoteHighPass, {12.0F, 286.0F}},
                                  {Target::RemoteLowPass, {948.0F, 286.0F}},
-                                 {Target::LocalBand + 1, {520.0F, 180.0F}},
+                                 {Target::LocalBand + 1, {520.0F, 150.0F}},
                                  {Target::LocalEdge, {353.0F, 150.0F}},
                                  {Target::LocalThreshold, {230.0F, 139.0F}},
-                                 {Target::LocalRatio + 1, {658.0F, 118.0F}},
+                                 {Target::LocalRatio + 1, {658.0F, 195.0F}},
                                  {Target::RemoteBand + 2, {850.0F, 470.0F}},
                                  {Target::RemoteEdge, {353.0F, 400.0F}},
                                  {Target::RemoteThreshold, {230.0F, 383.0F}},
-                                 {Target::RemoteRatio + 1, {658.0F, 362.0F}},
+                                 {Target::RemoteRatio + 1, {658.0F, 439.0F}},
                                  {Target::OwnBypass, {556.0F, 21.0F}},
                                  {Target::PeerBypass, {566.0F, 265.0F}},
                                  {Target::OwnDuck, {603.0F, 21.0F}},
@@ -221,6 +255,7 @@ constexpr Situation kSituations[] = {
     {"closed", closedRegistry},
     {"unpaired", unpaired},
     {"paired", paired},
+    {"guitars", guitars},
     {"bands", threeAndThree},
     {"disabled", disabledBand},
     {"bypassed", bypassed},
@@ -258,6 +293,8 @@ std::span<const Situation> allSituations() { return kSituations; }
 Scene sceneOf(const Situation& situation) {
     Scene scene;
     situation.arrange(scene);
+    if (scene.sounds != nullptr)
+        listen(scene);
     return scene;
 }
 

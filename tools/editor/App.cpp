@@ -3,7 +3,9 @@
 #include "tools/common/Failure.h"
 #include "tools/common/InstanceSetup.h"
 #include "tools/common/Registry.h"
+#include "tools/demo/Recipes.h"
 
+#include <algorithm>
 #include <iostream>
 #include <poll.h>
 #include <string>
@@ -40,10 +42,23 @@ public:
             if (id == 0)
                 tools::fail("the registry has no free slot: close other instances, or use "
                             "--private");
+        if (playsDemo())
+            setRecipe();
         registry.pair(ids[0], ids[1]);
     }
 
 private:
+    [[nodiscard]] bool playsDemo() const {
+        return std::ranges::none_of(
+            options.tracks, [](const auto& track) { return track.file || track.loadState; });
+    }
+
+    /// So that ducking is seen in the first second.
+    void setRecipe() {
+        registry.setDuckSelf(ids[0], false);
+        registry.set(ids[1], demo::kBassUnderKick);
+    }
+
     const Options& options;
     const host::Library& library;
     tools::Registry registry;

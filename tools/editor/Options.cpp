@@ -47,7 +47,9 @@ void declareTrackOptions(CLI::App& app, RawArguments& raw) {
 }
 
 void declareGeneralOptions(CLI::App& app, Options& options, RawArguments& raw) {
-    app.add_flag("--pair", options.pair, "Link the two instances with each other");
+    app.add_flag("--pair", options.pair,
+                 "Link the two instances with each other; kick and bass are set as in the\n"
+                 "manual's first recipe");
     app.add_option("--scale", options.scale, "Scale that the editors are told")
         ->type_name("FACTOR")
         ->check(CLI::Range(0.25, 8.0));
