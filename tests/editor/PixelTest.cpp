@@ -108,7 +108,7 @@ TEST_F(Pixels, ShowTheStateOfBothTracks) {
     hand.click({176, 20});
     expectAll("renaming", {
         {"name field", {250, 28}, {32, 24, 56}},
-        {"ratio handle, clear of the edge's reach", {620, 98}, {249, 115, 22}, 30},
+        {"ratio handle under the curtain, clear of the edge's reach", {624, 98}, {225, 92, 28}, 30},
         {"peer's duck without a peer", {594, 260}, kBackground},
     });
     hand.click({148, 264});
