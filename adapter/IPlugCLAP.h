@@ -105,7 +105,7 @@ private:
 
     /// Calls the host on its main thread. One call at a time is under way: a host that serves
     /// callbacks late would have to queue thousands. [any but audio]
-    void AskOnMainThread(std::atomic<bool>& underWay, void (IPlugCLAP::*call)() const);
+    void AskOnMainThread(std::atomic<bool>& underWay, std::function<void()> ask);
 
     bool OpenInParent() noexcept;
     void CloseEditor() noexcept;

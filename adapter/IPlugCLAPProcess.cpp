@@ -188,15 +188,15 @@ void IPlugCLAP::QueueParamRecord(const ParamRecord& record) {
 
 void IPlugCLAP::FlushParamsIfNeeded() {
     if (!isProcessing() && canUseParams())
-        AskOnMainThread(flushUnderWay, &IPlugCLAP::hostRequestFlush);
+        AskOnMainThread(flushUnderWay, [this] { hostRequestFlush(); });
 }
 
-void IPlugCLAP::AskOnMainThread(std::atomic<bool>& underWay, void (IPlugCLAP::*call)() const) {
+void IPlugCLAP::AskOnMainThread(std::atomic<bool>& underWay, std::function<void()> ask) {
     if (underWay.exchange(true))
         return;
-    runOnMainThread([this, &underWay, call] {
+    runOnMainThread([&underWay, ask = std::move(ask)] {
         underWay = false;
-        (this->*call)();
+        ask();
     });
 }
 

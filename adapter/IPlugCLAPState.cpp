@@ -65,7 +65,7 @@ void IPlugCLAP::OnRestoreState() const {
 
 void IPlugCLAP::MarkDirty() {
     if (canUseState())
-        AskOnMainThread(markDirtyUnderWay, &IPlugCLAP::hostMarkDirty);
+        AskOnMainThread(markDirtyUnderWay, [this] { hostMarkDirty(); });
 }
 
 } // namespace iplug
