@@ -56,6 +56,15 @@ TEST(StateChunk, CutAnywhereGivesTheFieldsThatFit) {
     EXPECT_EQ(side.saved(), full);
 }
 
+TEST(StateChunk, WithoutATrailerEndsBehindTheEditorsSize) {
+    Side side(0);
+    ASSERT_EQ(side.load(chunkFile("before")), 366); // does not duck
+    Bytes chunk = chunkFile("full");
+    chunk.erase(chunk.begin() + 346, chunk.begin() + 354);
+    EXPECT_EQ(side.load(chunk), 354);
+    EXPECT_FALSE(side.plug.Own().DuckSelf()) << "what follows is no flag";
+}
+
 TEST(ShadowPeer, IsWrittenOnceToALinkedPeerAfterEachRecordAndLoad) {
     Side own(0), peer(1);
     ASSERT_EQ(own.load(chunkFile("full")), 366);
