@@ -119,6 +119,7 @@ private:
     // One block, in this order
     struct BlockInput;
     [[nodiscard]] BlockInput ReadRegistry();
+    void ReadForNextBlock();
     void PassThrough(const double* const* inputs, double* const* outputs, int nFrames);
     [[nodiscard]] WorkingValues Targets() const;
     void SnapWorkingValues();

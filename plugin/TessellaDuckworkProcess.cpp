@@ -42,6 +42,8 @@ void TessellaDuckwork::ProcessBlock(const double* const* inputs, double* const* 
     Publish(newFrame);
     HandMetersToEditor();
     analyzer.push(outputs[0], right, nFrames);
+    if (!input.complete)
+        ReadForNextBlock();
 }
 
 /// One busy block after a good one goes on with the spectrum that it holds; from the second on the
@@ -53,6 +55,13 @@ TessellaDuckwork::BlockInput TessellaDuckwork::ReadRegistry() {
     input.peerValid = heard || (!input.complete && input.cycle.remoteId != 0 && peerHeard);
     peerHeard = heard;
     return input;
+}
+
+/// A second look after a busy block: two misses in a row, and the peer would count as absent, a
+/// jump of many dB. By now who held the lock has gone on, too.
+void TessellaDuckwork::ReadForNextBlock() {
+    const BlockInput input = ReadRegistry();
+    peerLevelDue |= input.cycle.audioNew;
 }
 
 /// Bypass: input to output without delay. The engine keeps its old frames.

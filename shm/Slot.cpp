@@ -21,13 +21,13 @@ void Repoint(RegistrySegment& segment, RegistrySlot& slot, std::uint64_t slotId,
 
 } // namespace
 
-RegistrySlot* FindSlot(RegistrySegment& segment, std::uint64_t id) {
-    if (id == 0)
-        return nullptr;
-    const auto found = std::ranges::find_if(segment.slots, [id](const RegistrySlot& slot) {
-        return IsActive(slot) && OwnerOf(slot) == id;
-    });
-    return found != segment.slots.end() ? &*found : nullptr;
+RegistrySlot* FindSlot(RegistrySegment& segment, std::uint64_t id, std::size_t from) {
+    for (std::size_t i = 0; id != 0 && i < kSlotCount; ++i) {
+        RegistrySlot& slot = segment.slots[(from + i) % kSlotCount];
+        if (IsActive(slot) && OwnerOf(slot) == id)
+            return &slot;
+    }
+    return nullptr;
 }
 
 // Field by field: a former owner that was swept may still read its flags and counters unlocked,

@@ -196,6 +196,7 @@ private:
     std::atomic<std::uint64_t> remoteId{0};
     std::atomic<bool> cachedBypass{false};
     HeldSpectrum held;                        ///< [audio]
+    std::size_t peerIndex = 0;                ///< The slot that the peer was last seen in. [audio]
     std::optional<PublishedMeters> published; ///< [audio]
 
     // Where the own slot lies. Changes in Open, OpenLater, Close and Touch. Whoever meets the new

@@ -15,10 +15,11 @@
 
 namespace {
 
-/// What a block has met: its first try is that of reading, the others are those of writing.
+/// What a block has met: its first try is that of reading, the last one that of a second look when
+/// the first was busy, the others are those of writing.
 struct Tries {
     int all = 0, busy = 0;
-    bool firstBusy = false;
+    bool firstBusy = false, lastBusy = false;
 };
 thread_local Tries tTries;
 
@@ -31,6 +32,7 @@ pthread_mutex_trylock(pthread_mutex_t* mutex) noexcept {
         reinterpret_cast<int (*)(pthread_mutex_t*)>(dlsym(RTLD_NEXT, "pthread_mutex_trylock"));
     const int result = original(mutex);
     tTries.firstBusy |= tTries.all == 0 && result == EBUSY;
+    tTries.lastBusy = result == EBUSY;
     tTries.busy += result == EBUSY ? 1 : 0;
     ++tTries.all;
     return result;
@@ -54,9 +56,11 @@ void makeKick(const Sound& sound) {
             sound.channel(channel, 0)[i] *= std::exp(-10.0F * static_cast<float>(i) / kLapFrames);
 }
 
-/// Busy tries of blocks, and how much louder than usual a window has been.
+/// Blocks that found the lock busy when reading, also at the second look, and so twice in a row
+/// that they count the peer as absent; busy tries of writing; how much louder than usual a window
+/// was.
 struct Met {
-    std::uint64_t reads = 0, inARow = 0, writes = 0;
+    std::uint64_t reads = 0, secondLooks = 0, absent = 0, writes = 0;
     double mostLiftDb = 0.0;
 };
 
@@ -67,10 +71,12 @@ struct Listener {
     void block(std::uint32_t at, bool learn) {
         tTries = {};
         player.block(at, kFrames);
+        const bool secondBusy = tTries.firstBusy && tTries.lastBusy;
         met.reads += tTries.firstBusy ? 1 : 0;
-        met.inARow += tTries.firstBusy && wasBusy ? 1 : 0;
-        met.writes += tTries.busy - (tTries.firstBusy ? 1 : 0);
-        wasBusy = tTries.firstBusy;
+        met.secondLooks += secondBusy ? 1 : 0;
+        met.absent += tTries.firstBusy && wasBusy ? 1 : 0;
+        met.writes += tTries.busy - (tTries.firstBusy ? 1 : 0) - (secondBusy ? 1 : 0);
+        wasBusy = secondBusy;
         for (const std::uint32_t channel : {0U, 1U})
             for (const float sample : player.output(channel).first(kFrames))
                 energy += double{sample} * sample;
@@ -154,12 +160,13 @@ nlohmann::json missedLocks(std::chrono::seconds length) {
             threads.emplace_back([&, i] { play(pairs, i, threadCount, periods); });
     }
     const double seconds = static_cast<double>(length.count());
-    std::uint64_t reads = 0, inARow = 0, writes = 0;
+    std::uint64_t reads = 0, secondLooks = 0, absent = 0, writes = 0;
     double kickLiftDb = 0.0, bassLiftDb = 0.0;
     for (const Pair& pair : pairs) {
         for (const Listener* const listener : {&pair.kick, &pair.bass}) {
             reads += listener->met.reads;
-            inARow += listener->met.inARow;
+            secondLooks += listener->met.secondLooks;
+            absent += listener->met.absent;
             writes += listener->met.writes;
         }
         kickLiftDb = std::max(kickLiftDb, pair.kick.met.mostLiftDb);
@@ -171,7 +178,8 @@ nlohmann::json missedLocks(std::chrono::seconds length) {
             {"editors", editors.count()},
             {"frames_per_second_of_all", (support::sFramesDrawn - framesBefore) / seconds},
             {"busy_reads_per_minute", static_cast<double>(reads) * 60.0 / seconds},
-            {"two_busy_reads_in_a_row", inARow},
+            {"busy_second_looks_per_minute", static_cast<double>(secondLooks) * 60.0 / seconds},
+            {"blocks_without_peer", absent},
             {"busy_writes_per_minute", static_cast<double>(writes) * 60.0 / seconds},
             {"most_lift_db", {{"kicks", kickLiftDb}, {"basses", bassLiftDb}}}};
 }

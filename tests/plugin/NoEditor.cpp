@@ -1,6 +1,7 @@
 #include "tests/plugin/NoEditor.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -10,10 +11,14 @@ class NoEditor final : public Editor {
     void SetMeters(const float* /*ownLevel*/, const float* peerLevel,
                    const float* /*reductionDb*/) override {
         std::copy_n(peerLevel, sHandedPeerLevel.size(), sHandedPeerLevel.begin());
+        if (const auto todo = std::exchange(support::tAtNextMeters, nullptr))
+            todo();
     }
 };
 
 } // namespace
+
+thread_local std::function<void()> support::tAtNextMeters;
 
 std::unique_ptr<Editor> support::openNoEditor(EditorAccess& /*instance*/,
                                               std::uintptr_t /*parentWindow*/, int /*widthPx*/,

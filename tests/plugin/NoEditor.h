@@ -4,6 +4,8 @@
 #include "dsp/Bands.h"
 #include "plugin/EditorAccess.h"
 
+#include <functional>
+
 namespace support {
 
 /// A MakeEditor.
@@ -12,5 +14,8 @@ std::unique_ptr<Editor> openNoEditor(EditorAccess& instance, std::uintptr_t pare
 
 /// The peer's levels as the thread's last block handed them over.
 dsp::BandLevels handedPeerLevel();
+
+/// Done once, in the midst of the thread's next block.
+extern thread_local std::function<void()> tAtNextMeters;
 
 } // namespace support

@@ -423,11 +423,13 @@ TEST(Silence, TheHeartbeatSeesToTheDeadTheStillAndTheRemembered) {
     EXPECT_TRUE(still.isHeard());
 }
 
-/// g: a good block, b: the registry is busy, u: unpaired. The last one runs a frame.
+/// g: a good block, b: the registry is busy, m: only at its begin, u: unpaired. The last one runs a
+/// frame.
 TEST(Block, GoesOnForOneBusyBlockWithTheSpectrumThatItHolds) {
     const std::pair<std::string, bool> cases[] = {
         {"gg", true},   {"gb", true},    {"gbb", false}, {"gbbb", false}, {"gbg", true},
-        {"gbgb", true}, {"gbbgb", true}, {"ub", false},  {"gu", false},   {"gbgbb", false}};
+        {"gbgb", true}, {"gbbgb", true}, {"ub", false},  {"gu", false},   {"gbgbb", false},
+        {"gmb", true},  {"gmmmm", true}, {"gbmb", true}, {"gbm", false},  {"gmbb", false}};
     for (const auto& [blocks, heard] : cases) {
         SCOPED_TRACE(blocks);
         Duet duet;
@@ -439,7 +441,9 @@ TEST(Block, GoesOnForOneBusyBlockWithTheSpectrumThatItHolds) {
         for (const char kind : blocks) {
             peer.play(1);
             kind == 'u' ? own.monitor.Unpair(own.id) : own.monitor.Pair(own.id, peer.id);
-            const auto held = kind == 'b' ? std::make_unique<raw::HeldLock>() : nullptr;
+            auto held = kind == 'b' || kind == 'm' ? std::make_unique<raw::HeldLock>() : nullptr;
+            if (kind == 'm')
+                support::tAtNextMeters = [&held] { held.reset(); };
             own.play(1);
         }
         EXPECT_TRUE(heard ? std::abs(own.ducking() - before) < 0.1 : own.ducking() > before + 1);
