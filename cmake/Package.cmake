@@ -1,11 +1,11 @@
-# What a user gets, and where; packaging/pack makes a .deb and a tar.xz of it.
+# What a user gets, and where; packaging/pack makes packages of it.
 set(user_programs tessella-editor tessella-registry tessella-render tessella-state)
 set(prepared "${PROJECT_BINARY_DIR}/packaging")
 set(doc_folder share/doc/tessella-duckwork)
 
 add_custom_target(package_texts ALL
     COMMAND "${PROJECT_SOURCE_DIR}/packaging/prepare" "${PROJECT_VERSION}" "${prepared}"
-    COMMENT "Man pages, changelog and metainfo"
+    COMMENT "Man pages, changelog, metainfo and bill of materials"
     VERBATIM)
 add_custom_target(package_contents DEPENDS TessellaDuckwork ${user_programs} package_texts)
 
@@ -18,25 +18,9 @@ install(TARGETS TessellaDuckwork LIBRARY DESTINATION lib/clap
 install(TARGETS ${user_programs} RUNTIME DESTINATION bin)
 install(DIRECTORY "${prepared}/man1" DESTINATION share/man)
 install(DIRECTORY "${prepared}/metainfo" DESTINATION share)
-install(FILES "${prepared}/changelog.gz" packaging/copyright README.md CONTRIBUTING.md
-    DESTINATION ${doc_folder})
+install(FILES "${prepared}/sbom.spdx.json" packaging/debian/copyright CHANGELOG.md README.md
+    CONTRIBUTING.md DESTINATION ${doc_folder})
 # The same folders as in the sources: documents link to each other and to their pictures.
 install(DIRECTORY docs DESTINATION ${doc_folder}
     FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
 install(DIRECTORY examples DESTINATION ${doc_folder})
-
-set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_NAME tessella-duckwork)
-set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
-set(CPACK_PACKAGE_VENDOR Orlavenko)
-set(CPACK_PACKAGE_CONTACT "TessellaDuckwork authors <authors@tessella-duckwork.example>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "spectral ducking effect as a CLAP plug-in")
-set(CPACK_PACKAGE_DESCRIPTION_FILE "${PROJECT_SOURCE_DIR}/packaging/description")
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_STRIP_FILES ON)
-set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
-set(CPACK_DEBIAN_PACKAGE_SECTION sound)
-set(CPACK_DEBIAN_PACKAGE_SUGGESTS qtractor)
-include(CPack)
