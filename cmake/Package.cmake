@@ -4,7 +4,7 @@ set(prepared "${PROJECT_BINARY_DIR}/packaging")
 set(doc_folder share/doc/tessella-duckwork)
 
 add_custom_target(package_texts ALL
-    COMMAND "${PROJECT_SOURCE_DIR}/packaging/prepare" "${PROJECT_VERSION}" "${prepared}"
+    COMMAND "${PROJECT_SOURCE_DIR}/packaging/prepare" "${TD_RELEASE}" "${prepared}"
     COMMENT "Man pages, changelog, metainfo and bill of materials"
     VERBATIM)
 add_custom_target(package_contents DEPENDS TessellaDuckwork ${user_programs} package_texts)
