@@ -41,6 +41,7 @@ std::uint64_t write(const char* name, const Stereo& sound, int rate = 48000,
                               name, {0, sound.size()});
     writer.write(sound.left, channels == 1 ? sound.left : sound.right);
     writer.finish();
+    writer.keep();
     return writer.clippedSamples();
 }
 

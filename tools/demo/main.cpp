@@ -1,6 +1,8 @@
 /// tessella-demo: three pairs of sounds to hear and see the ducking by.
 #include "host/PrivateShm.h"
 #include "tools/common/Failure.h"
+#include "tools/common/Interrupt.h"
+#include "tools/common/PluginFile.h"
 #include "tools/common/Program.h"
 #include "tools/demo/Signals.h"
 #include "tools/render/Picture.h"
@@ -110,6 +112,7 @@ void run(int argc, char** argv) {
     app.add_option("--plugin", plugin, "The plug-in (else beside this program)");
     if (!tools::parseCommandLine(app, argc, argv))
         return;
+    tools::catchInterrupts();
     render::Options common;
     if (!plugin.empty())
         common.plugin = plugin;
