@@ -73,11 +73,12 @@ const char* Explain(Obstacle obstacle) noexcept {
     case Obstacle::Missing:
         return "no registry can be made: /dev/shm must be there, writable, and have 84 KiB free";
     case Obstacle::OtherUser:
-        return "the registry belongs to another user: when no program of theirs uses it any more, "
-               "they, or root, remove /dev/shm/td_spectral_registry";
+        return "the registry belongs to another user: once that user's programs have ended, remove "
+               "/dev/shm/td_spectral_registry as that user or with sudo";
     case Obstacle::Foreign:
-        return "the registry is of another version of the plug-in: end all programs that have it "
-               "loaded, then remove /dev/shm/td_spectral_registry";
+        return "the registry is of another version of the plug-in, or no registry: end all "
+               "programs "
+               "that use it, then remove /dev/shm/td_spectral_registry";
     case Obstacle::Full:
         return "all 16 slots of the registry are taken: close an instance, or wait 12 s where a "
                "program has just crashed";

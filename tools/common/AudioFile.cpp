@@ -55,12 +55,14 @@ int outputFormat(const std::filesystem::path& path, const AudioFormat& source,
         return source.container;
     const int container = containerFor(extension);
     if (container == 0)
-        failUsage(path.string() +
-                  ": cannot write this kind of file, only .wav, .flac and .ogg: name it so");
+        failUsage(path.string() + ": cannot write " +
+                  (extension.empty() ? "a file without ending" : extension) +
+                  ", only .wav, .flac and .ogg: name the output so");
     const int sameDepth = container | (source.container & SF_FORMAT_SUBMASK);
-    const int format = container == SF_FORMAT_OGG    ? SF_FORMAT_OGG | SF_FORMAT_VORBIS
-                       : canWrite(sameDepth, source) ? sameDepth
-                                                     : container | SF_FORMAT_PCM_24;
+    const bool keepsDepth = !isMp3(source.container) && canWrite(sameDepth, source);
+    const int format = container == SF_FORMAT_OGG ? SF_FORMAT_OGG | SF_FORMAT_VORBIS
+                       : keepsDepth               ? sameDepth
+                                                  : container | SF_FORMAT_PCM_24;
     if (!canWrite(format, source))
         failUsage(path.string() + ": a file of this kind cannot have " +
                   std::to_string(source.sampleRate) + " Hz");

@@ -44,8 +44,8 @@ void loadStateFile(const host::Instance& instance, const std::filesystem::path& 
     chunk.PutBytes(bytes.data(), bytes.size());
     const listing::Listing listing = listing::list(chunk);
     if (!listing::isState(listing) || !host::loadState(instance, bytes))
-        fail(trackText(trackNumber) + path.string() + " is no saved state (tessella-state shows " +
-             "why): " + listing::verdict(listing));
+        fail(trackText(trackNumber) + path.string() + " is refused: " + listing::verdict(listing) +
+             " (tessella-state shows more)");
 }
 
 void saveStateFile(const host::Instance& instance, const std::filesystem::path& path,

@@ -40,8 +40,8 @@ double hostValue(const host::Params& params, const clap_param_info_t& info,
     const Quantity low = plainOf(params, info, info.min_value);
     const auto plain = parseIn(low.unit, setting.text);
     if (!plain)
-        tools::failUsage(where + "write a number" +
-                         (low.unit.empty() ? "" : ", alone or with its unit, " + low.unit));
+        tools::failUsage(where + "not a number" + (low.unit.empty() ? "" : " in " + low.unit) +
+                         ": write it like " + textOf(params, info, info.default_value));
     if (*plain < low.number || *plain > plainOf(params, info, info.max_value).number)
         tools::failUsage(where + "outside its range, " + rangeOf(params, info));
     const auto value = params.fromText(info.id, terminal::number(*plain));

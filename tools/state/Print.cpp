@@ -14,7 +14,7 @@ std::string verdict(const Listing& listing) {
         return "The plug-in refuses it: it holds no parameter. The names and bands ahead of them "
                "are taken all the same.";
     if (!isState(listing))
-        return "The plug-in would load it, but it is no saved state: it has no trailer, and "
+        return "It is no saved state, though the plug-in would load it: it has no trailer, and "
                "impossible values.";
     if (!isWhole(listing))
         return "The plug-in loads it, but some settings are missing, changed or ignored (see "
