@@ -17,6 +17,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <sstream>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -259,6 +260,28 @@ TEST_F(Render, StatesThatNameEachOtherPairByThemselves) {
     EXPECT_LT(byThemselves, 0.4 * rms(in)); // unducked 0.67: the states' make-up
     (void)run({"kick.wav", "bass.wav", "--load-state", "1:kick", "--load-state", "2:bass"});
     EXPECT_NEAR(byThemselves, rms(read("bass-ducked.wav")), 0.01 * rms(in));
+}
+
+/// Word for word as they are typed after the demo, whose files have these names.
+TEST_F(Render, TheManualsRecipesCanBeTyped) {
+    std::ifstream manual(TD_DOCUMENTS "/manual.md");
+    int recipes = 0;
+    for (std::string line; std::getline(manual, line);) {
+        if (!line.starts_with("    tessella-render "))
+            continue;
+        std::string command = line;
+        while (command.ends_with('\\') && std::getline(manual, line))
+            command.replace(command.size() - 1, 1, line);
+        SCOPED_TRACE(command);
+        std::istringstream words(command);
+        const std::vector<std::string> typed{std::next(std::istream_iterator<std::string>(words)),
+                                             {}};
+        for (const auto& track : parsed(typed).tracks)
+            (void)write(track.input.c_str(), support::noise(4800, 0.25, 1));
+        EXPECT_EQ(failureOf([&typed] { (void)run(typed); }), "");
+        ++recipes;
+    }
+    EXPECT_EQ(recipes, 3);
 }
 
 } // namespace
