@@ -109,7 +109,7 @@ SoundCheck checkSound(const std::filesystem::path& path, const SF_INFO& told) {
     const auto seconds = [&told](std::uint64_t frames) {
         return static_cast<double>(frames) / told.samplerate;
     };
-    const SoundCheck whole{lengthKnown ? toldFrames : decoded.frames, ""};
+    SoundCheck whole{lengthKnown ? toldFrames : decoded.frames, ""};
     if (lengthKnown && decoded.frames < toldFrames)
         return {toldFrames, breaksOff(seconds(decoded.frames), seconds(toldFrames))};
     if (!lengthKnown && decoded.broken)

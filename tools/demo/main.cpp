@@ -106,6 +106,7 @@ void runAll(const fs::path& folder, const render::Options& common) {
 void run(int argc, char** argv) {
     CLI::App app("Makes sounds, ducks them with the TessellaDuckwork plug-in, draws what happened.",
                  "tessella-demo");
+    app.footer(tools::kExitCodes);
     std::string folder = "demo";
     std::string plugin;
     app.add_option("-o,--output", folder, "Folder for everything made")->capture_default_str();

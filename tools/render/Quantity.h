@@ -21,7 +21,7 @@ inline std::optional<Quantity> parseQuantity(std::string_view text) {
     const auto trim = [](std::string_view part) {
         const std::size_t first = part.find_first_not_of(' ');
         const std::size_t last = part.find_last_not_of(' ');
-        return first == part.npos ? "" : part.substr(first, last - first + 1);
+        return first == std::string_view::npos ? "" : part.substr(first, last - first + 1);
     };
     text = trim(text);
     if (text.starts_with('+'))
