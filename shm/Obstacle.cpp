@@ -71,7 +71,7 @@ const char* Explain(Obstacle obstacle) noexcept {
     case Obstacle::None:
         return "nothing is in the way any more: try again";
     case Obstacle::Missing:
-        return "no registry can be made: /dev/shm must be there, writable, and have 84 KiB free";
+        return "no registry can be made: /dev/shm must be there, writable, and have 85 KiB free";
     case Obstacle::OtherUser:
         return "the registry belongs to another user: once that user's programs have ended, remove "
                "/dev/shm/td_spectral_registry as that user or with sudo";

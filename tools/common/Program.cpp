@@ -10,12 +10,19 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <unistd.h>
 
 namespace tools {
 namespace {
 
+/// On a terminal in the place of a progress bar.
+void say(const char* name, const char* message) {
+    const char* const cleared = isatty(STDERR_FILENO) == 1 ? "\r\033[K" : "";
+    std::fprintf(stderr, "%s%s: %s\n", cleared, name, message);
+}
+
 int exitWith(const char* name, ExitCode code, const char* message) {
-    std::fprintf(stderr, "%s: %s\n", name, message);
+    say(name, message);
     return static_cast<int>(code);
 }
 
@@ -76,7 +83,7 @@ int runProgram(const char* name, const std::function<void()>& run) {
         requireOutput();
         return 0;
     } catch (const Interrupted& interrupted) {
-        std::fprintf(stderr, "%s: interrupted\n", name);
+        say(name, interrupted.what());
         return endBy(interrupted.signal());
     } catch (const Failure& failure) {
         return exitWith(name, failure.code(), failure.what());
