@@ -47,9 +47,10 @@ struct RawFlags {
 
 void declareTrackOptions(CLI::App& app, RawTrackArguments& raw) {
     app.add_option("FILE", raw.inputs, "Audio files, up to 16, all of one sample rate");
-    tools::addTrackOption(app, "--set", raw.sets, "N:NAME=VALUE",
-                          "Set a parameter of track N, in its own unit (10 kHz, -30 dB, 4:1, or the number alone); "
-                          "repeatable");
+    tools::addTrackOption(
+        app, "--set", raw.sets, "N:NAME=VALUE",
+        "Set a parameter of track N, in its own unit (10 kHz, -30 dB, 4:1, or the number alone); "
+        "repeatable");
     tools::addTrackOption(app, "--duck", raw.ducks, "N=on|off",
                           "Whether track N gives way to its partner (on at first)");
     tools::addTrackOption(app, "--name", raw.names, "N:NAME",
