@@ -18,6 +18,8 @@ install(TARGETS TessellaDuckwork LIBRARY DESTINATION lib/clap
 install(TARGETS ${user_programs} RUNTIME DESTINATION bin)
 install(DIRECTORY "${prepared}/man1" DESTINATION share/man)
 install(DIRECTORY "${prepared}/metainfo" DESTINATION share)
+install(FILES packaging/tessella-editor.desktop DESTINATION share/applications)
+install(FILES packaging/tessella-editor.svg DESTINATION share/icons/hicolor/scalable/apps)
 install(FILES "${prepared}/sbom.spdx.json" packaging/debian/copyright CHANGELOG.md README.md
     CONTRIBUTING.md DESTINATION ${doc_folder})
 # The same folders as in the sources: documents link to each other and to their pictures.

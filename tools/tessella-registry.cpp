@@ -1,4 +1,6 @@
 /// Shows and pairs the plug-in's running instances, as they meet in the shared registry.
+#include "tools/common/Failure.h"
+#include "tools/common/Program.h"
 #include "tools/common/Text.h"
 #include "tools/registry/Resolve.h"
 #include "tools/registry/SignalsHeld.h"
@@ -6,8 +8,7 @@
 
 #include <CLI/CLI.hpp>
 #include <chrono>
-#include <cstdio>
-#include <exception>
+#include <iostream>
 #include <string>
 #include <thread>
 #include <unistd.h>
@@ -23,29 +24,29 @@ constexpr const char* kColumns =
     "is\n"
     "paired with, \"gone\" when that instance has left; BANDS range, threshold, ratio;\n"
     "FILTERS high-pass to low-pass; FLAGS bypass, duck (ducks its own signal).\n"
-    "Exit code: 0 done (also when listing finds no registry), 1 failed, above 100 wrong usage.";
+    "Listing finds nothing (3) where no instance runs.\n";
 
-int fail(const std::string& why) {
-    std::fprintf(stderr, "tessella-registry: %s\n", why.c_str());
-    return 1;
-}
-
-/// Writes it all at once; false when nobody reads any more.
-bool print(const std::string& text) {
-    return std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+/// What one who finds nobody wants to know.
+[[noreturn]] void failEmpty(const registry::View& view) {
+    if (view.obstacle == shm::Obstacle::Missing || view.obstacle == shm::Obstacle::None)
+        throw tools::Failure(tools::ExitCode::NothingFound, "no instance is running");
+    tools::fail(shm::Explain(view.obstacle));
 }
 
 /// Lists once, or with seconds > 0 again and again until interrupted.
-int list(bool asJson, double seconds) {
+void list(bool asJson, double seconds) {
     const bool redraw = seconds > 0 && !asJson && isatty(STDOUT_FILENO) == 1;
     const int indent = seconds > 0 ? -1 : 2; // watched JSON: a document a line
     for (;;) {
         const registry::View view = registry::look();
-        const std::string text = asJson ? registry::json(view, indent) : registry::table(view);
-        if (!print((redraw ? "\033[H\033[J" : "") + text))
-            return fail("cannot write");
-        if (seconds <= 0)
-            return 0;
+        if (seconds > 0 || asJson || !registry::isEmpty(view))
+            std::cout << (redraw ? "\033[H\033[J" : "")
+                      << (asJson ? registry::json(view, indent) : registry::table(view))
+                      << std::flush;
+        if (seconds <= 0 && registry::isEmpty(view))
+            failEmpty(view);
+        if (seconds <= 0 || !std::cout) // nobody reads any more
+            return;
         std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
     }
 }
@@ -54,44 +55,50 @@ std::string label(const shm::SlotSnapshot& slot) {
     return "#" + std::to_string(slot.index) + " \"" + terminal::printable(slot.name) + "\"";
 }
 
-int pair(const std::string& first, const std::string& second) {
-    const registry::View view = registry::look();
-    if (!view.present)
-        return fail("no registry: no instance is running");
-    const registry::Resolved a = registry::resolve(view.slots, first);
-    const registry::Resolved b = registry::resolve(view.slots, second);
-    if (!a.slot || !b.slot)
-        return fail(a.slot ? b.error : a.error);
-    if (a.slot == b.slot)
-        return fail(label(*a.slot) + " cannot be paired with itself");
-    const registry::SignalsHeld held;
-    shm::RegistryMonitor monitor;
-    if (!monitor.Attach() || !monitor.Pair(a.slot->id, b.slot->id))
-        return fail("not paired: registry busy or read-only, or an instance has just left");
-    print("paired " + label(*a.slot) + " with " + label(*b.slot) + "\n");
-    return 0;
-}
-
-int unpair(const std::string& name) {
-    const registry::View view = registry::look();
-    if (!view.present)
-        return fail("no registry: no instance is running");
+/// The slot that was meant; throws Failure.
+const shm::SlotSnapshot& find(const registry::View& view, const std::string& name) {
+    if (registry::isEmpty(view))
+        failEmpty(view);
     const registry::Resolved resolved = registry::resolve(view.slots, name);
-    if (!resolved.slot)
-        return fail(resolved.error);
-    const registry::SignalsHeld held;
-    shm::RegistryMonitor monitor;
-    if (!monitor.Attach() || !monitor.Unpair(resolved.slot->id))
-        return fail("not unpaired: registry busy or read-only, or the instance has just left");
-    print("unpaired " + label(*resolved.slot) + "\n");
-    return 0;
+    if (resolved.slot == nullptr)
+        throw tools::Failure(tools::ExitCode::NothingFound, resolved.error);
+    return *resolved.slot;
 }
 
-int run(int argc, char** argv) {
+[[noreturn]] void failChange(const char* what) {
+    const shm::Obstacle obstacle = shm::FindObstacle();
+    const bool isFree = obstacle == shm::Obstacle::None || obstacle == shm::Obstacle::Full;
+    tools::fail(std::string(what) + ": " +
+                (isFree ? "an instance has just left" : shm::Explain(obstacle)));
+}
+
+void pair(const std::string& first, const std::string& second) {
+    const registry::View view = registry::look();
+    const shm::SlotSnapshot& a = find(view, first);
+    const shm::SlotSnapshot& b = find(view, second);
+    if (&a == &b)
+        tools::failUsage(label(a) + " cannot be paired with itself");
+    const registry::SignalsHeld held;
+    shm::RegistryMonitor monitor;
+    if (!monitor.Attach() || !monitor.Pair(a.id, b.id))
+        failChange("not paired");
+    std::cout << "paired " << label(a) << " with " << label(b) << '\n';
+}
+
+void unpair(const std::string& name) {
+    const registry::View view = registry::look();
+    const shm::SlotSnapshot& slot = find(view, name);
+    const registry::SignalsHeld held;
+    shm::RegistryMonitor monitor;
+    if (!monitor.Attach() || !monitor.Unpair(slot.id))
+        failChange("not unpaired");
+    std::cout << "unpaired " << label(slot) << '\n';
+}
+
+void run(int argc, char** argv) {
     CLI::App app(kAbout, "tessella-registry");
-    app.footer(kColumns);
+    app.footer(std::string(kColumns) + tools::kExitCodes);
     app.require_subcommand(0, 1);
-    app.set_version_flag("--version", TD_VERSION, "print the version and exit");
     bool asJson = false;
     double seconds = 0;
     app.add_flag("--json", asJson, "print JSON; with --watch one document a line");
@@ -109,20 +116,18 @@ int run(int argc, char** argv) {
     pairCommand->add_option("SECOND", second, which)->required();
     CLI::App* unpairCommand = app.add_subcommand("unpair", "release an instance and its peer");
     unpairCommand->add_option("INSTANCE", first, which)->required();
-    CLI11_PARSE(app, argc, argv);
+    if (!tools::parseCommandLine(app, argc, argv))
+        return;
     if (*pairCommand)
-        return pair(first, second);
-    if (*unpairCommand)
-        return unpair(first);
-    return list(asJson, watch->count() > 0 && seconds <= 0 ? 1.0 : seconds);
+        pair(first, second);
+    else if (*unpairCommand)
+        unpair(first);
+    else
+        list(asJson, watch->count() > 0 && seconds <= 0 ? 1.0 : seconds);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    try {
-        return run(argc, argv);
-    } catch (const std::exception& error) {
-        return fail(error.what());
-    }
+    return tools::runProgram("tessella-registry", [&] { run(argc, argv); });
 }

@@ -1,10 +1,10 @@
 /// Shows what a saved state of the plug-in holds and what the plug-in would make of it.
+#include "tools/common/Failure.h"
+#include "tools/common/Program.h"
 #include "tools/common/StateFile.h"
 #include "tools/state/Print.h"
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
-#include <exception>
 #include <iostream>
 #include <string>
 
@@ -18,19 +18,12 @@ constexpr const char* kExplanation =
     "\nColumns: OFFSET bytes from the start; FIELD, \"peer:\" what this instance last set on its\n"
     "peer; VALUE as saved; REMARK what the plug-in changes, ignores or misses. Without any remark\n"
     "the state is whole.\n\n"
-    "Exit code: 0 the plug-in loads all of it as it stands; 1 it cannot be read; 3 the plug-in\n"
-    "refuses it; 4 the plug-in loads it, but something is missing, changed or ignored (as in\n"
-    "states of early versions); above 100 wrong usage.\n\n"
+    "A file that the plug-in refuses, or that is no state, is shown all the same, and counts as\n"
+    "failed. One that it loads in part (as those of early versions) does not: see the remarks, or\n"
+    "\"whole\" in the JSON.\n\n"
     "Examples:\n"
     "  tessella-state bass.state\n"
-    "  tessella-state --json - < bass.state";
-
-enum ExitCode : int { kWhole = 0, kFailed = 1, kRefused = 3, kInPart = 4 };
-
-int fail(const std::string& why) {
-    std::fprintf(stderr, "tessella-state: %s\n", why.c_str());
-    return kFailed;
-}
+    "  tessella-state --json - < bass.state\n";
 
 listing::Listing look(const std::string& file) {
     const auto bytes =
@@ -40,32 +33,24 @@ listing::Listing look(const std::string& file) {
     return listing::list(chunk);
 }
 
-int run(int argc, char** argv) {
+void run(int argc, char** argv) {
     CLI::App app(kAbout, "tessella-state");
-    app.footer(kExplanation);
-    app.set_version_flag("--version", TD_VERSION, "print the version and exit");
+    app.footer(std::string(kExplanation) + tools::kExitCodes);
     std::string file;
     bool asJson = false;
     app.add_option("FILE", file, "the saved state, - for standard input")->required();
     app.add_flag("--json", asJson, "print JSON");
-    CLI11_PARSE(app, argc, argv);
-
+    if (!tools::parseCommandLine(app, argc, argv))
+        return;
     const listing::Listing listing = look(file);
-    const std::string text =
-        asJson ? listing::json(listing) : listing::table(listing, file == "-" ? "state" : file);
-    if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0)
-        return fail("cannot write");
-    if (!listing::loads(listing))
-        return kRefused;
-    return listing::isWhole(listing) ? kWhole : kInPart;
+    std::cout << (asJson ? listing::json(listing)
+                         : listing::table(listing, file == "-" ? "state" : file));
+    if (!listing::isState(listing))
+        tools::fail(file + ": " + listing::verdict(listing));
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    try {
-        return run(argc, argv);
-    } catch (const std::exception& error) {
-        return fail(error.what());
-    }
+    return tools::runProgram("tessella-state", [&] { run(argc, argv); });
 }

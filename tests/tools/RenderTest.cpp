@@ -1,15 +1,24 @@
+#include "shm/RegistryMonitor.h"
 #include "tests/support/Chunks.h"
 #include "tests/support/Signals.h"
 #include "tools/common/AudioFile.h"
 #include "tools/common/Failure.h"
+#include "tools/common/Interrupt.h"
+#include "tools/common/Program.h"
 #include "tools/common/StateFile.h"
 #include "tools/render/Options.h"
 #include "tools/render/OutputPaths.h"
 #include "tools/render/Session.h"
 
 #include <algorithm>
+#include <csignal>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <sstream>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -41,6 +50,7 @@ std::uint64_t write(const char* name, const Stereo& sound, int rate = 48000,
                               name, {0, sound.size()});
     writer.write(sound.left, channels == 1 ? sound.left : sound.right);
     writer.finish();
+    writer.keep();
     return writer.clippedSamples();
 }
 
@@ -63,26 +73,33 @@ render::RenderResult run(const std::vector<std::string>& line) {
     return render::renderSession(parsed(line), [](double) {});
 }
 
-/// Why the line's outputs are refused; empty when they are not.
-std::string refusalOf(const std::vector<std::string>& line) try {
-    (void)resolveOutputs(parsed(line));
+/// Why this fails; empty when it does not.
+template <class Action>
+std::string failureOf(Action&& action) try {
+    action();
     return "";
 } catch (const tools::Failure& failure) {
     return failure.what();
+}
+
+/// Why the line's outputs are refused; empty when they are not.
+std::string refusalOf(const std::vector<std::string>& line) {
+    return failureOf([&line] { (void)resolveOutputs(parsed(line)); });
 }
 
 TEST_F(Render, NeverOverwritesAnInput) {
     for (const char* name : {"a.wav", "b.wav"})
         (void)write(name, support::noise(64, 0.25, 1));
     fs::create_symlink("a.wav", "symbolic.wav");
-    fs::create_hard_link("b.wav", "hard.wav");
+    for (const char* link : {"hard.wav", "hard.png"})
+        fs::create_hard_link("b.wav", link);
     fs::create_directory_symlink(folder, "again");
     for (const char* output : {"a.wav", "symbolic.wav", "hard.wav", "again/b.wav", "state"})
-        for (const auto& [option, track] :
-             {std::pair{"--out", "1:"}, {"--save-state", "1:"}, {"--picture", ""}}) {
-            SCOPED_TRACE(std::string(option) + ' ' + output);
-            EXPECT_NE(refusalOf({"a.wav", "b.wav", "--load-state", "2:state", option,
-                                 std::string(track) + output})
+        for (const auto& [option, word] : {std::pair{"--out", std::string("1:") + output},
+                                           {"--save-state", std::string("1:") + output},
+                                           {"--picture", "hard.png"}}) {
+            SCOPED_TRACE(option + (' ' + word));
+            EXPECT_NE(refusalOf({"a.wav", "b.wav", "--load-state", "2:state", option, word})
                           .find("would overwrite"),
                       std::string::npos);
         }
@@ -95,6 +112,92 @@ TEST_F(Render, OvershootIsCutOffAndCounted) {
     EXPECT_EQ(write("x.wav", {{1.5, -1.5, 0.5}, {}}, 48000, SF_FORMAT_PCM_16), 2U);
     const std::vector<double> cut{1, -1, 0.5};
     EXPECT_LT(support::largestError(read("x.wav"), {cut, cut}, 0, 1, 0), 1e-3);
+}
+
+/// A folder out with one file, which whatever happens shall leave as it is.
+class RenderInto : public Render {
+protected:
+    RenderInto() {
+        (void)write("in.wav", support::noise(48000, 0.25, 1));
+        fs::create_directory("out");
+        std::ofstream("out/kept.wav") << "as it was";
+    }
+    ~RenderInto() override {
+        std::string kept;
+        std::getline(std::ifstream("out/kept.wav"), kept);
+        EXPECT_EQ(kept, "as it was");
+        EXPECT_EQ(std::distance(fs::directory_iterator("out"), {}), 1);
+    }
+};
+
+TEST_F(RenderInto, RefusedItWritesNothing) {
+    for (const char* whole : {"in.wav", "x.flac", "x.ogg"}) {
+        (void)run({"in.wav", "--out", std::string("1:cut-") + whole});
+        const std::string cut = std::string("cut-") + whole;
+        fs::resize_file(cut, fs::file_size(cut) - 1);
+    }
+    std::ofstream("empty.wav");
+    std::ofstream("text.state") << std::string(2000, 'x');
+    const struct {
+        std::vector<std::string> words;
+        const char* message; ///< contains this
+    } cases[] = {{{"cut-in.wav"}, "breaks off at 1.00 s of 1.00 s"},
+                 {{"cut-x.flac"}, "breaks off at 0.9"},
+                 {{"cut-x.ogg"}, "breaks off at 0."},
+                 {{"empty.wav"}, "empty"},
+                 {{"in.wav", "in.wav", "--out", "2:out/x.mp3"}, ".mp3"},
+                 {{"in.wav", "--save-state", "1:none/x"}, "no folder none"},
+                 {{"in.wav", "--load-state", "1:text.state"}, "no saved state"},
+                 {{"in.wav", "--picture", "out/x.jpg"}, ".png"},
+                 {{"in.wav", "--set", "1:HP=5,5"}, "like 20 Hz"},
+                 {{"in.wav", "--set", "1:HP=-30abc"}, "like 20 Hz"},
+                 {{"in.wav", "--set", "1:Attack=1 s"}, "like 10.0 ms"},
+                 {{"in.wav", "--set", "1:LP=20.1 kHz"}, "1000 Hz to 20000 Hz"}};
+    for (auto [words, message] : cases) {
+        SCOPED_TRACE(message);
+        words.insert(words.end(), {"--out", "1:out/kept.wav"});
+        EXPECT_NE(failureOf([&] { (void)run(words); }).find(message), std::string::npos);
+    }
+    (void)run({"cut-x.flac", "--accept-damaged"});
+    EXPECT_EQ(read("cut-x-ducked.flac").size(), 48000U);
+}
+
+/// Also where only the last block is missing, which the encoders write while they are closed.
+TEST_F(RenderInto, WithoutSpaceItLeavesNothingBehind) {
+    (void)write("long.wav", support::noise(480000, 0.25, 1)); // results larger than the registry
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit former{};
+    getrlimit(RLIMIT_FSIZE, &former);
+    for (const char* ending : {".wav", ".flac", ".ogg"}) {
+        const std::string name = std::string("kept") + ending;
+        (void)run({"long.wav", "--out", "1:" + name});
+        const rlimit tight{fs::file_size(name) - 1, former.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &tight);
+        EXPECT_NE(failureOf([&] {
+                      (void)run({"long.wav", "--out", "1:out/" + name});
+                  }).find("cannot write"),
+                  std::string::npos)
+            << ending;
+        setrlimit(RLIMIT_FSIZE, &former);
+    }
+}
+
+TEST_F(RenderInto, InterruptedItClosesItsInstancesAndLeavesNothingBehind) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        const auto interrupted = [signal] {
+            tools::catchInterrupts();
+            std::exit(tools::runProgram("render", [signal] {
+                (void)renderSession(parsed({"in.wav", "in.wav", "--out", "1:out/kept.wav", "--out",
+                                            "2:out/new.wav"}),
+                                    [signal](double) { std::raise(signal); });
+            }));
+        };
+        EXPECT_EXIT(interrupted(), testing::KilledBySignal(signal), "interrupted");
+        shm::RegistryMonitor monitor;
+        std::vector<shm::SlotSnapshot> slots;
+        ASSERT_TRUE(monitor.Attach() && monitor.ReadSlots(slots));
+        EXPECT_TRUE(std::ranges::none_of(slots, &shm::SlotSnapshot::active));
+    }
 }
 
 /// Without a partner the plug-in only delays: what comes out lines up with what went in.
@@ -157,6 +260,28 @@ TEST_F(Render, StatesThatNameEachOtherPairByThemselves) {
     EXPECT_LT(byThemselves, 0.4 * rms(in)); // unducked 0.67: the states' make-up
     (void)run({"kick.wav", "bass.wav", "--load-state", "1:kick", "--load-state", "2:bass"});
     EXPECT_NEAR(byThemselves, rms(read("bass-ducked.wav")), 0.01 * rms(in));
+}
+
+/// Word for word as they are typed after the demo, whose files have these names.
+TEST_F(Render, TheManualsRecipesCanBeTyped) {
+    std::ifstream manual(TD_DOCUMENTS "/manual.md");
+    int recipes = 0;
+    for (std::string line; std::getline(manual, line);) {
+        if (!line.starts_with("    tessella-render "))
+            continue;
+        std::string command = line;
+        while (command.ends_with('\\') && std::getline(manual, line))
+            command.replace(command.size() - 1, 1, line);
+        SCOPED_TRACE(command);
+        std::istringstream words(command);
+        const std::vector<std::string> typed{std::next(std::istream_iterator<std::string>(words)),
+                                             {}};
+        for (const auto& track : parsed(typed).tracks)
+            (void)write(track.input.c_str(), support::noise(4800, 0.25, 1));
+        EXPECT_EQ(failureOf([&typed] { (void)run(typed); }), "");
+        ++recipes;
+    }
+    EXPECT_EQ(recipes, 3);
 }
 
 } // namespace

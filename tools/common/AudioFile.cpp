@@ -1,9 +1,11 @@
 #include "tools/common/AudioFile.h"
 
 #include "tools/common/Failure.h"
+#include "tools/common/SoundCheck.h"
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cmath>
 #include <string>
 
@@ -42,66 +44,112 @@ bool holdsOvershoot(int format) {
     return subtype == SF_FORMAT_FLOAT || subtype == SF_FORMAT_DOUBLE || subtype == SF_FORMAT_VORBIS;
 }
 
-/// libsndfile's format word for an output; throws Failure (Usage) for an unknown ending.
+bool isMp3(int format) { return (format & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG; }
+
+/// libsndfile's format word for an output; throws Failure (Usage) where there is none.
 int outputFormat(const std::filesystem::path& path, const AudioFormat& source,
                  const std::filesystem::path& sourcePath) {
     const std::string extension = lowerExtension(path);
-    if (extension == lowerExtension(sourcePath) && canWrite(source.container, source))
+    if (extension == lowerExtension(sourcePath) && !isMp3(source.container) &&
+        canWrite(source.container, source))
         return source.container;
     const int container = containerFor(extension);
     if (container == 0)
-        failUsage(path.string() + ": cannot write this kind of file, only .wav, .flac and .ogg");
-    if (container == SF_FORMAT_OGG)
-        return SF_FORMAT_OGG | SF_FORMAT_VORBIS;
+        failUsage(path.string() + ": cannot write " +
+                  (extension.empty() ? "a file without ending" : extension) +
+                  ", only .wav, .flac and .ogg: name the output so");
     const int sameDepth = container | (source.container & SF_FORMAT_SUBMASK);
-    return canWrite(sameDepth, source) ? sameDepth : container | SF_FORMAT_PCM_24;
+    const bool keepsDepth = !isMp3(source.container) && canWrite(sameDepth, source);
+    const int format = container == SF_FORMAT_OGG ? SF_FORMAT_OGG | SF_FORMAT_VORBIS
+                       : keepsDepth               ? sameDepth
+                                                  : container | SF_FORMAT_PCM_24;
+    if (!canWrite(format, source))
+        failUsage(path.string() + ": a file of this kind cannot have " +
+                  std::to_string(source.sampleRate) + " Hz");
+    return format;
+}
+
+SF_INFO outputInfo(const std::filesystem::path& path, const AudioFormat& source,
+                   const std::filesystem::path& sourcePath) {
+    SF_INFO info{};
+    info.samplerate = source.sampleRate;
+    info.channels = source.channels;
+    info.format = outputFormat(path, source, sourcePath);
+    return info;
+}
+
+/// Fails for what is no sound file at all.
+void requireContent(const std::filesystem::path& path) {
+    std::error_code error;
+    const auto status = std::filesystem::status(path, error);
+    if (!std::filesystem::exists(status))
+        fail(path.string() + ": no such file");
+    if (std::filesystem::is_directory(status))
+        fail(path.string() + ": a folder, not a file");
+    if (std::filesystem::is_regular_file(status) && std::filesystem::file_size(path, error) == 0)
+        fail(path.string() + ": the file is empty, 0 bytes");
 }
 
 } // namespace
 
-void SoundFileCloser::operator()(SNDFILE* file) const { sf_close(file); }
-
-AudioReader::AudioReader(const std::filesystem::path& path) {
-    if (!std::filesystem::exists(path))
-        fail(path.string() + ": no such file");
+AudioReader::AudioReader(const std::filesystem::path& path, Damaged damaged)
+    : source(path), policy(damaged) {
+    requireContent(path);
     SF_INFO info{};
-    file.reset(sf_open(path.c_str(), SFM_READ, &info));
-    if (!file)
+    sound.reset(sf_open(path.c_str(), SFM_READ, &info));
+    if (!sound)
         fail(path.string() + ": " + sf_strerror(nullptr));
     if (info.channels < 1 || info.channels > 2)
         fail(path.string() + ": has " + std::to_string(info.channels) +
              " channels, only mono and stereo can be ducked");
-    if (info.frames <= 0)
+    SoundCheck check{static_cast<std::uint64_t>(info.frames), ""};
+    if (info.seekable != 0) // of a pipe, what is missing shows when it is read
+        check = checkSound(path, info);
+    note(check.damage);
+    if (info.frames <= 0 || check.frames == 0)
         fail(path.string() + ": holds no sound");
-    fileFormat = {info.samplerate, info.channels, info.format,
-                  static_cast<std::uint64_t>(info.frames)};
+    fileFormat = {info.samplerate, info.channels, info.format, check.frames};
+}
+
+void AudioReader::note(const std::string& damage) {
+    if (damage.empty() || !damageText.empty())
+        return;
+    if (policy == Damaged::Refuse)
+        fail(source.string() + ": damaged: " + damage + " (--accept-damaged takes what is there)");
+    damageText = damage;
 }
 
 void AudioReader::read(std::span<double> left, std::span<double> right) {
     const auto channels = static_cast<std::size_t>(fileFormat.channels);
     interleaved.assign(left.size() * channels, 0.0);
-    sf_readf_double(file.get(), interleaved.data(), static_cast<sf_count_t>(left.size()));
+    const sf_count_t count =
+        sf_readf_double(sound.get(), interleaved.data(), static_cast<sf_count_t>(left.size()));
+    framesRead += static_cast<std::uint64_t>(std::max<sf_count_t>(count, 0));
+    if (static_cast<std::size_t>(count) < left.size() && framesRead < fileFormat.frames)
+        note("breaks off while it is read");
     for (std::size_t i = 0; i < left.size(); ++i) {
         left[i] = interleaved[i * channels];
         right[i] = interleaved[i * channels + channels - 1];
     }
 }
 
+void requireWritable(const std::filesystem::path& path, const AudioFormat& source,
+                     const std::filesystem::path& sourcePath) {
+    (void)outputFormat(path, source, sourcePath);
+}
+
 AudioWriter::AudioWriter(const std::filesystem::path& path, const AudioFormat& source,
                          const std::filesystem::path& sourcePath, Cut cut)
-    : target(path), channels(source.channels), remaining(cut) {
-    SF_INFO info{};
-    info.samplerate = source.sampleRate;
-    info.channels = source.channels;
-    info.format = outputFormat(path, source, sourcePath);
+    : channels(source.channels), remaining(cut), file(path), sink(file.descriptor()) {
+    SF_INFO info = outputInfo(path, source, sourcePath);
     keepsOvershoot = holdsOvershoot(info.format);
-    file.reset(sf_open(path.c_str(), SFM_WRITE, &info));
-    if (!file)
+    sound.reset(sink.open(info));
+    if (!sound)
         fail(path.string() + ": cannot write (" + sf_strerror(nullptr) + ")");
     // Without this, samples beyond full scale would wrap round to the other side.
-    sf_command(file.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
+    sf_command(sound.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
     double quality = kVorbisQuality;
-    sf_command(file.get(), SFC_SET_VBR_ENCODING_QUALITY, &quality, sizeof quality);
+    sf_command(sound.get(), SFC_SET_VBR_ENCODING_QUALITY, &quality, sizeof quality);
 }
 
 void AudioWriter::write(std::span<const double> left, std::span<const double> right) {
@@ -120,14 +168,14 @@ void AudioWriter::write(std::span<const double> left, std::span<const double> ri
             std::count_if(interleaved.begin(), interleaved.end(),
                           [](double sample) { return std::abs(sample) > 1.0; }));
     const auto frames = static_cast<sf_count_t>(count);
-    if (count > 0 && sf_writef_double(file.get(), interleaved.data(), frames) != frames)
-        fail(target.string() + ": cannot write (" + sf_strerror(file.get()) + ")");
+    if (count > 0 && sf_writef_double(sound.get(), interleaved.data(), frames) != frames)
+        file.refuse(sink.error() != 0 ? sink.error() : EIO);
 }
 
 void AudioWriter::finish() {
-    sf_write_sync(file.get());
-    if (sf_close(file.release()) != 0)
-        fail(target.string() + ": cannot finish writing");
+    const bool closed = sf_close(sound.release()) == 0;
+    if (!closed || sink.error() != 0)
+        file.refuse(sink.error() != 0 ? sink.error() : EIO);
 }
 
 } // namespace tools

@@ -3,6 +3,7 @@
 #include "host/Extensions.h"
 #include "tools/common/Failure.h"
 #include "tools/common/StateFile.h"
+#include "tools/state/Print.h"
 
 #include <exception>
 #include <string>
@@ -39,9 +40,12 @@ void loadStateFile(const host::Instance& instance, const std::filesystem::path& 
     } catch (const std::exception& error) {
         fail(trackText(trackNumber) + error.what());
     }
-    if (!host::loadState(instance, bytes))
-        fail(trackText(trackNumber) + "the plug-in refused the state " + path.string() +
-             " (tessella-state tells why)");
+    iplug::IByteChunk chunk;
+    chunk.PutBytes(bytes.data(), bytes.size());
+    const listing::Listing listing = listing::list(chunk);
+    if (!listing::isState(listing) || !host::loadState(instance, bytes))
+        fail(trackText(trackNumber) + path.string() + " is refused: " + listing::verdict(listing) +
+             " (tessella-state shows more)");
 }
 
 void saveStateFile(const host::Instance& instance, const std::filesystem::path& path,
@@ -49,11 +53,7 @@ void saveStateFile(const host::Instance& instance, const std::filesystem::path& 
     const auto bytes = host::saveState(instance);
     if (!bytes)
         fail(trackText(trackNumber) + "the plug-in saved no state");
-    try {
-        statefile::write(path, *bytes);
-    } catch (const std::exception& error) {
-        fail(trackText(trackNumber) + error.what());
-    }
+    statefile::write(path, *bytes);
 }
 
 } // namespace tools

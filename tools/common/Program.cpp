@@ -1,37 +1,43 @@
 #include "tools/common/Program.h"
 
-#include "host/PrivateShm.h"
 #include "tools/common/Failure.h"
+#include "tools/common/Interrupt.h"
 
 #include <CLI/CLI.hpp>
 
 #include <charconv>
+#include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <unistd.h>
 
 namespace tools {
-namespace fs = std::filesystem;
 namespace {
 
-constexpr const char* kPluginFile = "TessellaDuckwork.clap";
-
-std::vector<fs::path> searchFolders() {
-    std::vector<fs::path> folders;
-    std::error_code error;
-    const fs::path own = fs::read_symlink("/proc/self/exe", error).parent_path();
-    folders.push_back(own);
-    folders.push_back(own.parent_path() / "lib/clap"); // installed, under whatever prefix
-    if (const char* home = std::getenv("HOME"))
-        folders.push_back(fs::path(home) / ".clap");
-    folders.emplace_back("/usr/lib/clap");
-    return folders;
+/// On a terminal in the place of a progress bar.
+void say(const char* name, const char* message) {
+    const char* const cleared = isatty(STDERR_FILENO) == 1 ? "\r\033[K" : "";
+    std::fprintf(stderr, "%s%s: %s\n", cleared, name, message);
 }
 
 int exitWith(const char* name, ExitCode code, const char* message) {
-    std::fprintf(stderr, "%s: %s\n", name, message);
+    say(name, message);
     return static_cast<int>(code);
+}
+
+/// By the signal itself, which a shell shows as 128 more than its number: only so does a loop in a
+/// script end with the program that the user has interrupted.
+int endBy(int signal) {
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+    return 128 + signal;
+}
+
+void requireOutput() {
+    std::cout.flush();
+    if (!std::cout || std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+        fail("cannot write to the standard output");
 }
 
 } // namespace
@@ -71,28 +77,14 @@ std::pair<std::size_t, std::string> splitTrackArgument(std::string_view option,
     return {number - 1, std::string(rest + 1, end)};
 }
 
-fs::path findPlugin(const std::optional<fs::path>& given) {
-    if (given && !fs::exists(*given))
-        fail(given->string() + ": no such plug-in");
-    if (given)
-        return fs::absolute(*given);
-    for (const fs::path& folder : searchFolders())
-        if (fs::exists(folder / kPluginFile))
-            return folder / kPluginFile;
-    fail(std::string(kPluginFile) + " not found; name it with --plugin");
-}
-
-fs::path settleIn(const std::optional<fs::path>& givenPlugin, bool privateRegistry) {
-    auto plugin = findPlugin(givenPlugin);
-    if (privateRegistry && !host::enterPrivateShm())
-        fail("the system allows no private registry (needs user namespaces or root)");
-    return plugin;
-}
-
 int runProgram(const char* name, const std::function<void()>& run) {
     try {
         run();
+        requireOutput();
         return 0;
+    } catch (const Interrupted& interrupted) {
+        say(name, interrupted.what());
+        return endBy(interrupted.signal());
     } catch (const Failure& failure) {
         return exitWith(name, failure.code(), failure.what());
     } catch (const std::exception& error) {

@@ -1,10 +1,8 @@
-/// What the programs that load the plug-in share between their command line and their exit code.
+/// What all programs share between their command line and their exit code.
 #pragma once
 
 #include <cstddef>
-#include <filesystem>
 #include <functional>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -31,16 +29,8 @@ void addTrackOption(CLI::App& app, const char* name, std::vector<std::string>& a
                                                                      char separator,
                                                                      std::size_t trackCount);
 
-/// The given plug-in file, else the first of: beside this program, ../lib/clap from there, ~/.clap,
-/// /usr/lib/clap. Throws Failure when there is none.
-[[nodiscard]] std::filesystem::path findPlugin(const std::optional<std::filesystem::path>& given);
-
-/// Finds the plug-in file, then, if wanted, enters a registry of one's own. In this order: in a
-/// namespace of one's own a chroot's programs no longer know where they lie. Throws Failure.
-[[nodiscard]] std::filesystem::path
-settleIn(const std::optional<std::filesystem::path>& givenPlugin, bool privateRegistry);
-
-/// The body of main. What `run` throws becomes a line on standard error and the exit code.
+/// The body of main. What `run` throws becomes a line on standard error and the exit code; so does
+/// a standard output that did not take everything. Interrupted ends it by the signal that came.
 int runProgram(const char* name, const std::function<void()>& run);
 
 } // namespace tools

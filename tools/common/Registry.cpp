@@ -1,7 +1,9 @@
 #include "tools/common/Registry.h"
 
+#include "shm/Obstacle.h"
 #include "shm/Slot.h"
 #include "tools/common/Failure.h"
+#include "tools/common/Interrupt.h"
 
 #include <chrono>
 #include <ctime>
@@ -30,6 +32,12 @@ void require(bool done, const char* what) {
 }
 
 } // namespace
+
+std::string whyNoSlot(std::size_t trackNumber) {
+    return "track " + std::to_string(trackNumber) +
+           " gets no place in the registry: " + shm::Explain(shm::FindObstacle()) +
+           "; or use --private";
+}
 
 Registry::Registry() {
     if (!monitor.Attach())
@@ -84,7 +92,9 @@ std::uint64_t Registry::waitForPeer(const std::string& name, double seconds) {
         if (!found.empty())
             return found.front();
         if (std::chrono::steady_clock::now() >= deadline)
-            fail("no instance called \"" + name + "\" has appeared");
+            throw Failure(ExitCode::NothingFound,
+                          "no instance called \"" + name + "\" has appeared");
+        checkInterrupt();
         std::this_thread::sleep_for(kPollInterval);
     }
 }

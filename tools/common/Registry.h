@@ -3,12 +3,16 @@
 
 #include "shm/RegistryMonitor.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <set>
 #include <string>
 #include <vector>
 
 namespace tools {
+
+/// What a track without a slot tells its user. [main]
+[[nodiscard]] std::string whyNoSlot(std::size_t trackNumber);
 
 /// Finds the slots of the instances that this process creates, sets them up and reads them. Made
 /// before the first instance; all instances are created one after another. [main]
@@ -27,7 +31,7 @@ public:
     void set(std::uint64_t id, const shm::Settings& settings);
 
     /// Looks for a living instance of that name that is not ours until there is one; throws
-    /// Failure when it does not come in time or more than one has the name.
+    /// Failure when it does not come in time (NothingFound) or more than one has the name.
     [[nodiscard]] std::uint64_t waitForPeer(const std::string& name, double seconds);
 
     /// Copies all slots, for slot() to look into.

@@ -42,14 +42,7 @@ inline std::vector<std::uint8_t> read(const std::filesystem::path& path) {
     return read(file, path.string());
 }
 
-/// Writes the file anew. Throws std::runtime_error with one line.
-inline void write(const std::filesystem::path& path, const std::vector<std::uint8_t>& bytes) {
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file.write(reinterpret_cast<const char*>(bytes.data()),
-               static_cast<std::streamsize>(bytes.size()));
-    file.close();
-    if (!file)
-        throw std::runtime_error(path.string() + ": cannot write");
-}
+/// Writes the file anew: it is there once it is whole. Throws Failure.
+void write(const std::filesystem::path& path, const std::vector<std::uint8_t>& bytes);
 
 } // namespace statefile

@@ -59,6 +59,7 @@ void save(const Sound& sound, const fs::path& path) {
     tools::AudioWriter writer(path, format, path, {0, frames});
     writer.write(sound.front(), sound.back());
     writer.finish();
+    writer.keep();
 }
 
 void saveMix(const fs::path& a, const fs::path& b, const fs::path& path) {

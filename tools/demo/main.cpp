@@ -1,6 +1,8 @@
 /// tessella-demo: three pairs of sounds to hear and see the ducking by.
 #include "host/PrivateShm.h"
 #include "tools/common/Failure.h"
+#include "tools/common/Interrupt.h"
+#include "tools/common/PluginFile.h"
 #include "tools/common/Program.h"
 #include "tools/demo/Signals.h"
 #include "tools/render/Picture.h"
@@ -104,12 +106,14 @@ void runAll(const fs::path& folder, const render::Options& common) {
 void run(int argc, char** argv) {
     CLI::App app("Makes sounds, ducks them with the TessellaDuckwork plug-in, draws what happened.",
                  "tessella-demo");
+    app.footer(tools::kExitCodes);
     std::string folder = "demo";
     std::string plugin;
     app.add_option("-o,--output", folder, "Folder for everything made")->capture_default_str();
     app.add_option("--plugin", plugin, "The plug-in (else beside this program)");
     if (!tools::parseCommandLine(app, argc, argv))
         return;
+    tools::catchInterrupts();
     render::Options common;
     if (!plugin.empty())
         common.plugin = plugin;

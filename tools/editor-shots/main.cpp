@@ -1,6 +1,8 @@
 /// Takes pictures of the editor in all its states, without plug-in, host or registry; also says
 /// how long a frame takes.
 
+#include "tools/common/Failure.h"
+#include "tools/common/Program.h"
 #include "tools/editor-shots/Situations.h"
 #include "tools/editor-shots/View.h"
 
@@ -106,7 +108,8 @@ void timeFrames(ui::Graphics& graphics, const Situation& situation, Size size, i
 void show(const Options& options) {
     const std::vector<Situation> situations = chosen(options.names);
     if (situations.empty())
-        throw std::runtime_error("no situation of that name; --list shows them");
+        throw tools::Failure(tools::ExitCode::NothingFound,
+                             "no situation of that name; --list shows them");
     const Size size = {static_cast<int>(ui::kCanvas.width * options.zoom),
                        static_cast<int>(ui::kCanvas.height * options.zoom)};
     std::filesystem::create_directories(options.folder);
@@ -120,18 +123,19 @@ void show(const Options& options) {
     });
 }
 
-int listNames() {
+void listNames() {
     for (const Situation& situation : allSituations())
         std::cout << situation.name << '\n';
-    return 0;
 }
 
-int run(int argc, char** argv) {
+void run(int argc, char** argv) {
     Options options;
     bool list = false;
     CLI::App app{"Takes pictures of the editor, one PNG file for each of its states. Needs an X\n"
                  "display as large as the window:\n"
-                 "  xvfb-run -s '-screen 0 2880x1800x24' tessella-shots -o pictures -z 3"};
+                 "  xvfb-run -s '-screen 0 2880x1800x24' tessella-shots -o pictures -z 3",
+                 "tessella-shots"};
+    app.footer(tools::kExitCodes);
     app.add_option("NAME", options.names, "States to show (all of them)");
     app.add_option("-o,--output", options.folder, "Folder for the pictures (this one)");
     app.add_option("-z,--zoom", options.zoom, "Pixels per canvas unit (1)")
@@ -139,21 +143,17 @@ int run(int argc, char** argv) {
     app.add_option("--time", options.timedFrames,
                    "Write nothing: draw so many frames of each and print their times");
     app.add_flag("--list", list, "Print the names of all states");
-    CLI11_PARSE(app, argc, argv);
+    if (!tools::parseCommandLine(app, argc, argv))
+        return;
     if (list)
-        return listNames();
-    show(options);
-    return 0;
+        listNames();
+    else
+        show(options);
 }
 
 } // namespace
 } // namespace shots
 
 int main(int argc, char** argv) {
-    try {
-        return shots::run(argc, argv);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "tessella-shots: %s\n", error.what());
-        return 2;
-    }
+    return tools::runProgram("tessella-shots", [&] { shots::run(argc, argv); });
 }

@@ -2,6 +2,7 @@
 
 #include "tools/common/Failure.h"
 #include "tools/common/InstanceSetup.h"
+#include "tools/common/Interrupt.h"
 #include "tools/common/Registry.h"
 #include "tools/demo/Recipes.h"
 
@@ -18,7 +19,7 @@ constexpr std::chrono::milliseconds kTurn{10};
 
 AudioFeed feedOf(const Options& options, std::size_t index) {
     if (const auto& file = options.tracks[index].file)
-        return AudioFeed::fromFile(*file);
+        return AudioFeed::fromFile(*file, options.damaged);
     const bool alone = options.tracks.size() == 1;
     return index == 1 || alone ? AudioFeed::bass() : AudioFeed::kick();
 }
@@ -32,22 +33,27 @@ public:
     std::unique_ptr<Track> make(std::size_t index) {
         auto track = std::make_unique<Track>(library, feedOf(options, index));
         ids.push_back(registry.identifyNewInstance());
+        if (ids.back() == 0)
+            reportNoSlot(index + 1);
         if (const auto& state = options.tracks[index].loadState)
             tools::loadStateFile(track->instance(), *state, index + 1);
         return track;
     }
 
     void pair() {
-        for (const std::uint64_t id : ids)
-            if (id == 0)
-                tools::fail("the registry has no free slot: close other instances, or use "
-                            "--private");
         if (playsDemo())
             setRecipe();
         registry.pair(ids[0], ids[1]);
     }
 
 private:
+    /// An instance without a slot plays on alone; only a pair needs two.
+    void reportNoSlot(std::size_t trackNumber) const {
+        if (options.pair)
+            tools::fail(tools::whyNoSlot(trackNumber));
+        std::cerr << "tessella-editor: " << tools::whyNoSlot(trackNumber) << std::endl;
+    }
+
     [[nodiscard]] bool playsDemo() const {
         return std::ranges::none_of(
             options.tracks, [](const auto& track) { return track.file || track.loadState; });
@@ -67,8 +73,7 @@ private:
 
 } // namespace
 
-App::App(const Options& given, const volatile std::sig_atomic_t& interruption)
-    : options(given), interrupted(interruption), library(*given.plugin) {
+App::App(const Options& given) : options(given), library(*given.plugin) {
     createTracks();
     startSound();
     openWindows();
@@ -128,7 +133,7 @@ void App::serveMainThread() {
 
 bool App::isOver() const {
     const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
-    return windows.empty() || interrupted != 0 ||
+    return windows.empty() || tools::caughtInterrupt() != 0 ||
            (options.seconds && passed.count() >= *options.seconds);
 }
 

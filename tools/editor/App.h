@@ -8,7 +8,6 @@
 #include "tools/editor/Track.h"
 
 #include <chrono>
-#include <csignal>
 #include <memory>
 #include <vector>
 
@@ -18,8 +17,8 @@ namespace editor {
 /// windows, then sound, then instances. [main]
 class App {
 public:
-    /// Starts all of it. `interruption` becomes other than 0 to end run().
-    App(const Options& given, const volatile std::sig_atomic_t& interruption);
+    /// Starts all of it.
+    explicit App(const Options& given);
 
     /// Until the last window is closed, the time is up or the user interrupts; then saves.
     void run();
@@ -33,7 +32,6 @@ private:
     void saveStates() const;
 
     const Options& options;
-    const volatile std::sig_atomic_t& interrupted;
     std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
     XServer server;
     host::Library library;

@@ -1,6 +1,5 @@
 #include "tools/editor/AudioFeed.h"
 
-#include "tools/common/AudioFile.h"
 #include "tools/demo/Signals.h"
 
 #include <algorithm>
@@ -32,8 +31,8 @@ AudioFeed::AudioFeed(std::string name, int sampleRate, std::vector<float> left,
     : label(std::move(name)), rateHz(sampleRate), leftLoop(std::move(left)),
       rightLoop(std::move(right)) {}
 
-AudioFeed AudioFeed::fromFile(const std::filesystem::path& path) {
-    tools::AudioReader reader(path);
+AudioFeed AudioFeed::fromFile(const std::filesystem::path& path, tools::Damaged damaged) {
+    tools::AudioReader reader(path, damaged);
     const auto rate = static_cast<std::uint64_t>(reader.format().sampleRate);
     const auto frames =
         static_cast<std::size_t>(std::min(reader.format().frames, kMaxSeconds * rate));

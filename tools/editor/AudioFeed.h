@@ -1,6 +1,8 @@
 /// What a track plays, over and over.
 #pragma once
 
+#include "tools/common/AudioFile.h"
+
 #include <cstddef>
 #include <filesystem>
 #include <span>
@@ -16,7 +18,8 @@ public:
     AudioFeed(std::string name, int sampleRate, std::vector<float> left, std::vector<float> right);
 
     /// Reads a mono or stereo file, of a longer one the first ten minutes. Throws tools::Failure.
-    [[nodiscard]] static AudioFeed fromFile(const std::filesystem::path& path);
+    [[nodiscard]] static AudioFeed fromFile(const std::filesystem::path& path,
+                                            tools::Damaged damaged);
     [[nodiscard]] static AudioFeed kick();
     [[nodiscard]] static AudioFeed bass();
 

@@ -13,8 +13,9 @@ namespace {
 constexpr const char* kDescription =
     "Opens the editor of one or two instances of the TessellaDuckwork plug-in, each in a window "
     "of\n"
-    "its own, and plays sound through them for as long as a window is open. Each file (WAV, FLAC\n"
-    "or Ogg, mono or stereo, all of one sample rate) is a track with an instance of its own and\n"
+    "its own, and plays sound through them for as long as a window is open. Each file (WAV,\n"
+    "FLAC, Ogg or MP3, mono or stereo, all of one sample rate) is a track with an instance of its "
+    "own and\n"
     "starts anew when it ends. Without a file, track 1 is a kick drum and track 2 a bass.\n";
 
 constexpr const char* kFooter =
@@ -25,9 +26,7 @@ constexpr const char* kFooter =
     "    tessella-editor voice.flac\n"
     "  Work on settings, and keep them:\n"
     "    tessella-editor bass.wav --load-state 1:bass.state --save-state 1:bass.state\n\n"
-    "Instances see those of open projects, and are seen by them, unless --private is given.\n\n"
-    "Exit codes: 0 done; 1 something on the command line is wrong; 2 a file, the plug-in, the\n"
-    "registry or the display failed.";
+    "Instances see those of open projects, and are seen by them, unless --private is given.\n";
 
 /// The options that need a second look.
 struct RawArguments {
@@ -35,6 +34,7 @@ struct RawArguments {
     std::string plugin;
     bool one = false;
     bool noSound = false;
+    bool acceptDamaged = false;
 };
 
 void declareTrackOptions(CLI::App& app, RawArguments& raw) {
@@ -57,6 +57,8 @@ void declareGeneralOptions(CLI::App& app, Options& options, RawArguments& raw) {
         ->type_name("SECONDS")
         ->check(CLI::NonNegativeNumber);
     app.add_flag("--no-sound", raw.noSound, "Process, but leave the sound device alone");
+    app.add_flag("--accept-damaged", raw.acceptDamaged,
+                 "Take what there is of files that break off, then silence");
     app.add_flag("--private", options.privateRegistry,
                  "Use a registry of one's own, unseen by an open project");
     app.add_option(
@@ -96,7 +98,7 @@ std::optional<Options> parseOptions(int argc, const char* const* argv) {
     Options options;
     RawArguments raw;
     CLI::App app(kDescription, "tessella-editor");
-    app.footer(kFooter);
+    app.footer(std::string(kFooter) + tools::kExitCodes);
     declareTrackOptions(app, raw);
     declareGeneralOptions(app, options, raw);
     if (!tools::parseCommandLine(app, argc, argv))
@@ -105,6 +107,7 @@ std::optional<Options> parseOptions(int argc, const char* const* argv) {
     applyStates(options, "--load-state", raw.loads, &TrackOptions::loadState);
     applyStates(options, "--save-state", raw.saves, &TrackOptions::saveState);
     options.sound = !raw.noSound;
+    options.damaged = raw.acceptDamaged ? tools::Damaged::Accept : tools::Damaged::Refuse;
     if (!raw.plugin.empty())
         options.plugin = raw.plugin;
     return options;

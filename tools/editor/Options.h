@@ -1,6 +1,8 @@
 /// What the user asked for on the command line.
 #pragma once
 
+#include "tools/common/AudioFile.h"
+
 #include <array>
 #include <cstddef>
 #include <filesystem>
@@ -22,6 +24,7 @@ struct Options {
     std::optional<std::filesystem::path> plugin; ///< none: searched for
     std::optional<double> scale;
     std::optional<double> seconds; ///< none: until the last window is closed
+    tools::Damaged damaged = tools::Damaged::Refuse;
     bool pair = false;
     bool sound = true;
     bool privateRegistry = false;

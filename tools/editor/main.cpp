@@ -1,20 +1,16 @@
 /// tessella-editor: the plug-in's editor on the screen, without a workstation around it.
+#include "tools/common/Interrupt.h"
+#include "tools/common/PluginFile.h"
 #include "tools/common/Program.h"
 #include "tools/editor/App.h"
 
-#include <csignal>
-
 namespace {
-
-volatile std::sig_atomic_t gInterrupted = 0;
-
-void interrupt(int /*signal*/) { gInterrupted = 1; }
 
 void run(editor::Options options) {
     options.plugin = tools::settleIn(options.plugin, options.privateRegistry);
-    std::signal(SIGINT, interrupt);
-    std::signal(SIGTERM, interrupt);
-    editor::App(options, gInterrupted).run();
+    tools::catchInterrupts();
+    editor::App(options).run();
+    tools::checkInterrupt();
 }
 
 } // namespace

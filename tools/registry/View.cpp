@@ -150,12 +150,18 @@ View look() {
     shm::RegistryMonitor monitor;
     view.present = monitor.Attach();
     view.locked = monitor.ReadSlots(view.slots);
+    view.obstacle = shm::FindObstacle();
     return view;
 }
 
+bool isEmpty(const View& view) { return std::ranges::none_of(view.slots, &SlotSnapshot::active); }
+
 std::string table(const View& view) {
+    using enum shm::Obstacle;
+    const bool blocked = view.obstacle != None && view.obstacle != Missing;
+    const std::string obstacle = blocked ? std::string(shm::Explain(view.obstacle)) + '\n' : "";
     if (!view.present)
-        return "no registry\n";
+        return blocked ? obstacle : "no registry\n";
     std::vector<Row> rows{{"SLOT", "NAME", "PROCESS", "HEARTBEAT", "PEER", "BANDS", "FILTERS",
                            "ATTACK/RELEASE, MAKEUP", "FLAGS"}};
     for (const SlotSnapshot& slot : view.slots)
@@ -163,7 +169,8 @@ std::string table(const View& view) {
             addRows(view, slot, rows);
     const std::string text =
         rows.size() > 1 ? terminal::aligned(rows) : "no instance in the registry\n";
-    return text + (view.locked ? "" : "registry lock not free: rows may mix old and new values\n");
+    return text + (view.locked ? "" : "registry lock not free: rows may mix old and new values\n") +
+           obstacle;
 }
 
 std::string json(const View& view, int indent) {

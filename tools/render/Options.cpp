@@ -12,7 +12,8 @@ constexpr const char* kDescription =
     "Ducks audio files against each other with the TessellaDuckwork plug-in, as tracks in a\n"
     "workstation would: each file runs through an instance of its own, the first is paired with\n"
     "the second, the third with the fourth, and so on. Wherever one of a pair is loud, the other\n"
-    "gives way at just those frequencies. Reads and writes WAV, FLAC and Ogg, mono or stereo.\n"
+    "gives way at just those frequencies. Reads WAV, FLAC, Ogg and MP3, mono or stereo, and\n"
+    "writes all of them but MP3, of which the output is a WAV.\n"
     "Outputs line up with their inputs and are as long.\n";
 
 constexpr const char* kFooter =
@@ -31,9 +32,7 @@ constexpr const char* kFooter =
     "  Render two tracks as a project keeps them, paired as they were:\n"
     "    tessella-render kick.wav bass.wav --pair states --load-state 1:kick.state\n"
     "        --load-state 2:bass.state\n\n"
-    "--list-params shows the names, ranges and defaults that --set knows.\n\n"
-    "Exit codes: 0 done; 1 something on the command line is wrong; 2 a file, the plug-in or\n"
-    "the registry failed.";
+    "--list-params shows the names, ranges and defaults that --set knows.\n";
 
 /// The options that name a track, as they come from the command line.
 struct RawTrackArguments {
@@ -42,13 +41,16 @@ struct RawTrackArguments {
 
 struct RawFlags {
     bool fast = false;
+    bool acceptDamaged = false;
     std::string outputFolder, plugin, picture, pair = "order";
 };
 
 void declareTrackOptions(CLI::App& app, RawTrackArguments& raw) {
     app.add_option("FILE", raw.inputs, "Audio files, up to 16, all of one sample rate");
-    tools::addTrackOption(app, "--set", raw.sets, "N:NAME=VALUE",
-                          "Set a parameter of track N, in its own unit; repeatable");
+    tools::addTrackOption(
+        app, "--set", raw.sets, "N:NAME=VALUE",
+        "Set a parameter of track N, in its own unit (10 kHz, -30 dB, 4:1, or the number alone); "
+        "repeatable");
     tools::addTrackOption(app, "--duck", raw.ducks, "N=on|off",
                           "Whether track N gives way to its partner (on at first)");
     tools::addTrackOption(app, "--name", raw.names, "N:NAME",
@@ -75,6 +77,8 @@ void declareGeneralOptions(CLI::App& app, Options& options, RawFlags& raw) {
         ->capture_default_str();
     app.add_flag("--raw-delay", options.rawDelay,
                  "Keep the plug-in's delay; outputs grow longer by it");
+    app.add_flag("--accept-damaged", raw.acceptDamaged,
+                 "Take what there is of files that break off, then silence");
     app.add_flag("--realtime", options.realtime, "Take as long as the sound lasts");
     app.add_flag("--private", options.privateRegistry,
                  "Use a registry of one's own, unseen by an open project");
@@ -151,8 +155,16 @@ void applyFlags(Options& options, const RawFlags& raw) {
     options.plugin = given(raw.plugin);
     options.picture = given(raw.picture);
     options.pairByStates = raw.pair == "states";
+    if (raw.acceptDamaged)
+        for (TrackOptions& track : options.tracks)
+            track.damaged = tools::Damaged::Accept;
     if (!options.pairWith.empty() && !raw.fast)
         options.realtime = true;
+}
+
+bool isPng(const std::filesystem::path& path) {
+    const std::string ending = path.extension().string();
+    return ending == ".png" || ending == ".PNG";
 }
 
 void checkTogether(const Options& options) {
@@ -161,6 +173,9 @@ void checkTogether(const Options& options) {
     if (options.tracks.size() > kMaxTracks)
         tools::failUsage(std::to_string(options.tracks.size()) + " files given, at most " +
                          std::to_string(kMaxTracks) + " fit into the registry");
+    if (options.picture && !isPng(*options.picture))
+        tools::failUsage("--picture " + options.picture->string() +
+                         ": pictures are PNG files: give it a name that ends in .png");
     if (!options.pairWith.empty() && options.tracks.size() != 1)
         tools::failUsage("--pair-with takes exactly one audio file");
     if (!options.pairWith.empty() && options.pairByStates)
@@ -176,7 +191,7 @@ std::optional<Options> parseOptions(int argc, const char* const* argv) {
     RawTrackArguments rawTracks;
     RawFlags rawFlags;
     CLI::App app(kDescription, "tessella-render");
-    app.footer(kFooter);
+    app.footer(std::string(kFooter) + tools::kExitCodes);
     declareTrackOptions(app, rawTracks);
     declareGeneralOptions(app, options, rawFlags);
     if (!tools::parseCommandLine(app, argc, argv))

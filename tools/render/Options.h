@@ -1,6 +1,8 @@
 /// What the user asked for on the command line.
 #pragma once
 
+#include "tools/common/AudioFile.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -26,6 +28,7 @@ struct TrackOptions {
     std::optional<std::string> displayName; ///< in the registry; none: the state's, or the file's
     std::vector<ParamSetting> settings;
     std::optional<bool> duckSelf; ///< none: the state's, or on
+    tools::Damaged damaged = tools::Damaged::Refuse;
 };
 
 struct Options {

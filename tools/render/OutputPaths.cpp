@@ -10,7 +10,9 @@ fs::path outputOf(const Options& options, const TrackOptions& track) {
     if (track.output)
         return *track.output;
     const fs::path folder = options.outputFolder.value_or(track.input.parent_path());
-    return folder / (track.input.stem().string() + "-ducked" + track.input.extension().string());
+    const std::string extension = track.input.extension().string();
+    const bool isMp3 = extension == ".mp3" || extension == ".MP3";
+    return folder / (track.input.stem().string() + "-ducked" + (isMp3 ? ".wav" : extension));
 }
 
 /// Whether both paths lead to the same file, existing or to be created.
@@ -44,6 +46,15 @@ void refuseTwins(const std::vector<fs::path>& outputs) {
                                  "them another name");
 }
 
+/// Before a rendering, not after it.
+void requireFolder(const fs::path& path) {
+    const fs::path folder = path.has_parent_path() ? path.parent_path() : ".";
+    if (!fs::is_directory(folder))
+        tools::fail(path.string() + ": there is no folder " + folder.string());
+}
+
+} // namespace
+
 void createFolder(const fs::path& folder) {
     std::error_code error;
     fs::create_directories(folder, error);
@@ -51,11 +62,7 @@ void createFolder(const fs::path& folder) {
         tools::fail(folder.string() + ": cannot create the folder (" + error.message() + ")");
 }
 
-} // namespace
-
 std::vector<fs::path> resolveOutputs(const Options& options) {
-    if (options.outputFolder)
-        createFolder(*options.outputFolder);
     std::vector<fs::path> written;
     for (const TrackOptions& track : options.tracks)
         written.push_back(outputOf(options, track));
@@ -64,8 +71,11 @@ std::vector<fs::path> resolveOutputs(const Options& options) {
             written.push_back(*track.saveState);
     if (options.picture)
         written.push_back(*options.picture);
-    for (const fs::path& path : written)
+    for (const fs::path& path : written) {
         refuseInputs(options, path);
+        if (!options.outputFolder || path.parent_path() != *options.outputFolder)
+            requireFolder(path);
+    }
     refuseTwins(written);
     written.resize(options.tracks.size());
     return written;

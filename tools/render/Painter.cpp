@@ -1,6 +1,7 @@
 #include "tools/render/Painter.h"
 
 #include "tools/common/Failure.h"
+#include "tools/common/NewFile.h"
 
 namespace render {
 
@@ -68,10 +69,12 @@ double Painter::textWidth(const std::string& text, double size, bool bold) {
 }
 
 void Painter::save(const std::filesystem::path& path) {
-    const cairo_status_t status = cairo_surface_write_to_png(surface, path.c_str());
+    tools::NewFile file(path);
+    const cairo_status_t status = cairo_surface_write_to_png(surface, file.path().c_str());
     if (status != CAIRO_STATUS_SUCCESS)
         tools::fail(path.string() + ": cannot write the picture (" +
                     cairo_status_to_string(status) + ")");
+    file.keep();
 }
 
 void Painter::setFont(double size, bool bold) {

@@ -1,24 +1,14 @@
 #include "tools/render/ParamSettings.h"
 
 #include "tools/common/Failure.h"
+#include "tools/common/Text.h"
+#include "tools/render/Quantity.h"
 
-#include <cmath>
-#include <cstdlib>
 #include <iomanip>
-#include <optional>
 #include <sstream>
 
 namespace render {
 namespace {
-
-/// The number at the beginning of a text such as "-20.0 dB".
-std::optional<double> leadingNumber(const std::string& text) {
-    char* end = nullptr;
-    const double number = std::strtod(text.c_str(), &end);
-    if (end == text.c_str() || !std::isfinite(number))
-        return std::nullopt;
-    return number;
-}
 
 std::string textOf(const host::Params& params, const clap_param_info_t& info, double value) {
     const auto text = params.toText(info.id, value);
@@ -31,10 +21,9 @@ std::string rangeOf(const host::Params& params, const clap_param_info_t& info) {
     return textOf(params, info, info.min_value) + " to " + textOf(params, info, info.max_value);
 }
 
-bool isInRange(const host::Params& params, const clap_param_info_t& info, double plain) {
-    const auto low = leadingNumber(textOf(params, info, info.min_value));
-    const auto high = leadingNumber(textOf(params, info, info.max_value));
-    return low && high && plain >= *low && plain <= *high;
+/// A value of the host in the parameter's own unit, from the plug-in's text for it.
+Quantity plainOf(const host::Params& params, const clap_param_info_t& info, double value) {
+    return parseQuantity(textOf(params, info, value)).value_or(Quantity{});
 }
 
 [[noreturn]] void failUnknown(const host::Params& params, const std::string& name) {
@@ -48,12 +37,14 @@ double hostValue(const host::Params& params, const clap_param_info_t& info,
                  const ParamSetting& setting, std::size_t trackNumber) {
     const std::string where =
         "track " + std::to_string(trackNumber) + ", " + setting.name + "=" + setting.text + ": ";
-    const auto plain = leadingNumber(setting.text);
+    const Quantity low = plainOf(params, info, info.min_value);
+    const auto plain = parseIn(low.unit, setting.text);
     if (!plain)
-        tools::failUsage(where + "not a number");
-    if (!isInRange(params, info, *plain))
+        tools::failUsage(where + "not a number" + (low.unit.empty() ? "" : " in " + low.unit) +
+                         ": write it like " + textOf(params, info, info.default_value));
+    if (*plain < low.number || *plain > plainOf(params, info, info.max_value).number)
         tools::failUsage(where + "outside its range, " + rangeOf(params, info));
-    const auto value = params.fromText(info.id, setting.text);
+    const auto value = params.fromText(info.id, terminal::number(*plain));
     if (!value)
         tools::fail(where + "the plug-in does not understand this text");
     return *value;
@@ -77,7 +68,7 @@ void applySettings(const host::Params& params, const std::vector<ParamSetting>& 
 double plainValue(const host::Params& params, const std::string& name) {
     const auto info = params.find(name);
     const auto value = info ? params.value(info->id) : std::nullopt;
-    return value ? leadingNumber(textOf(params, *info, *value)).value_or(0.0) : 0.0;
+    return value ? plainOf(params, *info, *value).number : 0.0;
 }
 
 std::string describeParams(const host::Params& params) {

@@ -47,7 +47,10 @@ void printTitle(std::ostream& out, const TrackTrace& track) {
     out << '\n';
 }
 
-void printClipping(std::ostream& out, const TrackTrace& track) {
+void printNotes(std::ostream& out, const TrackTrace& track) {
+    if (!track.damage.empty())
+        out << "note: " << terminal::printable(track.inputPath.string()) << " is damaged, "
+            << track.damage << '\n';
     if (track.clippedSamples > 0)
         out << "note: " << track.clippedSamples << " samples of "
             << terminal::printable(track.outputPath.string())
@@ -86,7 +89,7 @@ void printReport(std::ostream& out, const RenderResult& result) {
     out << '\n';
     for (const TrackTrace& track : result.tracks) {
         out << terminal::printable(track.outputPath.string()) << '\n';
-        printClipping(out, track);
+        printNotes(out, track);
     }
     out << result.audioSeconds << " s in " << std::setprecision(2) << result.wallSeconds
         << " s: " << std::setprecision(1)

@@ -3,7 +3,8 @@
 #include "host/Params.h"
 #include "tools/common/Failure.h"
 #include "tools/common/InstanceSetup.h"
-#include "tools/common/Program.h"
+#include "tools/common/Interrupt.h"
+#include "tools/common/PluginFile.h"
 #include "tools/common/Registry.h"
 #include "tools/render/OutputPaths.h"
 #include "tools/render/ParamSettings.h"
@@ -13,6 +14,7 @@
 #include <chrono>
 #include <memory>
 #include <thread>
+#include <utility>
 
 namespace render {
 namespace {
@@ -28,10 +30,12 @@ public:
     RenderResult run(const ProgressSink& progress) {
         createTracks();
         checkSampleRates();
+        checkOutputs();
         prepareTracks();
         pairTracks();
         openOutputs();
         processAll(progress);
+        keepOutputs();
         saveStates();
         return collect();
     }
@@ -42,12 +46,14 @@ private:
     void setUp(std::size_t index);
     void traceSetup(std::size_t index);
     void checkSampleRates() const;
+    void checkOutputs() const;
     void prepareTracks();
     void pairTracks();
     void openOutputs();
     void processAll(const ProgressSink& progress);
     void processBlock(std::uint32_t frames);
     void notePartner(TrackTrace& trace, std::uint64_t remoteId) const;
+    void keepOutputs();
     void saveStates() const;
     [[nodiscard]] const shm::SlotSnapshot& slotOf(std::size_t index) const;
     [[nodiscard]] std::uint64_t latencyOf(std::size_t index) const;
@@ -67,6 +73,7 @@ private:
 
 void Session::createTracks() {
     for (const TrackOptions& track : options.tracks) {
+        tools::checkInterrupt();
         tracks.push_back(std::make_unique<Track>(library, track));
         identify(tracks.size() - 1);
         setUp(tracks.size() - 1);
@@ -77,8 +84,7 @@ void Session::createTracks() {
 void Session::identify(std::size_t index) {
     const std::uint64_t id = registry.identifyNewInstance();
     if (id == 0)
-        tools::fail("the registry has no free slot for track " + std::to_string(index + 1) +
-                    ": close other instances, or use --private");
+        tools::fail(tools::whyNoSlot(index + 1));
     ids.push_back(id);
 }
 
@@ -115,6 +121,12 @@ void Session::checkSampleRates() const {
                              std::to_string(tracks[i]->format().sampleRate) + " Hz");
 }
 
+/// While nothing has been written yet.
+void Session::checkOutputs() const {
+    for (std::size_t i = 0; i < tracks.size(); ++i)
+        tools::requireWritable(outputs[i], tracks[i]->format(), options.tracks[i].input);
+}
+
 void Session::prepareTracks() {
     for (const auto& track : tracks)
         track->prepare(options.blockSize);
@@ -147,6 +159,8 @@ std::uint64_t Session::latencyOf(std::size_t index) const {
 }
 
 void Session::openOutputs() {
+    if (options.outputFolder)
+        createFolder(*options.outputFolder);
     for (std::size_t i = 0; i < tracks.size(); ++i) {
         const std::uint64_t latency = latencyOf(i);
         tracks[i]->openOutput(outputs[i], 2 * latency, options.rawDelay);
@@ -169,6 +183,7 @@ void Session::processAll(const ProgressSink& progress) {
     while (done < total) {
         const auto frames =
             static_cast<std::uint32_t>(std::min<std::uint64_t>(options.blockSize, total - done));
+        tools::checkInterrupt();
         processBlock(frames);
         done += frames;
         if (options.realtime)
@@ -202,6 +217,14 @@ void Session::notePartner(TrackTrace& trace, std::uint64_t remoteId) const {
         trace.partner = static_cast<std::size_t>(found - ids.begin());
 }
 
+/// Only once all of them are whole: one that fails leaves none.
+void Session::keepOutputs() {
+    for (const auto& track : tracks)
+        track->finish();
+    for (const auto& track : tracks)
+        track->keep();
+}
+
 void Session::saveStates() const {
     for (std::size_t i = 0; i < tracks.size(); ++i)
         if (const auto& path = options.tracks[i].saveState)
@@ -215,7 +238,7 @@ RenderResult Session::collect() {
     result.audioSeconds = audioSeconds;
     result.wallSeconds = wallSeconds;
     for (const auto& track : tracks)
-        result.tracks.push_back(track->finish());
+        result.tracks.push_back(std::move(track->trace()));
     return result;
 }
 

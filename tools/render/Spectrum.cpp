@@ -2,6 +2,7 @@
 
 #include "dsp/fft.h"
 #include "tools/common/AudioFile.h"
+#include "tools/common/Interrupt.h"
 
 #include <algorithm>
 #include <array>
@@ -79,7 +80,7 @@ double Spectrum::levelDb(double hz) const {
 Spectrum averageSpectrum(const std::filesystem::path& path, std::uint64_t firstFrame,
                          std::uint64_t frames, const FrameFilter& counts) {
     dsp::fft::initTables();
-    tools::AudioReader reader(path);
+    tools::AudioReader reader(path, tools::Damaged::Accept); // the user has
     const double rate = reader.format().sampleRate;
     Spectrum spectrum{rate / static_cast<double>(kSize), std::vector<double>(kSize / 2)};
     const Frame window = hannWindow();
@@ -87,6 +88,7 @@ Spectrum averageSpectrum(const std::filesystem::path& path, std::uint64_t firstF
     double counted = 0.0;
     skip(reader, firstFrame);
     for (std::uint64_t end = kHop; end < frames + kHop; end += kHop) {
+        tools::checkInterrupt();
         advance(reader, frame);
         if (!counts((static_cast<double>(end) - kHop) / rate))
             continue;

@@ -31,6 +31,7 @@ struct TrackTrace {
     std::uint64_t frames = 0;                 ///< length of the input
     std::uint64_t outputOffset = 0;           ///< frames by which the output file lags the input
     std::uint64_t clippedSamples = 0;
+    std::string damage;          ///< of the input, accepted; empty: it is whole
     double gainTimeOffset = 0.0; ///< seconds by which a block's gain concerns earlier input
     std::vector<BlockTrace> blocks;
 };

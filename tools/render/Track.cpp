@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
 namespace render {
 namespace {
@@ -21,10 +20,11 @@ float peakOf(std::span<const double> left, std::span<const double> right) {
 } // namespace
 
 Track::Track(const host::Library& library, const TrackOptions& options)
-    : reader(options.input), pluginInstance(library, callbacks) {
+    : reader(options.input, options.damaged), pluginInstance(library, callbacks) {
     tools::initialise(pluginInstance);
     traced.inputPath = options.input;
     traced.frames = format().frames;
+    traced.damage = reader.damage();
 }
 
 void Track::prepare(std::uint32_t blockSize) {
@@ -58,10 +58,9 @@ void Track::addReduction(const float (&gainReductionDb)[kBands]) {
     std::copy_n(gainReductionDb, kBands, traced.blocks.back().gainReductionDb.begin());
 }
 
-TrackTrace Track::finish() {
+void Track::finish() {
     writer->finish();
     traced.clippedSamples = writer->clippedSamples();
-    return std::move(traced);
 }
 
 } // namespace render

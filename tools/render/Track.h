@@ -30,8 +30,9 @@ public:
     /// The next `frames` samples, at most the block size.
     void process(std::uint32_t frames);
     void addReduction(const float (&gainReductionDb)[kBands]);
-    /// Closes the output and gives what was recorded.
-    [[nodiscard]] TrackTrace finish();
+    /// Closes the output, and gives it its name.
+    void finish();
+    void keep() { writer->keep(); }
 
     TrackTrace& trace() { return traced; }
 

@@ -1,3 +1,5 @@
+#include "tools/common/Interrupt.h"
+#include "tools/common/PluginFile.h"
 #include "tools/common/Program.h"
 #include "tools/render/Options.h"
 #include "tools/render/Picture.h"
@@ -9,15 +11,16 @@
 namespace {
 
 void run(render::Options options) {
+    tools::catchInterrupts();
     options.plugin = tools::settleIn(options.plugin, options.privateRegistry);
     if (options.listParams) {
         std::cout << render::listParams(options);
         return;
     }
     const render::RenderResult result = render::renderSession(options, render::progressBar());
-    render::printReport(std::cout, result);
     if (options.picture)
         render::drawPicture(result, *options.picture);
+    render::printReport(std::cout, result);
 }
 
 } // namespace

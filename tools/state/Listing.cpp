@@ -22,4 +22,11 @@ bool isWhole(const Listing& listing) {
                                [](const Field& field) { return field.remark.empty(); });
 }
 
+bool isState(const Listing& listing) {
+    const auto remarked = [](const Field& field) { return !field.remark.empty(); };
+    const bool hasTrailer =
+        std::ranges::find(listing.fields, "trailerTag", &Field::name) != listing.fields.end();
+    return loads(listing) && (hasTrailer || std::ranges::none_of(listing.fields, remarked));
+}
+
 } // namespace listing

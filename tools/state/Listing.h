@@ -36,6 +36,10 @@ struct Listing {
 /// It would load all of a current state as it stands: nothing is missing, changed or ignored.
 [[nodiscard]] bool isWhole(const Listing& listing);
 
+/// It is one, as far as can be told: the plug-in loads it, and either it has a trailer or, as those
+/// of early versions, nothing but possible values.
+[[nodiscard]] bool isState(const Listing& listing);
+
 // The steps of list: each appends what it finds.
 void addHead(Listing& listing);
 void addParams(Listing& listing);

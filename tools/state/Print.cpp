@@ -3,7 +3,6 @@
 #include "tools/common/Text.h"
 
 namespace listing {
-namespace {
 
 std::string verdict(const Listing& listing) {
     if (listing.bytes == 0)
@@ -14,11 +13,16 @@ std::string verdict(const Listing& listing) {
     if (!loads(listing))
         return "The plug-in refuses it: it holds no parameter. The names and bands ahead of them "
                "are taken all the same.";
+    if (!isState(listing))
+        return "It is no saved state, though the plug-in would load it: it has no trailer, and "
+               "impossible values.";
     if (!isWhole(listing))
         return "The plug-in loads it, but some settings are missing, changed or ignored (see "
                "remarks).";
     return "The plug-in loads all of it.";
 }
+
+namespace {
 
 std::string trailerText(const Listing& listing) {
     for (const Field& field : listing.fields)

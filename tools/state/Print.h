@@ -7,6 +7,9 @@
 
 namespace listing {
 
+/// What the plug-in does with it, in a sentence.
+[[nodiscard]] std::string verdict(const Listing& listing);
+
 /// `title` names the state in its first line.
 [[nodiscard]] std::string table(const Listing& listing, const std::string& title);
 
