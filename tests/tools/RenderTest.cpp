@@ -5,9 +5,11 @@
 #include "tools/common/StateFile.h"
 #include "tools/render/Options.h"
 #include "tools/render/OutputPaths.h"
+#include "tools/render/Picture.h"
 #include "tools/render/Session.h"
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -89,6 +91,35 @@ TEST_F(Render, NeverOverwritesAnInput) {
     EXPECT_NE(refusalOf({"a.wav", "a.wav"}).find("two outputs"), std::string::npos);
     EXPECT_EQ(resolveOutputs(parsed({"a.wav", "b.wav", "--out", "2:c.wav"})),
               (std::vector<fs::path>{"a-ducked.wav", "c.wav"}));
+}
+
+/// Whether the ink of two texts is less than two pixels apart.
+bool touch(const render::Rect& a, const render::Rect& b) {
+    return a.x < b.right() + 2 && b.x < a.right() + 2 && a.y < b.bottom() + 2 &&
+           b.y < a.bottom() + 2;
+}
+
+TEST_F(Render, NoTextOfAPictureTouchesAnotherOrTheRim) {
+    for (const char* name : {"a.wav", "b.wav", "alone.wav"})
+        (void)write(name, support::noise(4800, 0.25, 1));
+    render::RenderResult result = run({"a.wav", "b.wav", "alone.wav", "--duck", "1=off"});
+    for (const char* letter : {"W", "i", "Ä"})
+        for (std::string name = letter; name.size() <= 60 * std::strlen(letter); name += letter) {
+            SCOPED_TRACE(name);
+            for (render::TrackTrace& track : result.tracks) {
+                track.name = name;
+                track.peerName = track.partner ? name : "";
+            }
+            const render::Painter picture = paintPicture(result);
+            const auto& texts = picture.texts();
+            ASSERT_GT(texts.size(), 3U * 20U);
+            for (auto text = texts.begin(); text != texts.end(); ++text) {
+                EXPECT_TRUE(text->ink.x > 2 && text->ink.right() < 1398) << text->text;
+                for (auto other = texts.begin(); other != text; ++other)
+                    EXPECT_FALSE(touch(text->ink, other->ink))
+                        << text->text << " | " << other->text;
+            }
+        }
 }
 
 TEST_F(Render, OvershootIsCutOffAndCounted) {
