@@ -3,15 +3,19 @@
 #include "tools/common/AudioFile.h"
 #include "tools/common/Failure.h"
 #include "tools/common/StateFile.h"
+#include "tools/render/Embed.h"
 #include "tools/render/Options.h"
 #include "tools/render/OutputPaths.h"
+#include "tools/render/Page.h"
 #include "tools/render/Picture.h"
 #include "tools/render/Session.h"
 
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 namespace {
@@ -79,6 +83,9 @@ TEST_F(Render, NeverOverwritesAnInput) {
     fs::create_symlink("a.wav", "symbolic.wav");
     fs::create_hard_link("b.wav", "hard.wav");
     fs::create_directory_symlink(folder, "again");
+    fs::create_directory("page");
+    fs::create_symlink("../a.wav", "page/index.html");
+    EXPECT_NE(refusalOf({"a.wav", "--page", "page"}).find("would overwrite"), std::string::npos);
     for (const char* output : {"a.wav", "symbolic.wav", "hard.wav", "again/b.wav", "state"})
         for (const auto& [option, track] :
              {std::pair{"--out", "1:"}, {"--save-state", "1:"}, {"--picture", ""}}) {
@@ -120,6 +127,32 @@ TEST_F(Render, NoTextOfAPictureTouchesAnotherOrTheRim) {
                         << text->text << " | " << other->text;
             }
         }
+}
+
+TEST_F(Render, PageHoldsSoundsAlignedAndHostileNamesAsText) {
+    for (const auto& [bytes, text] : {std::pair{"", ""},
+                                      {"f", "Zg=="},
+                                      {"fo", "Zm8="},
+                                      {"foo", "Zm9v"},
+                                      {"\xFF\xFE\xFD", "//79"}})
+        EXPECT_EQ(render::base64(bytes), text);
+    const Stereo in = support::noise(10007, 0.25, 1);
+    (void)write("in.wav", in);
+    const std::string name = "</script><b>'\"&@DATA@";
+    const render::RenderResult result = run({"in.wav", "--raw-delay", "--name", "1:" + name});
+    std::ofstream("after.flac") << render::flacOf("in-ducked.wav", 2048, 10007);
+    EXPECT_LT(support::largestError(read("after.flac"), in, 0, 1, 0), 1.0 / 32768);
+
+    (void)render::writePage({{"", "", render::shellCommand({"x", "", "it's"}), result}},
+                            "index.html");
+    std::string page(fs::file_size("index.html"), ' ');
+    std::ifstream("index.html").read(page.data(), static_cast<std::streamsize>(page.size()));
+    const std::size_t from = page.find('>', page.find("<script id=\"data\"")) + 1;
+    const auto data = nlohmann::json::parse(page.substr(from, page.find("</script>") - from));
+    EXPECT_EQ(data[0]["command"], "x '' 'it'\\''s'");
+    EXPECT_EQ(data[0]["tracks"][0]["name"], name);
+    EXPECT_EQ(data[0]["tracks"][0]["after"],
+              render::base64(render::flacOf("in-ducked.wav", 2048, 10007)));
 }
 
 TEST_F(Render, OvershootIsCutOffAndCounted) {

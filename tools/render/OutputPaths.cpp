@@ -56,6 +56,8 @@ void createFolder(const fs::path& folder) {
 std::vector<fs::path> resolveOutputs(const Options& options) {
     if (options.outputFolder)
         createFolder(*options.outputFolder);
+    if (options.page)
+        createFolder(*options.page);
     std::vector<fs::path> written;
     for (const TrackOptions& track : options.tracks)
         written.push_back(outputOf(options, track));
@@ -64,6 +66,8 @@ std::vector<fs::path> resolveOutputs(const Options& options) {
             written.push_back(*track.saveState);
     if (options.picture)
         written.push_back(*options.picture);
+    if (options.page)
+        written.push_back(pageFile(*options.page));
     for (const fs::path& path : written)
         refuseInputs(options, path);
     refuseTwins(written);

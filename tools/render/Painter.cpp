@@ -86,6 +86,16 @@ std::string Painter::fitted(const std::string& text, double size, double width, 
     return kept + kEllipsis;
 }
 
+std::string Painter::png() const {
+    std::string bytes;
+    const auto append = [](void* to, const unsigned char* data, unsigned size) {
+        static_cast<std::string*>(to)->append(reinterpret_cast<const char*>(data), size);
+        return CAIRO_STATUS_SUCCESS;
+    };
+    cairo_surface_write_to_png_stream(surface.get(), append, &bytes);
+    return bytes;
+}
+
 void Painter::save(const std::filesystem::path& path) {
     const cairo_status_t status = cairo_surface_write_to_png(surface.get(), path.c_str());
     if (status != CAIRO_STATUS_SUCCESS)

@@ -51,6 +51,8 @@ public:
     /// All texts so far that have any ink.
     [[nodiscard]] const std::vector<PlacedText>& texts() const { return placed; }
 
+    /// The bytes of a PNG file.
+    [[nodiscard]] std::string png() const;
     /// Throws tools::Failure when the file cannot be written.
     void save(const std::filesystem::path& path);
 
