@@ -143,8 +143,7 @@ TEST_F(Render, PageHoldsSoundsAlignedAndHostileNamesAsText) {
     std::ofstream("after.flac") << render::flacOf("in-ducked.wav", 2048, 10007);
     EXPECT_LT(support::largestError(read("after.flac"), in, 0, 1, 0), 1.0 / 32768);
 
-    (void)render::writePage({{"", "", render::shellCommand({"x", "", "it's"}), result}},
-                            "index.html");
+    render::writePage({{"", "", render::shellCommand({"x", "", "it's"}), result}}, "index.html");
     std::string page(fs::file_size("index.html"), ' ');
     std::ifstream("index.html").read(page.data(), static_cast<std::streamsize>(page.size()));
     const std::size_t from = page.find('>', page.find("<script id=\"data\"")) + 1;

@@ -79,6 +79,7 @@ std::vector<std::string> commandOf(const Demo& demo, const fs::path& program,
 
 render::Options optionsOf(const std::vector<std::string>& command) {
     std::vector<const char*> words;
+    words.reserve(command.size());
     for (const std::string& word : command)
         words.push_back(word.c_str());
     return render::parseOptions(static_cast<int>(words.size()), words.data()).value();

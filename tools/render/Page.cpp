@@ -70,15 +70,13 @@ std::string shellCommand(const std::vector<std::string>& words) {
     return line;
 }
 
-std::uintmax_t writePage(const std::vector<PageSection>& sections,
-                         const std::filesystem::path& path) {
+void writePage(const std::vector<PageSection>& sections, const std::filesystem::path& path) {
     Json data = Json::array();
     for (const PageSection& section : sections)
         data.push_back(sectionJson(section));
     std::string page = kPageTemplate;
     page.replace(page.find(kDataMark), kDataMark.size(), scriptText(data));
     write(path, page);
-    return page.size();
 }
 
 } // namespace render

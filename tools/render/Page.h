@@ -20,9 +20,7 @@ struct PageSection {
 [[nodiscard]] std::string shellCommand(const std::vector<std::string>& words);
 
 /// Writes HTML with pictures and sounds inside, read from the files of the renderings; a minute of
-/// one stereo track, before and after, takes about 15 MB. Returns the size in bytes. Throws
-/// tools::Failure.
-std::uintmax_t writePage(const std::vector<PageSection>& sections,
-                         const std::filesystem::path& path);
+/// two stereo tracks, before and after, takes about 18 MB. Throws tools::Failure.
+void writePage(const std::vector<PageSection>& sections, const std::filesystem::path& path);
 
 } // namespace render
