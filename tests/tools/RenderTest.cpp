@@ -6,17 +6,22 @@
 #include "tools/common/Interrupt.h"
 #include "tools/common/Program.h"
 #include "tools/common/StateFile.h"
+#include "tools/render/Embed.h"
 #include "tools/render/Options.h"
 #include "tools/render/OutputPaths.h"
+#include "tools/render/Page.h"
+#include "tools/render/Picture.h"
 #include "tools/render/Session.h"
 
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -94,6 +99,9 @@ TEST_F(Render, NeverOverwritesAnInput) {
     for (const char* link : {"hard.wav", "hard.png"})
         fs::create_hard_link("b.wav", link);
     fs::create_directory_symlink(folder, "again");
+    fs::create_directory("page");
+    fs::create_symlink("../a.wav", "page/index.html");
+    EXPECT_NE(refusalOf({"a.wav", "--page", "page"}).find("would overwrite"), std::string::npos);
     for (const char* output : {"a.wav", "symbolic.wav", "hard.wav", "again/b.wav", "state"})
         for (const auto& [option, word] : {std::pair{"--out", std::string("1:") + output},
                                            {"--save-state", std::string("1:") + output},
@@ -106,6 +114,60 @@ TEST_F(Render, NeverOverwritesAnInput) {
     EXPECT_NE(refusalOf({"a.wav", "a.wav"}).find("two outputs"), std::string::npos);
     EXPECT_EQ(resolveOutputs(parsed({"a.wav", "b.wav", "--out", "2:c.wav"})),
               (std::vector<fs::path>{"a-ducked.wav", "c.wav"}));
+}
+
+/// Whether the ink of two texts is less than two pixels apart.
+bool touch(const render::Rect& a, const render::Rect& b) {
+    return a.x < b.right() + 2 && b.x < a.right() + 2 && a.y < b.bottom() + 2 &&
+           b.y < a.bottom() + 2;
+}
+
+TEST_F(Render, NoTextOfAPictureTouchesAnotherOrTheRim) {
+    for (const char* name : {"a.wav", "b.wav", "alone.wav"})
+        (void)write(name, support::noise(4800, 0.25, 1));
+    render::RenderResult result = run({"a.wav", "b.wav", "alone.wav", "--duck", "1=off"});
+    for (const char* letter : {"W", "i", "Ä"})
+        for (std::string name = letter; name.size() <= 60 * std::strlen(letter); name += letter) {
+            SCOPED_TRACE(name);
+            for (render::TrackTrace& track : result.tracks) {
+                track.name = name;
+                track.peerName = track.partner ? name : "";
+            }
+            const render::Painter picture = paintPicture(result);
+            const auto& texts = picture.texts();
+            ASSERT_GT(texts.size(), 3U * 20U);
+            for (auto text = texts.begin(); text != texts.end(); ++text) {
+                EXPECT_TRUE(text->ink.x > 2 && text->ink.right() < 1398) << text->text;
+                for (auto other = texts.begin(); other != text; ++other)
+                    EXPECT_FALSE(touch(text->ink, other->ink))
+                        << text->text << " | " << other->text;
+            }
+        }
+}
+
+TEST_F(Render, PageHoldsSoundsAlignedAndHostileNamesAsText) {
+    for (const auto& [bytes, text] : {std::pair{"", ""},
+                                      {"f", "Zg=="},
+                                      {"fo", "Zm8="},
+                                      {"foo", "Zm9v"},
+                                      {"\xFF\xFE\xFD", "//79"}})
+        EXPECT_EQ(render::base64(bytes), text);
+    const Stereo in = support::noise(10007, 0.25, 1);
+    (void)write("in.wav", in);
+    const std::string name = "</script><b>'\"&@DATA@";
+    const render::RenderResult result = run({"in.wav", "--raw-delay", "--name", "1:" + name});
+    std::ofstream("after.flac") << render::flacOf("in-ducked.wav", 2048, 10007);
+    EXPECT_LT(support::largestError(read("after.flac"), in, 0, 1, 0), 1.0 / 32768);
+
+    render::writePage({{"", "", render::shellCommand({"x", "", "it's"}), result}}, "index.html");
+    std::string page(fs::file_size("index.html"), ' ');
+    std::ifstream("index.html").read(page.data(), static_cast<std::streamsize>(page.size()));
+    const std::size_t from = page.find('>', page.find("<script id=\"data\"")) + 1;
+    const auto data = nlohmann::json::parse(page.substr(from, page.find("</script>") - from));
+    EXPECT_EQ(data[0]["command"], "x '' 'it'\\''s'");
+    EXPECT_EQ(data[0]["tracks"][0]["name"], name);
+    EXPECT_EQ(data[0]["tracks"][0]["after"],
+              render::base64(render::flacOf("in-ducked.wav", 2048, 10007)));
 }
 
 TEST_F(Render, OvershootIsCutOffAndCounted) {
@@ -281,7 +343,7 @@ TEST_F(Render, TheManualsRecipesCanBeTyped) {
         EXPECT_EQ(failureOf([&typed] { (void)run(typed); }), "");
         ++recipes;
     }
-    EXPECT_EQ(recipes, 3);
+    EXPECT_EQ(recipes, 4);
 }
 
 } // namespace

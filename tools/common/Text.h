@@ -54,6 +54,13 @@ inline std::size_t width(std::string_view text) {
         text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80; }));
 }
 
+/// Takes the last character off valid UTF-8 that is not empty.
+inline void dropLast(std::string& text) {
+    while ((static_cast<unsigned char>(text.back()) & 0xC0U) == 0x80)
+        text.pop_back();
+    text.pop_back();
+}
+
 /// A number with at most six significant digits; '?' when it is not finite.
 inline std::string number(double value) {
     if (!std::isfinite(value))

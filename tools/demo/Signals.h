@@ -1,4 +1,4 @@
-/// The sounds of the demo, made from nothing or from recorded speech.
+/// The sounds of the demo, made from nothing or from recordings.
 #pragma once
 
 #include <filesystem>
@@ -7,6 +7,7 @@
 namespace demo {
 
 inline constexpr int kSampleRate = 48000;
+inline constexpr int kRecordingRate = 44100; ///< of tabla and guitar
 
 /// One vector a channel, all of one length, within full scale.
 using Sound = std::vector<std::vector<double>>;
@@ -25,12 +26,18 @@ using Sound = std::vector<std::vector<double>>;
 /// tools::Failure when it is not installed.
 [[nodiscard]] Sound loadSpeech();
 
+/// A recorded tabla, and a recorded guitar chord that is struck four times in the same length;
+/// stereo, from sonic-pi-samples. Throw tools::Failure when it is not installed.
+[[nodiscard]] Sound loadTabla();
+[[nodiscard]] Sound loadGuitar();
+
+/// Of a sound at kSampleRate.
 [[nodiscard]] double secondsOf(const Sound& sound);
 
 /// Writes 24-bit WAV. Throws tools::Failure.
-void save(const Sound& sound, const std::filesystem::path& path);
+void save(const Sound& sound, const std::filesystem::path& path, int sampleRate = kSampleRate);
 
-/// Writes the sum of two files of one length or nearly so, stereo, at 0.7 of their levels.
+/// Writes the sum of two files of one rate, stereo, at 0.7 of their levels, as long as the longer.
 void saveMix(const std::filesystem::path& a, const std::filesystem::path& b,
              const std::filesystem::path& path);
 

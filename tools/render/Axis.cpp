@@ -9,9 +9,9 @@ namespace {
 constexpr double kWidth = 1400.0;
 constexpr double kMargin = 36.0;
 constexpr double kHeaderHeight = 76.0;
-constexpr double kTrackHeight = 412.0;
+constexpr double kTrackHeight = 436.0;
 constexpr double kHeadingDrop = 30.0; ///< from the top of a track's part to its heading
-constexpr double kPlotDrop = 74.0;    ///< and to its plots
+constexpr double kPlotDrop = 98.0;    ///< and to its plots
 constexpr double kPlotHeight = 270.0;
 constexpr double kLabelWidth = 56.0; ///< numbers beside a plot
 constexpr double kGap = 40.0;

@@ -42,7 +42,7 @@ struct RawTrackArguments {
 struct RawFlags {
     bool fast = false;
     bool acceptDamaged = false;
-    std::string outputFolder, plugin, picture, pair = "order";
+    std::string outputFolder, plugin, picture, page, pair = "order";
 };
 
 void declareTrackOptions(CLI::App& app, RawTrackArguments& raw) {
@@ -71,6 +71,11 @@ void declareGeneralOptions(CLI::App& app, Options& options, RawFlags& raw) {
         ->type_name("DIR");
     app.add_option("--picture", raw.picture, "Draw spectra and gain reduction of all tracks")
         ->type_name("FILE.png");
+    app.add_option("--page", raw.page,
+                   "Write DIR/index.html, to see and hear all tracks before and after; it needs no "
+                   "other file")
+        ->type_name("DIR");
+    app.add_flag("--json", options.json, "Print the figures as JSON instead of as a table");
     app.add_option("--block", options.blockSize, "Samples a block")
         ->type_name("SIZE")
         ->check(CLI::Range(1U, kMaxBlock))
@@ -154,6 +159,7 @@ void applyFlags(Options& options, const RawFlags& raw) {
     options.outputFolder = given(raw.outputFolder);
     options.plugin = given(raw.plugin);
     options.picture = given(raw.picture);
+    options.page = given(raw.page);
     options.pairByStates = raw.pair == "states";
     if (raw.acceptDamaged)
         for (TrackOptions& track : options.tracks)

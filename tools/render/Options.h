@@ -37,6 +37,7 @@ struct Options {
     std::optional<std::filesystem::path> outputFolder;
     std::optional<std::filesystem::path> plugin; ///< none: searched for
     std::optional<std::filesystem::path> picture;
+    std::optional<std::filesystem::path> page; ///< folder for index.html
     bool pairByStates = false; ///< the instances pair by themselves, as their states say
     std::string pairWith;      ///< display name of an instance elsewhere; empty: none
     double waitSeconds = 30.0;
@@ -44,6 +45,7 @@ struct Options {
     bool realtime = false;
     bool privateRegistry = false;
     bool listParams = false;
+    bool json = false;
 };
 
 /// The name of a track when neither command line nor state has one.

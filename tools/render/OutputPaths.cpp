@@ -46,6 +46,11 @@ void refuseTwins(const std::vector<fs::path>& outputs) {
                                  "them another name");
 }
 
+/// Directly, whether or not the folder is there and its name ends with a slash.
+bool isIn(const std::optional<fs::path>& folder, const fs::path& path) {
+    return folder && *folder / path.filename() == path;
+}
+
 /// Before a rendering, not after it.
 void requireFolder(const fs::path& path) {
     const fs::path folder = path.has_parent_path() ? path.parent_path() : ".";
@@ -71,9 +76,11 @@ std::vector<fs::path> resolveOutputs(const Options& options) {
             written.push_back(*track.saveState);
     if (options.picture)
         written.push_back(*options.picture);
+    if (options.page)
+        written.push_back(pageFile(*options.page));
     for (const fs::path& path : written) {
         refuseInputs(options, path);
-        if (!options.outputFolder || path.parent_path() != *options.outputFolder)
+        if (!isIn(options.outputFolder, path) && !isIn(options.page, path))
             requireFolder(path);
     }
     refuseTwins(written);

@@ -2,19 +2,20 @@
 
 #include "tools/common/Failure.h"
 #include "tools/common/NewFile.h"
+#include "tools/common/Text.h"
 
 namespace render {
+namespace {
+
+constexpr const char* kEllipsis = "\u2026";
+
+} // namespace
 
 Painter::Painter(double width, double height, Colour background)
     : surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(width),
                                          static_cast<int>(height))),
-      cairo(cairo_create(surface)) {
+      context(cairo_create(surface.get())), cairo(context.get()) {
     fill({0.0, 0.0, width, height}, background);
-}
-
-Painter::~Painter() {
-    cairo_destroy(cairo);
-    cairo_surface_destroy(surface);
 }
 
 void Painter::fill(const Rect& rect, Colour colour) {
@@ -52,11 +53,19 @@ void Painter::fillBetween(const std::vector<Point>& upper, const std::vector<Poi
 
 void Painter::text(Point baseline, const std::string& text, double size, Colour colour, Align align,
                    bool bold) {
-    const double width = align == Align::Left ? 0.0 : textWidth(text, size, bold);
-    const double shift = align == Align::Right ? width : width / 2.0;
     setFont(size, bold);
     setColour(colour);
-    cairo_move_to(cairo, baseline.x - shift, baseline.y);
+    cairo_text_extents_t extents{};
+    cairo_text_extents(cairo, text.c_str(), &extents);
+    const double shift = align == Align::Left    ? 0.0
+                         : align == Align::Right ? extents.x_advance
+                                                 : extents.x_advance / 2.0;
+    const Point start{baseline.x - shift, baseline.y};
+    if (extents.width > 0.0)
+        placed.push_back({text,
+                          {start.x + extents.x_bearing, start.y + extents.y_bearing, extents.width,
+                           extents.height}});
+    cairo_move_to(cairo, start.x, start.y);
     cairo_show_text(cairo, text.c_str());
     cairo_new_path(cairo); // text leaves a current point behind, where the next line would start
 }
@@ -68,9 +77,29 @@ double Painter::textWidth(const std::string& text, double size, bool bold) {
     return extents.x_advance;
 }
 
+std::string Painter::fitted(const std::string& text, double size, double width, bool bold) {
+    std::string kept = terminal::printable(text);
+    if (textWidth(kept, size, bold) <= width)
+        return kept;
+    do
+        terminal::dropLast(kept);
+    while (!kept.empty() && textWidth(kept + kEllipsis, size, bold) > width);
+    return kept + kEllipsis;
+}
+
+std::string Painter::png() const {
+    std::string bytes;
+    const auto append = [](void* to, const unsigned char* data, unsigned size) {
+        static_cast<std::string*>(to)->append(reinterpret_cast<const char*>(data), size);
+        return CAIRO_STATUS_SUCCESS;
+    };
+    cairo_surface_write_to_png_stream(surface.get(), append, &bytes);
+    return bytes;
+}
+
 void Painter::save(const std::filesystem::path& path) {
     tools::NewFile file(path);
-    const cairo_status_t status = cairo_surface_write_to_png(surface, file.path().c_str());
+    const cairo_status_t status = cairo_surface_write_to_png(surface.get(), file.path().c_str());
     if (status != CAIRO_STATUS_SUCCESS)
         tools::fail(path.string() + ": cannot write the picture (" +
                     cairo_status_to_string(status) + ")");

@@ -5,6 +5,7 @@
 
 #include <cairo.h>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,13 +24,16 @@ struct Point {
 
 enum class Align { Left, Centre, Right };
 
+/// A text and the box round its ink.
+struct PlacedText {
+    std::string text;
+    Rect ink;
+};
+
 /// A PNG in the making, in pixels from the upper left corner.
 class Painter {
 public:
     Painter(double width, double height, Colour background);
-    ~Painter();
-    Painter(const Painter&) = delete;
-    Painter& operator=(const Painter&) = delete;
 
     void fill(const Rect& rect, Colour colour);
     void outline(const Rect& rect, Colour colour);
@@ -41,17 +45,30 @@ public:
     void text(Point baseline, const std::string& text, double size, Colour colour,
               Align align = Align::Left, bool bold = false);
     [[nodiscard]] double textWidth(const std::string& text, double size, bool bold = false);
+    /// The text, made printable and, where it is wider than `width`, cut with an ellipsis.
+    [[nodiscard]] std::string fitted(const std::string& text, double size, double width,
+                                     bool bold = false);
+    /// All texts so far that have any ink.
+    [[nodiscard]] const std::vector<PlacedText>& texts() const { return placed; }
 
+    /// The bytes of a PNG file.
+    [[nodiscard]] std::string png() const;
     /// Throws tools::Failure when the file cannot be written.
     void save(const std::filesystem::path& path);
 
 private:
+    template <auto destroy>
+    struct Destroy {
+        void operator()(auto* object) const { destroy(object); }
+    };
     void setFont(double size, bool bold);
     void setColour(Colour colour);
     void trace(const std::vector<Point>& points);
 
-    cairo_surface_t* surface;
-    cairo_t* cairo;
+    std::unique_ptr<cairo_surface_t, Destroy<cairo_surface_destroy>> surface;
+    std::unique_ptr<cairo_t, Destroy<cairo_destroy>> context;
+    cairo_t* cairo; ///< the context, for the calls
+    std::vector<PlacedText> placed;
 };
 
 } // namespace render

@@ -1,12 +1,14 @@
 #include "tools/render/Picture.h"
 
 #include "tools/render/Axis.h"
-#include "tools/render/Painter.h"
 #include "tools/render/Plot.h"
 #include "tools/render/Theme.h"
 
 namespace render {
 namespace {
+
+constexpr double kNameShare = 0.45; ///< of the width, at most; the rest is for the role
+constexpr double kHeadingGap = 16.0;
 
 std::string roleOf(const TrackTrace& track) {
     if (track.peerName.empty())
@@ -16,13 +18,16 @@ std::string roleOf(const TrackTrace& track) {
 
 void drawHeading(Painter& painter, const TrackTrace& track, const PictureLayout& layout,
                  double baseline) {
-    painter.line({layout.margin, baseline - 30.0}, {layout.width - layout.margin, baseline - 30.0},
-                 theme::kGrid);
-    painter.text({layout.margin, baseline}, track.name, theme::kHeadingSize, theme::kText,
-                 Align::Left, true);
-    const double width = painter.textWidth(track.name, theme::kHeadingSize, true);
-    painter.text({layout.margin + width + 16.0, baseline}, roleOf(track), theme::kHeadingSize,
-                 theme::kFaintText);
+    const double right = layout.width - layout.margin;
+    painter.line({layout.margin, baseline - 30.0}, {right, baseline - 30.0}, theme::kGrid);
+    const std::string name =
+        painter.fitted(track.name, theme::kHeadingSize, layout.width * kNameShare, true);
+    painter.text({layout.margin, baseline}, name, theme::kHeadingSize, theme::kText, Align::Left,
+                 true);
+    const double x =
+        layout.margin + painter.textWidth(name, theme::kHeadingSize, true) + kHeadingGap;
+    painter.text({x, baseline}, painter.fitted(roleOf(track), theme::kHeadingSize, right - x),
+                 theme::kHeadingSize, theme::kFaintText);
 }
 
 const TrackTrace* partnerOf(const RenderResult& result, const TrackTrace& track) {
@@ -31,7 +36,7 @@ const TrackTrace* partnerOf(const RenderResult& result, const TrackTrace& track)
 
 } // namespace
 
-void drawPicture(const RenderResult& result, const std::filesystem::path& path) {
+Painter paintPicture(const RenderResult& result) {
     const PictureLayout layout = layoutPicture(result.tracks.size());
     Painter painter(layout.width, layout.height, theme::kBackground);
     painter.text({layout.margin, layout.titleY}, "Spectral ducking", theme::kTitleSize,
@@ -43,7 +48,11 @@ void drawPicture(const RenderResult& result, const std::filesystem::path& path) 
         drawReductionPlot(painter, layout.tracks[i].reduction, result, track,
                           partnerOf(result, track));
     }
-    painter.save(path);
+    return painter;
+}
+
+void drawPicture(const RenderResult& result, const std::filesystem::path& path) {
+    paintPicture(result).save(path);
 }
 
 } // namespace render

@@ -6,7 +6,10 @@ namespace render {
 namespace {
 
 constexpr double kSwatch = 18.0;
-constexpr double kCaptionLift = 12.0;
+constexpr double kSwatchGap = 7.0;
+constexpr double kEntryGap = 16.0;
+constexpr double kLegendLift = 12.0;
+constexpr double kCaptionLift = 36.0;
 
 void drawSwatch(Painter& painter, Point at, const LegendEntry& entry) {
     const double height = entry.isArea ? 11.0 : 3.0;
@@ -41,20 +44,21 @@ void drawGridY(Painter& painter, const Rect& panel, const Axis& axis,
         painter.text({labelX, y + 5.0}, tick.label, theme::kLabelSize, theme::kFaintText,
                      Align::Right);
     }
-    painter.text({labelX, panel.y - kCaptionLift}, unit, theme::kLabelSize, theme::kFaintText,
+    painter.text({labelX, panel.y - kLegendLift}, unit, theme::kLabelSize, theme::kFaintText,
                  Align::Right);
 }
 
 void drawCaption(Painter& painter, const Rect& panel, const std::string& caption,
                  const std::vector<LegendEntry>& legend) {
-    const double baseline = panel.y - kCaptionLift;
-    painter.text({panel.x, baseline}, caption, theme::kLabelSize, theme::kText);
-    double x = panel.right();
-    for (auto entry = legend.rbegin(); entry != legend.rend(); ++entry) {
-        painter.text({x, baseline}, entry->text, theme::kLabelSize, theme::kText, Align::Right);
-        x -= painter.textWidth(entry->text, theme::kLabelSize) + kSwatch + 7.0;
-        drawSwatch(painter, {x, baseline}, *entry);
-        x -= 16.0;
+    const double baseline = panel.y - kLegendLift;
+    painter.text({panel.x, panel.y - kCaptionLift}, caption, theme::kLabelSize, theme::kText);
+    double x = panel.x;
+    for (const LegendEntry& entry : legend) {
+        drawSwatch(painter, {x, baseline}, entry);
+        x += kSwatch + kSwatchGap;
+        const std::string text = painter.fitted(entry.text, theme::kLabelSize, panel.right() - x);
+        painter.text({x, baseline}, text, theme::kLabelSize, theme::kText);
+        x += painter.textWidth(text, theme::kLabelSize) + kEntryGap;
     }
 }
 

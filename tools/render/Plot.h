@@ -33,7 +33,8 @@ struct LegendEntry {
     Colour colour;
     bool isArea = false;
 };
-/// Caption at the left above the panel, legend at the right.
+/// Above the panel the caption and, on a line of its own, the legend, whose last entry is cut with
+/// an ellipsis where it does not fit.
 void drawCaption(Painter& painter, const Rect& panel, const std::string& caption,
                  const std::vector<LegendEntry>& legend);
 

@@ -92,16 +92,16 @@ void drawReductionPlot(Painter& painter, const Rect& panel, const RenderResult& 
     drawPanel(painter, panel);
     drawGridX(painter, panel, time, secondTicks(seconds), "s");
     drawGridY(painter, panel, y, decibelTicks(y, rangeDb > 30.0 ? 6.0 : 3.0), "dB");
-    std::vector<LegendEntry> legend;
-    if (partner != nullptr) {
+    if (partner != nullptr)
         drawPartner(painter, panel, time, result, *partner);
-        legend.push_back(
-            {"amplitude of " + partner->name + " (own scale)", theme::kPartner.faded(0.5), true});
-    }
     for (std::size_t band = kBands; band-- > 0;)
         drawBand(painter, panel, time, y, result, track, band);
+    std::vector<LegendEntry> legend;
     for (std::size_t band = 0; band < kBands; ++band)
-        legend.push_back({theme::kBandNames[band], theme::kBandColours[band]});
+        legend.push_back({kBandNames[band], theme::kBandColours[band]});
+    if (partner != nullptr)
+        legend.push_back(
+            {"amplitude (own scale) of " + partner->name, theme::kPartner.faded(0.5), true});
     drawCaption(painter, panel, deepestDb(track) < 0.0 ? "Gain reduction" : "Gain reduction: none",
                 legend);
 }

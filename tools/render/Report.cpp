@@ -19,11 +19,8 @@ constexpr const char* kHead =
 std::string column(const std::string& name, std::size_t columns) {
     std::string text = terminal::printable(name);
     const bool fits = terminal::width(text) <= columns;
-    while (!fits && terminal::width(text) > columns - 3) {
-        while ((static_cast<unsigned char>(text.back()) & 0xC0U) == 0x80)
-            text.pop_back();
-        text.pop_back();
-    }
+    while (!fits && terminal::width(text) > columns - 3)
+        terminal::dropLast(text);
     text += fits ? "" : "...";
     return text + std::string(columns - terminal::width(text), ' ');
 }

@@ -159,8 +159,9 @@ std::uint64_t Session::latencyOf(std::size_t index) const {
 }
 
 void Session::openOutputs() {
-    if (options.outputFolder)
-        createFolder(*options.outputFolder);
+    for (const auto& folder : {options.outputFolder, options.page})
+        if (folder)
+            createFolder(*folder);
     for (std::size_t i = 0; i < tracks.size(); ++i) {
         const std::uint64_t latency = latencyOf(i);
         tracks[i]->openOutput(outputs[i], 2 * latency, options.rawDelay);

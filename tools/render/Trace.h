@@ -12,7 +12,8 @@
 
 namespace render {
 
-inline constexpr std::size_t kBands = 3; ///< low, mid, high
+inline constexpr std::size_t kBands = 3;
+inline constexpr const char* kBandNames[kBands]{"low", "mid", "high"};
 
 struct BlockTrace {
     std::array<float, kBands> gainReductionDb{}; ///< 0 or negative
