@@ -151,6 +151,8 @@ View look() {
     view.present = monitor.Attach();
     view.locked = monitor.ReadSlots(view.slots);
     view.obstacle = shm::FindObstacle();
+    if (view.locked && view.obstacle == shm::Obstacle::Busy)
+        view.obstacle = shm::Obstacle::None; // for a moment only
     return view;
 }
 
