@@ -1,3 +1,4 @@
+#include "shm/Obstacle.h"
 #include "shm/Slot.h"
 #include "shm/TessellaDuckworkSHM.h"
 #include "tests/shm/RawSegment.h"
@@ -57,6 +58,7 @@ TEST_F(SegmentLifecycle, SixteenSlotsThenNoneThenTheFreedOne) {
     Segment segment;
     TessellaDuckworkSHM extra;
     EXPECT_FALSE(extra.Open());
+    EXPECT_EQ(shm::FindObstacle(), shm::Obstacle::Full);
     EXPECT_EQ(extra.WriteHpLp(1, 2), 0U);
 
     handles[5].Close();
@@ -79,6 +81,31 @@ TEST_F(SegmentLifecycle, SixteenSlotsThenNoneThenTheFreedOne) {
         segment.Put(Slot(dead) + kHeartbeat, shm::Now() - 12);
     TessellaDuckworkSHM newcomer, later;
     EXPECT_TRUE(newcomer.Open() && later.OpenLater()) << "the dead keep nobody out";
+}
+
+TEST_F(SegmentLifecycle, ToldWhatIsInTheWay) {
+    using shm::FindObstacle;
+    using shm::Obstacle;
+    EXPECT_EQ(FindObstacle(), Obstacle::Missing);
+    for (const std::uint32_t version : {10U, 11U}) {
+        Make(kBytes, version, "GRDT", 1, std::time(nullptr));
+        EXPECT_EQ(FindObstacle(), version == 10 ? Obstacle::None : Obstacle::Foreign);
+    }
+    Make(kBytes - 1, 10, "GRDT", 1, 0);
+    EXPECT_EQ(FindObstacle(), Obstacle::Foreign);
+    Remove();
+    ASSERT_EQ(mkdir(kPath, 0700), 0);
+    EXPECT_EQ(FindObstacle(), Obstacle::Foreign);
+    rmdir(kPath);
+    Make(kBytes, 10, "GRDT", 1, std::time(nullptr));
+    {
+        const HeldLock held;
+        EXPECT_EQ(FindObstacle(), Obstacle::Busy);
+    }
+    if (chown(kPath, 12345, 12345) == 0) { // as root
+        EXPECT_EQ(FindObstacle(), Obstacle::OtherUser);
+        (void)!chown(kPath, 0, 0);
+    }
 }
 
 TEST_F(SegmentLifecycle, OpenJoinsWhatLivesAndReplacesWhatDoesNot) {
