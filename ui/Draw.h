@@ -15,10 +15,10 @@ inline constexpr const char* kFontName = "sans";
 struct DrawTools {
     NVGcontext* vg = nullptr;
     DisplayLists* lists = nullptr; ///< what stands still from frame to frame
-    int logoImage = -1;      ///< -1: none
-    float lineHeight = 1.0F; ///< font size as NanoVG takes it, per unit of em size
-    float capHeight = 0.73F; ///< height of capitals and digits, per unit of em size
-    float zoom = 1.0F;       ///< pixels per unit
+    int logoImage = -1;            ///< -1: none
+    float lineHeight = 1.0F;       ///< font size as NanoVG takes it, per unit of em size
+    float capHeight = 0.73F;       ///< height of capitals and digits, per unit of em size
+    float zoom = 1.0F;             ///< pixels per unit
 };
 
 /// The whole canvas, in canvas units, but for the background (DrawUI.cpp).

@@ -23,15 +23,18 @@ void drawKnobPanel(const DrawTools& tools, const DrawState& state, const Hit& ho
              "REMOTE OUTPUT");
 }
 
-void drawHints(const DrawTools& tools, bool listIsEmpty, bool registryOpen) {
-    const Hints hints = hintsFor(listIsEmpty);
+void drawHints(const DrawTools& tools, const EditorView& view) {
+    const Hints hints = hintsFor(view.instances.empty());
     drawText(tools, kFirstHint, {theme::kFirstHintSize, theme::kFirstHint, AlignX::Centre},
              hints.first);
     drawText(tools, kSecondHint, {theme::kSecondHintSize, theme::kSecondHint, AlignX::Centre},
              hints.second);
-    if (!registryOpen)
-        drawText(tools, kThirdHint, {theme::kSecondHintSize, theme::kSecondHint, AlignX::Centre},
-                 kClosedRegistryText);
+    if (view.obstacle == nullptr)
+        return;
+    const auto [what, remedy] = textsOf(view.obstacle);
+    const TextStyle style = {theme::kSecondHintSize, theme::kInactiveText, AlignX::Centre};
+    drawText(tools, kThirdHint, style, what.c_str());
+    drawText(tools, kFourthHint, style, remedy.c_str());
 }
 
 struct Frame {
@@ -84,7 +87,7 @@ void drawOnTop(const Frame& frame) {
     }
     drawAnalyzerFrame(tools, Side::Remote);
     if (!linked)
-        drawHints(tools, panel.view.instances.empty(), panel.view.registryOpen);
+        drawHints(tools, panel.view);
     drawResizeGrip(tools, hot.part == Part::ResizeCorner);
     drawDropdown(tools, panel);
     drawPeerTitle(tools, state, linked, hot);

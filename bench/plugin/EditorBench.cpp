@@ -9,7 +9,7 @@
 #include "host/Params.h"
 #include "host/PrivateShm.h"
 #include "plugin/Parameters.h"
-#include "shm/RegistryMonitor.h"
+#include "tests/host/Track.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Signals.h"
 
@@ -64,12 +64,9 @@ class Build {
 public:
     Build(const std::string& file, int y) : library(file) {
         shm::RegistryMonitor registry;
-        std::vector<shm::SlotSnapshot> slots;
-        if (!registry.Attach())
-            throw host::HostError("no registry");
-        registry.ReadSlots(slots);
-        std::erase_if(slots, [](const auto& slot) { return !slot.active; });
-        if (slots.size() % 2 != 0 || !registry.Pair(slots[slots.size() - 2].id, slots.back().id))
+        const std::vector<shm::SlotSnapshot> slots = support::activeSlots();
+        if (!registry.Attach() || slots.size() % 2 != 0 ||
+            !registry.Pair(slots[slots.size() - 2].id, slots.back().id))
             throw host::HostError("the registry refuses a pairing");
         const auto before = bench::drawingThreads();
         windows.emplace(std::vector{&tracks[0].instance, &tracks[1].instance}, y);
