@@ -44,15 +44,9 @@ std::ptrdiff_t entries(const char* folder) {
     return std::distance(std::filesystem::directory_iterator(folder), {});
 }
 
-/// The folder of the editor's thread, while there is one; threads that GL has started come later.
-std::filesystem::path editorThread() {
-    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::string name;
-        std::getline(std::ifstream(task.path() / "comm"), name);
-        if (name == "tessella-editor")
-            return task.path();
-    }
-    return {};
+/// The folders of this process' threads, oldest first.
+std::vector<std::filesystem::path> allThreads() {
+    return {std::filesystem::directory_iterator("/proc/self/task"), {}};
 }
 
 std::string linesOf(const std::filesystem::path& file, const char* beginning) {
@@ -82,6 +76,19 @@ protected:
         EXPECT_EQ(support::Screen::strayErrors(), 0);
     }
 
+    /// The folder of an editor's thread, while there is one. The threads of GL have its name, too:
+    /// those of an editor come after its own, those of lost connections have stayed.
+    [[nodiscard]] std::filesystem::path editorThread() const {
+        for (const auto& thread : allThreads()) {
+            std::string name;
+            std::getline(std::ifstream(thread / "comm"), name);
+            if (name == "tessella-editor" && std::ranges::find(older, thread) == older.end())
+                return thread;
+        }
+        return {};
+    }
+
+    const std::vector<std::filesystem::path> older = allThreads();
     support::XServer server{support::XServer::Drawing::Nothing};
     std::optional<support::Screen> screen{std::in_place};
     Track track, second;
