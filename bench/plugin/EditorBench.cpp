@@ -115,6 +115,7 @@ std::vector<Round> measure(std::vector<std::unique_ptr<Build>>& builds, bool pla
                            std::chrono::seconds length) {
     constexpr double kLooksPerSecond = 60.0;
     std::vector<Build::Sum> before;
+    before.reserve(builds.size());
     for (const auto& build : builds)
         before.push_back(build->sum());
     const auto now = &std::chrono::steady_clock::now;
@@ -126,6 +127,7 @@ std::vector<Round> measure(std::vector<std::unique_ptr<Build>>& builds, bool pla
                 build->play();
     }
     std::vector<Round> rounds;
+    rounds.reserve(builds.size());
     for (std::size_t i = 0; i < builds.size(); ++i) {
         const auto [us, frames] = builds[i]->sum();
         const double looks = 2.0 * kLooksPerSecond * static_cast<double>(length.count());
@@ -144,6 +146,7 @@ void print(const char* what, std::vector<double> values, const char* format) {
 void report(const char* situation, const std::vector<std::vector<Round>>& rounds) {
     const auto each = [&](auto&& value) {
         std::vector<double> values;
+        values.reserve(rounds.size());
         for (const auto& round : rounds)
             values.push_back(value(round));
         return values;
@@ -172,12 +175,14 @@ int runProgram(int argc, char** argv) {
     if (!host::enterPrivateShm())
         throw std::runtime_error("no private registry: run as root or allow user namespaces");
     std::vector<std::unique_ptr<Build>> builds;
+    builds.reserve(files.size());
     for (const std::string& file : files)
         builds.push_back(std::make_unique<Build>(file, 600 * static_cast<int>(builds.size())));
     for (const bool playing : {true, false}) {
         constexpr std::chrono::seconds kSettling{2};
         static_cast<void>(measure(builds, playing, kSettling));
         std::vector<std::vector<Round>> all;
+        all.reserve(static_cast<std::size_t>(rounds));
         for (int round = 0; round < rounds; ++round)
             all.push_back(measure(builds, playing, std::chrono::seconds(seconds)));
         report(playing ? "sound" : "silence", all);
