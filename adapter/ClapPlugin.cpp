@@ -142,14 +142,16 @@ void ClapPlugin::queryHostExtensions() noexcept {
     query(params, CLAP_EXT_PARAMS);
     query(gui, CLAP_EXT_GUI);
     query(state, CLAP_EXT_STATE);
+    hostKnown.store(true, std::memory_order_release); // publishes the tables
 }
 
 /// True when the table is there with all these functions; logs `partial`, null for nothing, when
 /// it is there without.
 template <class Table, class... Functions>
-bool ClapPlugin::isComplete(const Table* table, const char* partial,
+bool ClapPlugin::isComplete(const Table* const& table, const char* partial,
                             Functions Table::*... functions) const noexcept {
-    if (table == nullptr)
+    // Threads of the instance may be there before the host is known.
+    if (!hostKnown.load(std::memory_order_acquire) || table == nullptr)
         return false;
     const bool complete = ((table->*functions != nullptr) && ...);
     if (!complete && partial != nullptr)

@@ -135,7 +135,7 @@ private:
     struct Routes; // the C functions and tables, in ClapPlugin.cpp
 
     template <class Table, class... Functions>
-    bool isComplete(const Table* table, const char* partial,
+    bool isComplete(const Table* const& table, const char* partial,
                     Functions Table::*... functions) const noexcept;
     void queryHostExtensions() noexcept;
     void runQueuedCallbacks() noexcept;
@@ -149,7 +149,8 @@ private:
     const clap_host_params_t* params = nullptr;
     const clap_host_gui_t* gui = nullptr;
     const clap_host_state_t* state = nullptr;
-    bool guiCreated = false; ///< [main]
+    std::atomic<bool> hostKnown = false; ///< the tables are those of the host
+    bool guiCreated = false;             ///< [main]
     std::atomic<bool> active = false;
     std::atomic<bool> processing = false;
 

@@ -54,15 +54,22 @@ void DisplayScale::follow(std::span<const float> magnitudes, DisplayLevels& leve
         levels = silentLevels();
         return;
     }
+    float levelDb = kSilentDisplayDb;
     for (std::size_t i = 0; i < levels.size(); ++i) {
-        const auto [begin, end] = BinRange{bands[i].loBin, bands[i].hiBin}.within(
-            {0, static_cast<int>(magnitudes.size())});
-        const double mean =
-            begin < end ? meanMagnitude(magnitudes.data() + begin, end - begin) : 0.0;
-        const float level = static_cast<float>(mean) * scale;
-        const float levelDb = level > kLevelFloor ? toDb(level) : kSilentDisplayDb;
+        // Low bands are narrower than a bin and share it.
+        if (i == 0 || bands[i].loBin != bands[i - 1].loBin || bands[i].hiBin != bands[i - 1].hiBin)
+            levelDb = levelOf(bands[i], magnitudes);
         levels[i] = kNewShare * levelDb + (1.0F - kNewShare) * levels[i];
     }
+}
+
+/// dB.
+float DisplayScale::levelOf(const DisplayBand& band, std::span<const float> magnitudes) const {
+    const auto [begin, end] =
+        BinRange{band.loBin, band.hiBin}.within({0, static_cast<int>(magnitudes.size())});
+    const double mean = begin < end ? meanMagnitude(magnitudes.data() + begin, end - begin) : 0.0;
+    const float level = static_cast<float>(mean) * scale;
+    return level > kLevelFloor ? toDb(level) : kSilentDisplayDb;
 }
 
 } // namespace dsp

@@ -48,6 +48,8 @@ public:
     void follow(std::span<const float> magnitudes, DisplayLevels& levels) const;
 
 private:
+    [[nodiscard]] float levelOf(const DisplayBand& band, std::span<const float> magnitudes) const;
+
     std::array<DisplayBand, kDisplayBands> bands{};
     float tunedRate = 0.0F;
     int tunedSize = 0;

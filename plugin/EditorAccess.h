@@ -14,6 +14,7 @@
 /// `ownBandsSeq` and `ownDuck` are always filled.
 struct EditorView {
     bool registryOpen = false;
+    const char* obstacle = nullptr; ///< to having it open, as shm::Explain says; null: none known
 
     // This side
     shm::Name name{};

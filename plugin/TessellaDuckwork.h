@@ -114,6 +114,7 @@ private:
     void LookAround();
     void NoticeStandstill();
     void TellHostWhatChanged();
+    void FollowObstacle(EditorView& view);
     [[nodiscard]] bool IsStopped() const { return !goingOn.load(std::memory_order_relaxed); }
 
     // One block, in this order
@@ -151,7 +152,7 @@ private:
     PeerSettings peer{shm};
     std::atomic<Editor*> editor = nullptr; ///< null while closed. Set by [main]
     AudioGate editorGate; ///< closed while the editor goes away: the audio thread hands it meters
-    int framesToCleanup = 0; ///< [ui]
+    int framesToCleanup = 0; ///< [ui]; without a slot: to the next look for the reason
 
     std::array<float, dsp::kExchangedBins>
         peerBins{};            ///< the peer's spectrum of this block. [audio]

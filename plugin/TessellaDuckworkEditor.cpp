@@ -1,9 +1,16 @@
 // What the editor sees of the instance and changes.
 #include "plugin/TessellaDuckwork.h"
+#include "shm/Obstacle.h"
 #include "shm/Visit.h"
 
 #include <cmath>
 #include <cstring>
+
+namespace {
+
+constexpr int kFramesBetweenCleanups = 60;
+
+} // namespace
 
 void TessellaDuckwork::SetParam(int index, double value) {
     own.SetParam(index, value);
@@ -17,7 +24,6 @@ void TessellaDuckwork::BeginEditing() {
 
 bool TessellaDuckwork::FollowRegistry(std::span<const float, shm::kDisplayBinCount> displayDb,
                                       EditorView& view, PeerSpectrum& peerSpectrum) {
-    constexpr int kFramesBetweenCleanups = 60;
     static constexpr std::array<float, 3> kNoState{};
     peerSpectrum.read = false;
     bool followed = false;
@@ -47,6 +53,7 @@ bool TessellaDuckwork::FollowRegistry(std::span<const float, shm::kDisplayBinCou
         }
     }
     view.registryOpen = shm.Opened();
+    FollowObstacle(view);
     view.peerId = shm.RemoteId();
     view.name = own.InstanceName();
     view.own = own.Now();
@@ -56,6 +63,19 @@ bool TessellaDuckwork::FollowRegistry(std::span<const float, shm::kDisplayBinCou
     own.TellHost();
     TellHostWhatChanged();
     return followed;
+}
+
+/// Looked up once a second: it takes system calls.
+void TessellaDuckwork::FollowObstacle(EditorView& view) {
+    if (view.registryOpen) {
+        view.obstacle = nullptr;
+        return;
+    }
+    if (view.obstacle != nullptr && ++framesToCleanup < kFramesBetweenCleanups)
+        return;
+    framesToCleanup = 0;
+    const shm::Obstacle found = shm::FindObstacle();
+    view.obstacle = found == shm::Obstacle::None ? nullptr : Explain(found);
 }
 
 void TessellaDuckwork::EditPeer(const shm::SettingsEdit& edit) {

@@ -71,7 +71,8 @@ inline constexpr float kRatioRight = 2.0F; ///< edge to here right of it
 inline constexpr float kFilterHandleHeight = 18.0F; ///< below the analyzer's top
 inline constexpr Point kFirstHint = {480.0F, 371.0F};
 inline constexpr Point kSecondHint = {480.0F, 397.0F};
-inline constexpr Point kThirdHint = {480.0F, 423.0F};
+inline constexpr Point kThirdHint = {480.0F, 431.0F};
+inline constexpr Point kFourthHint = {480.0F, 453.0F};
 
 [[nodiscard]] constexpr Side otherOf(Side side) {
     return side == Side::Local ? Side::Remote : Side::Local;

@@ -7,15 +7,18 @@ struct NVGcontext;
 
 namespace ui {
 
+class DisplayLists;
+
 inline constexpr const char* kFontName = "sans";
 
 /// What the drawing needs besides the state.
 struct DrawTools {
     NVGcontext* vg = nullptr;
-    int logoImage = -1;      ///< -1: none
-    float lineHeight = 1.0F; ///< font size as NanoVG takes it, per unit of em size
-    float capHeight = 0.73F; ///< height of capitals and digits, per unit of em size
-    float zoom = 1.0F;       ///< pixels per unit
+    DisplayLists* lists = nullptr; ///< what stands still from frame to frame
+    int logoImage = -1;            ///< -1: none
+    float lineHeight = 1.0F;       ///< font size as NanoVG takes it, per unit of em size
+    float capHeight = 0.73F;       ///< height of capitals and digits, per unit of em size
+    float zoom = 1.0F;             ///< pixels per unit
 };
 
 /// The whole canvas, in canvas units, but for the background (DrawUI.cpp).
@@ -38,7 +41,9 @@ void drawPeerTitle(const DrawTools& tools, const DrawState& state, bool linked, 
 
 // DrawSpectrum.cpp
 
-/// Panel, grid and spectrum of one side.
+/// What lies below the spectrum of one side: panel and grid.
+void drawAnalyzerPanel(const DrawTools& tools, Side side);
+/// The spectrum of one side.
 void drawSpectralBand(const DrawTools& tools, Side side, const dsp::DisplayLevels& levels);
 /// The outline once more, over all that was clipped to the panel; rounds the corners.
 void drawAnalyzerFrame(const DrawTools& tools, Side side);

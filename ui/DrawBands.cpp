@@ -117,7 +117,7 @@ void drawRatio(const BandView& view, bool hot) {
     for (int pass = 0; pass < 2; ++pass)
         drawTextNarrowed(view.tools, box.centre(), theme::kRatioSize,
                          filled ? theme::kRatioText : theme::kInactiveText,
-                         ratioText(view.band.ratio).data(), kRatioBox);
+                         ratioText(view.band.ratio).data(), kRatioBox - 2.0F);
 }
 
 void drawEdge(const DrawTools& tools, const Rect& panel, float x, bool hot) {

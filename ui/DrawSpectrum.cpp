@@ -57,11 +57,15 @@ void drawCurve(const DrawTools& tools, Side side, const dsp::DisplayLevels& leve
 
 } // namespace
 
-void drawSpectralBand(const DrawTools& tools, Side side, const dsp::DisplayLevels& levels) {
+void drawAnalyzerPanel(const DrawTools& tools, Side side) {
     const Rect& panel = analyzerOf(side);
     drawPanel(tools, panel);
     const Clip inside(tools, insideOf(panel));
     drawLevelGrid(tools, panel);
+}
+
+void drawSpectralBand(const DrawTools& tools, Side side, const dsp::DisplayLevels& levels) {
+    const Clip inside(tools, insideOf(analyzerOf(side)));
     // Silence would be a line along the panel's edge.
     const bool audible = std::any_of(levels.begin(), levels.end(),
                                      [](float level) { return level > kLowestLevelDb; });

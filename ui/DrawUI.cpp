@@ -1,4 +1,5 @@
 #include "ui/Brush.h"
+#include "ui/DisplayLists.h"
 
 namespace ui {
 namespace {
@@ -22,64 +23,97 @@ void drawKnobPanel(const DrawTools& tools, const DrawState& state, const Hit& ho
              "REMOTE OUTPUT");
 }
 
-void drawLocalAnalyzer(const DrawTools& tools, const DrawState& state, const Panel& panel,
-                       bool linked) {
-    const Hit hot = hotIn(panel);
-    const shm::BandSet& bands = panel.view.own.bands;
-    drawSpectralBand(tools, Side::Local, panel.localLevels);
-    drawIgnoredRanges(tools, Side::Local, state.filters);
-    drawDynBands(tools, Side::Local, bands, hot);
-    drawGROverlay(tools, Side::Local, bands, state.meters.reductionDb);
-    drawHpLp(tools, Side::Local, state.filters, hot);
-    if (linked)
-        drawThresholdGhosts(tools, Side::Remote, panel.view.peer.bands, hot);
-    drawBandLabels(tools, Side::Local, bands, hot);
-    drawAnalyzerFrame(tools, Side::Local);
-}
-
-void drawRemoteAnalyzer(const DrawTools& tools, const Panel& panel, bool linked) {
-    const Hit hot = hotIn(panel);
-    const shm::Settings& peer = panel.view.peer;
-    drawSpectralBand(tools, Side::Remote, panel.remoteLevels);
-    if (linked && peer.bands.count > 0) {
-        drawIgnoredRanges(tools, Side::Remote, peer.filters);
-        drawDynBands(tools, Side::Remote, peer.bands, hot);
-        drawHpLp(tools, Side::Remote, peer.filters, hot);
-        drawGROverlay(tools, Side::Remote, peer.bands, panel.view.peerReductionDb);
-        drawThresholdGhosts(tools, Side::Local, panel.view.own.bands, hot);
-        drawBandLabels(tools, Side::Remote, peer.bands, hot);
-    }
-    drawAnalyzerFrame(tools, Side::Remote);
-}
-
-void drawHints(const DrawTools& tools, bool listIsEmpty, bool registryOpen) {
-    const Hints hints = hintsFor(listIsEmpty);
+void drawHints(const DrawTools& tools, const EditorView& view) {
+    const Hints hints = hintsFor(view.instances.empty());
     drawText(tools, kFirstHint, {theme::kFirstHintSize, theme::kFirstHint, AlignX::Centre},
              hints.first);
     drawText(tools, kSecondHint, {theme::kSecondHintSize, theme::kSecondHint, AlignX::Centre},
              hints.second);
-    if (!registryOpen)
-        drawText(tools, kThirdHint, {theme::kSecondHintSize, theme::kSecondHint, AlignX::Centre},
-                 kClosedRegistryText);
+    if (view.obstacle == nullptr)
+        return;
+    const auto [what, remedy] = textsOf(view.obstacle);
+    const TextStyle style = {theme::kSecondHintSize, theme::kInactiveText, AlignX::Centre};
+    drawText(tools, kThirdHint, style, what.c_str());
+    drawText(tools, kFourthHint, style, remedy.c_str());
 }
 
-} // namespace
+struct Frame {
+    const DrawTools& tools;
+    const DrawState& state;
+    const Panel& panel;
+    Hit hot;
+    bool linked; ///< there is a peer
+    bool shown;  ///< and it has bands
+};
 
-void drawUI(const DrawTools& tools, const DrawState& state, const Panel& panel) {
-    const Hit hot = hotIn(panel);
-    const bool linked = panel.peerLinked();
-    // Beginning the frame has cleared it to the background's colour already.
-    drawKnobPanel(tools, state, hot);
-    drawTopRow(tools, state, panel);
-    drawLocalAnalyzer(tools, state, panel, linked);
-    drawRemoteAnalyzer(tools, panel, linked);
+// What stands still, from the bottom up: between these come the spectra and the curtains.
+
+/// Beginning the frame has cleared it to the background's colour already.
+void drawBelowLocalSpectrum(const Frame& frame) {
+    drawKnobPanel(frame.tools, frame.state, frame.hot);
+    drawTopRow(frame.tools, frame.state, frame.panel);
+    drawAnalyzerPanel(frame.tools, Side::Local);
+}
+
+void drawBelowLocalCurtains(const Frame& frame) {
+    drawIgnoredRanges(frame.tools, Side::Local, frame.state.filters);
+    drawDynBands(frame.tools, Side::Local, frame.panel.view.own.bands, frame.hot);
+}
+
+void drawBelowRemoteSpectrum(const Frame& frame) {
+    const auto& [tools, state, panel, hot, linked, shown] = frame;
+    drawHpLp(tools, Side::Local, state.filters, hot);
+    if (linked)
+        drawThresholdGhosts(tools, Side::Remote, panel.view.peer.bands, hot);
+    drawBandLabels(tools, Side::Local, panel.view.own.bands, hot);
+    drawAnalyzerFrame(tools, Side::Local);
+    drawAnalyzerPanel(tools, Side::Remote);
+}
+
+void drawBelowRemoteCurtains(const Frame& frame) {
+    const shm::Settings& peer = frame.panel.view.peer;
+    if (!frame.shown)
+        return;
+    drawIgnoredRanges(frame.tools, Side::Remote, peer.filters);
+    drawDynBands(frame.tools, Side::Remote, peer.bands, frame.hot);
+    drawHpLp(frame.tools, Side::Remote, peer.filters, frame.hot);
+}
+
+void drawOnTop(const Frame& frame) {
+    const auto& [tools, state, panel, hot, linked, shown] = frame;
+    if (shown) {
+        drawThresholdGhosts(tools, Side::Local, panel.view.own.bands, hot);
+        drawBandLabels(tools, Side::Remote, panel.view.peer.bands, hot);
+    }
+    drawAnalyzerFrame(tools, Side::Remote);
     if (!linked)
-        drawHints(tools, panel.view.instances.empty(), panel.view.registryOpen);
+        drawHints(tools, panel.view);
     drawResizeGrip(tools, hot.part == Part::ResizeCorner);
     drawDropdown(tools, panel);
     drawPeerTitle(tools, state, linked, hot);
     if (panel.tooltip)
         drawTooltip(tools, hot, panel.pointer);
+}
+
+} // namespace
+
+void drawUI(const DrawTools& tools, const DrawState& state, const Panel& panel) {
+    const EditorView& view = panel.view;
+    const bool linked = panel.peerLinked();
+    const Frame frame = {tools,        state,  panel,
+                         hotIn(panel), linked, linked && view.peer.bands.count > 0};
+    DisplayLists& lists = *tools.lists;
+    lists.follow(state, panel);
+    lists.layer([&] { drawBelowLocalSpectrum(frame); });
+    drawSpectralBand(tools, Side::Local, panel.localLevels);
+    lists.layer([&] { drawBelowLocalCurtains(frame); });
+    drawGROverlay(tools, Side::Local, view.own.bands, state.meters.reductionDb);
+    lists.layer([&] { drawBelowRemoteSpectrum(frame); });
+    drawSpectralBand(tools, Side::Remote, panel.remoteLevels);
+    lists.layer([&] { drawBelowRemoteCurtains(frame); });
+    if (frame.shown)
+        drawGROverlay(tools, Side::Remote, view.peer.bands, view.peerReductionDb);
+    lists.layer([&] { drawOnTop(frame); });
 }
 
 } // namespace ui

@@ -1,5 +1,6 @@
 #include "ui/Graphics.h"
 
+#include "ui/DisplayLists.h"
 #include "ui/LogoData.h"
 #include "ui/PuglCompat.h"
 #include "ui/SystemFont.h"
@@ -38,12 +39,17 @@ int loadLogo(NVGcontext* vg) {
 
 } // namespace
 
+Graphics::Graphics() = default;
+Graphics::~Graphics() = default;
+
 void Graphics::create() {
     if (!loadGl())
         return;
     drawTools.vg = nvgCreateGL2(NVG_ANTIALIAS | NVG_STENCIL_STROKES);
     if (drawTools.vg == nullptr)
         return;
+    lists = std::make_unique<DisplayLists>(drawTools.vg);
+    drawTools.lists = lists.get();
     loadFont();
     drawTools.logoImage = loadLogo(drawTools.vg);
 }
@@ -69,6 +75,7 @@ void Graphics::destroy() {
         return;
     if (drawTools.logoImage >= 0)
         nvgDeleteImage(drawTools.vg, drawTools.logoImage);
+    lists.reset();
     nvgDeleteGL2(drawTools.vg);
     drawTools = {};
     font = -1;
@@ -82,6 +89,9 @@ CanvasFit Graphics::beginFrame(int widthPx, int heightPx) {
     glViewport(0, 0, widthPx, heightPx);
     glClearColor(0.05F, 0.05F, 0.05F, 1.0F);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+    lists->beginFrame(widthPx != drawnWidthPx || heightPx != drawnHeightPx);
+    drawnWidthPx = widthPx;
+    drawnHeightPx = heightPx;
     nvgBeginFrame(drawTools.vg, width / fit.zoom, height / fit.zoom, fit.zoom);
     nvgSave(drawTools.vg);
     // On whole pixels, for sharp lines.
@@ -93,6 +103,7 @@ CanvasFit Graphics::beginFrame(int widthPx, int heightPx) {
 void Graphics::endFrame() {
     nvgRestore(drawTools.vg);
     nvgEndFrame(drawTools.vg);
+    lists->endFrame();
 }
 
 } // namespace ui

@@ -4,12 +4,19 @@
 #include "ui/Canvas.h"
 #include "ui/Draw.h"
 
+#include <memory>
+
 namespace ui {
 
 /// One per view. Every call needs the view's GL context current: create and destroy belong into
 /// the realize and unrealize events, the frame into the expose event. [ui]
 class Graphics {
 public:
+    Graphics();
+    ~Graphics();
+    Graphics(const Graphics&) = delete;
+    Graphics& operator=(const Graphics&) = delete;
+
     /// Loads all there is. Without GL or a context nothing will be drawn, without a font no text,
     /// without the logo its square alone; none of it is an error to report.
     void create();
@@ -29,6 +36,8 @@ private:
     void loadFont();
 
     DrawTools drawTools;
+    std::unique_ptr<DisplayLists> lists;
+    int drawnWidthPx = 0, drawnHeightPx = 0; ///< in the last frame
     int font = -1; ///< NanoVG's handle; 0 also stands for "there is no font file"
 };
 

@@ -120,6 +120,14 @@ Hints hintsFor(bool listIsEmpty) {
             "Pairing is bidirectional — both tracks react to each other"};
 }
 
+ObstacleTexts textsOf(std::string_view obstacle) {
+    constexpr std::string_view kBetween = ": ";
+    const std::size_t colon = std::min(obstacle.find(kBetween), obstacle.size());
+    const std::size_t rest = std::min(colon + kBetween.size(), obstacle.size());
+    return {"This one cannot pair: " + std::string(obstacle.substr(0, colon)),
+            "To help: " + std::string(obstacle.substr(rest))};
+}
+
 void NameEdit::begin(const char* current) {
     buffer = {};
     std::memcpy(buffer.data(), current, strnlen(current, buffer.size() - 1));

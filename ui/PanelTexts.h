@@ -7,6 +7,8 @@
 #include <array>
 #include <cstdint>
 #include <span>
+#include <string>
+#include <string_view>
 
 namespace ui {
 
@@ -37,9 +39,12 @@ struct Hints {
     const char* second;
 };
 [[nodiscard]] Hints hintsFor(bool listIsEmpty);
-/// A third one, for an instance that is not in the registry.
-inline constexpr const char* kClosedRegistryText =
-    "This one cannot pair: 16 are running already, or shared memory is not to be had";
+/// Two more, for an instance that is not in the registry. `obstacle` is "what it is: what helps".
+struct ObstacleTexts {
+    std::string what;
+    std::string remedy;
+};
+[[nodiscard]] ObstacleTexts textsOf(std::string_view obstacle);
 
 /// A name being typed: printable ASCII is taken while it has fewer than 60 bytes.
 class NameEdit {

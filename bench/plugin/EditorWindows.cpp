@@ -4,14 +4,14 @@
 
 namespace bench {
 
-EditorWindows::EditorWindows(const std::vector<host::Instance*>& instances)
+EditorWindows::EditorWindows(const std::vector<host::Instance*>& instances, int y)
     : display(XOpenDisplay(nullptr)) {
     if (display == nullptr)
         return;
     constexpr unsigned kWidth = 960, kHeight = 600;
     for (host::Instance* instance : instances) {
         const auto x = static_cast<int>(editors.size() * kWidth);
-        const Window window = XCreateSimpleWindow(display, DefaultRootWindow(display), x, 0, kWidth,
+        const Window window = XCreateSimpleWindow(display, DefaultRootWindow(display), x, y, kWidth,
                                                   kHeight, 0, 0, 0);
         XMapWindow(display, window);
         XSync(display, False); // the plug-in uses the id over a connection of its own

@@ -14,7 +14,7 @@ namespace bench {
 class EditorWindows {
 public:
     /// Opens nothing without a display. Throws host::HostError when an editor does not open.
-    explicit EditorWindows(const std::vector<host::Instance*>& instances);
+    explicit EditorWindows(const std::vector<host::Instance*>& instances, int y = 0);
     ~EditorWindows();
     EditorWindows(const EditorWindows&) = delete;
     EditorWindows& operator=(const EditorWindows&) = delete;

@@ -253,7 +253,15 @@ TEST_F(Panel, AsksForTheSizeThatIsDragged) {
 }
 
 TEST_F(Panel, AsksForItsShapeWhenTheHostHasSettled) {
+    const Screen::Id* hosts = nullptr;
+    std::atomic<bool> contrary = false; // never what is asked for
+    track.instance.callbacks().gui().requestResize = [&](auto width, auto height) {
+        if (contrary)
+            screen.resizeWindow(*hosts, {width - 20, height - 20});
+        return true;
+    };
     OpenEditor editor(screen, track, {700, 500}); // not the 960 × 600 that the track remembers
+    hosts = &editor.window;
     auto patience = std::chrono::milliseconds(10000);
     const auto asksFor = [&](GuiSize size, GuiSize wanted) {
         screen.resizeWindow(editor.window, size);
@@ -269,16 +277,13 @@ TEST_F(Panel, AsksForItsShapeWhenTheHostHasSettled) {
     const auto& log = track.instance.callbacks().calls();
     const auto requests = [&] { return log.records(host::Callback::GuiRequestResize).size(); };
     const auto before = requests();
-    track.instance.callbacks().gui().requestResize = [&](auto width, auto height) {
-        screen.resizeWindow(editor.window, {width - 20, height - 20}); // never what is asked for
-        return true;
-    };
+    contrary = true;
     std::this_thread::sleep_for(std::chrono::seconds(1)); // and it is the user's doing again
     screen.resizeWindow(editor.window, {1500, 600});
     std::this_thread::sleep_for(std::chrono::seconds(4));
     EXPECT_EQ(requests(), before + 2);
     EXPECT_FALSE(screen.isFixed(editor.hand.window()));
-    track.instance.callbacks().gui() = {};
+    contrary = false;
     for (unsigned i = 0; i < 500; ++i)
         screen.resizeWindow(editor.window, {1 + i * 7919 % 4000, 1 + i * 104729 % 2500});
     EXPECT_TRUE(asksFor({1000, 600}, {1000, 625}));

@@ -1,5 +1,6 @@
 #include "tools/editor-shots/Situations.h"
 
+#include "shm/Obstacle.h"
 #include "tools/demo/Recipes.h"
 #include "tools/editor-shots/Listening.h"
 
@@ -70,6 +71,7 @@ void alone(Scene& scene) {
 void closedRegistry(Scene& scene) {
     alone(scene);
     scene.panel.view.registryOpen = false;
+    scene.panel.view.obstacle = Explain(shm::Obstacle::Full);
 }
 
 void unpaired(Scene& scene) {
