@@ -82,10 +82,8 @@ void OwnSettings::Edit(const shm::SettingsEdit& edit) {
         const AudioGate::Closed closed(gate);
         {
             const std::scoped_lock lock(mutex);
-            if (edit.bands) {
-                SetBands(edit.bands->Usable(BandsNow()));
-                told |= (1U << Attack) - 1; // splits, thresholds and ratios stand ahead of it
-            }
+            if (edit.bands)
+                told |= SetBands(edit.bands->Usable(BandsNow()));
             for (int i = 0; i < shm::Filters::kCount; ++i)
                 if (const auto& value = edit.filters[std::size_t(i)]) {
                     framework.GetParam(HP + i).Set(*value);
@@ -113,20 +111,29 @@ void OwnSettings::Edit(const shm::SettingsEdit& edit) {
 }
 
 /// Bands of the own editor. Those beyond the count are as the last one, so that they never differ
-/// from the band they would be merged into.
-void OwnSettings::SetBands(const shm::BandSet& set) {
+/// from the band they would be merged into. Returns the parameters that change, a bit each: an
+/// editor that opens sets all of them to what they mostly are.
+std::uint32_t OwnSettings::SetBands(const shm::BandSet& set) {
+    std::uint32_t changed = 0;
+    const auto change = [&](int index, double value) {
+        iplug::IParam& param = framework.GetParam(index);
+        const double before = param.Value();
+        param.Set(value);
+        changed |= param.Value() != before ? 1U << index : 0;
+    };
     SetEdges(set);
-    framework.GetParam(FreqLow).Set(set.count >= 2 ? set[0].hiHz : shm::kLowSplitHz.min);
-    framework.GetParam(FreqHigh).Set(set.count >= 3 ? set[1].hiHz : shm::kHighSplitHz.max);
+    change(FreqLow, set.count >= 2 ? set[0].hiHz : shm::kLowSplitHz.min);
+    change(FreqHigh, set.count >= 3 ? set[1].hiHz : shm::kHighSplitHz.max);
     for (int i = 0; i < shm::kBandCount; ++i) {
         const auto at = std::size_t(i);
         const TDBand& band = set.OrLast(i);
-        framework.GetParam(kThresholds[at]).Set(band.threshDb);
-        framework.GetParam(kRatios[at]).Set(band.ratio);
+        change(kThresholds[at], band.threshDb);
+        change(kRatios[at], band.ratio);
         hiddenRatio[at] = 0.0F;
         bandOn[at] = band.enabled;
     }
     bands.pending.store(kWhole, std::memory_order_relaxed);
+    return changed;
 }
 
 void OwnSettings::SetName(const shm::Name& newName) {

@@ -142,7 +142,7 @@ private:
     [[nodiscard]] shm::BandSet BandsNow() const;
     [[nodiscard]] shm::BandSet WithUsableEdges(shm::BandSet set) const;
     void NoteParamChange(int index);
-    void SetBands(const shm::BandSet& set);
+    std::uint32_t SetBands(const shm::BandSet& set);
     void SetEdges(const shm::BandSet& set);
     void NoteChange() { dirty.store(true, std::memory_order_relaxed); }
 
