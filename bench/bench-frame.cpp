@@ -29,7 +29,7 @@ Contender contender(FrameSetup& setup) {
 void benchPair(int n, const Contender& twoComplex) {
     struct alignas(64) Memory {
         std::array<float, 4096 + 48> left, right;
-        std::array<float, dsp::kScratch<4096>> work;
+        std::array<float, dsp::kMaxFrameStack / sizeof(float)> work;
         std::array<float, 4096> magnitude, one;
     };
     const auto memory = std::make_unique<Memory>();

@@ -33,14 +33,38 @@ inline T usableSample(T sample) {
     return bounded > -most ? bounded : -most;
 }
 
-void toFloat(const double* from, float* to, int n) {
+inline Vec usableSamples(const double* from) {
+    return usableSample(joined(halfAt(from), halfAt(from + kDoubles)));
+}
+
+inline void putHalf(HalfVec samples, double* to) {
+    *reinterpret_cast<UnalignedDoubleVec*>(to) = __builtin_convertvector(samples, DoubleVec);
+}
+
+inline void putWidened(const float* from, double* to) {
+    putHalf(*reinterpret_cast<const UnalignedHalfVec*>(from), to);
+    putHalf(*reinterpret_cast<const UnalignedHalfVec*>(from + kDoubles), to + kDoubles);
+}
+
+/// Each sample of both inputs is taken before an output, which may be the same memory, is written.
+void exchange(const SampleRun& run) {
+    const SampleRun r = run; // or every store might change it
     int i = 0;
-    for (; i + kWidth <= n; i += kWidth) {
-        const Vec samples = joined(halfAt(from + i), halfAt(from + i + kDoubles));
-        storeAnywhere(to + i, usableSample(samples));
+    for (; i + kWidth <= r.n; i += kWidth) {
+        const Vec left = usableSamples(r.inL + i), right = usableSamples(r.inR + i);
+        putWidened(r.readyR + i, r.outR + i);
+        putWidened(r.readyL + i, r.outL + i);
+        storeAnywhere(r.takenL + i, left);
+        storeAnywhere(r.takenR + i, right);
     }
-    for (; i < n; ++i) // infinite, if too large for a float
-        to[i] = usableSample(static_cast<float>(from[i]));
+    for (; i < r.n; ++i) { // infinite, if too large for a float
+        const float left = usableSample(static_cast<float>(r.inL[i]));
+        const float right = usableSample(static_cast<float>(r.inR[i]));
+        r.outR[i] = r.readyR[i];
+        r.outL[i] = r.readyL[i];
+        r.takenL[i] = left;
+        r.takenR[i] = right;
+    }
 }
 
 void narrow(const double* from, float* __restrict to, int n) {
@@ -53,7 +77,7 @@ void meanOf(const double* left, const double* right, float* __restrict to, int n
         to[i] = static_cast<float>((left[i] + right[i]) * 0.5);
 }
 
-void toDouble(const float* __restrict from, double* to, int n) {
+void widen(const float* __restrict from, double* to, int n) {
     for (int i = 0; i < n; ++i)
         to[i] = from[i];
 }
