@@ -28,13 +28,13 @@ public:
     /// Appends n samples of (left + right) / 2, or of left alone when right is null. [audio]
     void push(const double* left, const double* right, int n);
 
-    std::array<float, kHistorySize> history{}; ///< index = count & kHistoryMask
     /// Samples pushed, free-running. Stored with release after the samples it counts: a reader that
     /// loads it with acquire sees them.
     std::atomic<std::uint32_t> writeCount{0};
-    std::uint32_t readCount = 0;  ///< samples consumed
-    float sampleRate = 0.0F;      ///< Hz
-    const std::int32_t* binOrder; ///< pair index of each bin, not owned
+    std::array<float, kHistorySize> history{}; ///< index = count & kHistoryMask
+    std::uint32_t readCount = 0;               ///< samples consumed
+    float sampleRate = 0.0F;                   ///< Hz
+    const std::int32_t* binOrder;              ///< pair index of each bin, not owned
     std::uint32_t frameCount = 0;
     std::array<float, kSize> window{}; ///< periodic Hann window / 4096
     std::array<float, kSize> work{};   ///< transform buffer

@@ -97,8 +97,6 @@ public:
     Relaxed<double> releaseMs;
 
     const Kernels* const kernels;
-    alignas(64) Bins magnitude{}; ///< mean of both channels, unnormalised; see readMagnitude
-    alignas(64) Bins binGain{};   ///< smoothed, linear, 0 to 1
     float grLowDb = 0.0F, grMidDb = 0.0F, grHighDb = 0.0F;
 
 private:
@@ -122,7 +120,13 @@ private:
     std::int32_t hopFill = 0;      ///< samples in the hops being filled
     std::size_t filling = 0;       ///< which of the hops in is being filled
     std::size_t emitting = 0;      ///< which of the hops out goes out meanwhile
-    alignas(64) Pair<2> in;        ///< the other holds the hop before
+
+public:
+    alignas(64) Bins magnitude{}; ///< mean of both channels, unnormalised; see readMagnitude
+    alignas(64) Bins binGain{};   ///< smoothed, linear, 0 to 1
+
+private:
+    alignas(64) Pair<2> in; ///< the other holds the hop before
     /// Behind the one going out two that are complete and one that the next frame completes. Not
     /// cleared until reset: nobody reads what no size is chosen for.
     alignas(64) Pair<4> out;

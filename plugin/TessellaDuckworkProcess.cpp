@@ -36,8 +36,10 @@ void TessellaDuckwork::ProcessBlock(const double* const* inputs, double* const* 
     const bool stereo = NOutChansConnected() >= 2;
     double* const right = stereo ? outputs[1] : nullptr;
     const bool newFrame = processor.runsFrameWithin(nFrames);
-    processor.stream(Settings(input.peerValid), inputs[0], stereo ? inputs[1] : nullptr, outputs[0],
-                     right, nFrames);
+    if (newFrame)
+        frameSettings = Settings(input.peerValid);
+    processor.stream(frameSettings, inputs[0], stereo ? inputs[1] : nullptr, outputs[0], right,
+                     nFrames);
     MeasureLevels(input, newFrame);
     Publish(newFrame);
     HandMetersToEditor();
@@ -48,7 +50,8 @@ void TessellaDuckwork::ProcessBlock(const double* const* inputs, double* const* 
 /// peer counts as absent.
 TessellaDuckwork::BlockInput TessellaDuckwork::ReadRegistry() {
     BlockInput input;
-    input.complete = own.ReadAndSyncInBlock(input.cycle, peerBins);
+    input.complete = own.ReadAndSyncInBlock(
+        input.cycle, std::span(peerBins).first(static_cast<std::size_t>(PublishedBins())));
     const bool heard = input.complete && input.cycle.audioValid;
     input.peerValid = heard || (!input.complete && input.cycle.remoteId != 0 && peerHeard);
     peerHeard = heard;
@@ -87,14 +90,22 @@ void TessellaDuckwork::SnapWorkingValues() {
     working = Targets();
     makeupGain = static_cast<float>(dsp::fromDb(working.makeupDb));
     glideFrames = 0;
+    settled = false;
 }
 
 void TessellaDuckwork::GlideWorkingValues(int nFrames) {
+    const unsigned changes = ParamChanges();
+    if (settled && changes == settledChanges && nFrames == glideFrames)
+        return;
     if (nFrames != glideFrames)
         glidePart = dsp::glideCoef(nFrames, hostSampleRate);
     glideFrames = nFrames;
-    const auto glide = [part = glidePart](double& value, double target) {
-        value += (target - value) * part;
+    settled = true;
+    settledChanges = changes;
+    const auto glide = [&](double& value, double target) {
+        const double next = value + (target - value) * glidePart;
+        settled &= next == value;
+        value = next;
     };
     const WorkingValues target = Targets();
     const double makeupBefore = working.makeupDb;
@@ -131,9 +142,13 @@ void TessellaDuckwork::MeasureLevels(const BlockInput& input, bool newFrame) {
     grMeter = {processor.grLowDb, processor.grMidDb, processor.grHighDb};
     std::copy(grMeter.begin(), grMeter.end(), grSnapshot.begin());
 
-    const std::array splits = {own.Value(FreqLow), own.Value(FreqHigh)};
-    const bool all = std::exchange(levelsDue, false) || splits != levelSplits;
-    levelSplits = splits;
+    if (const unsigned changes = ParamChanges(); changes != levelChanges) {
+        levelChanges = changes;
+        const std::array now = {own.Value(FreqLow), own.Value(FreqHigh)};
+        levelsDue |= splits != now;
+        splits = now;
+    }
+    const bool all = std::exchange(levelsDue, false);
     const auto measure = [&](const auto& bins, float scale) {
         const auto binHz = static_cast<float>(hostSampleRate / processor.fftSize);
         return dsp::bandLevels(bins.data(), PublishedBins(), binHz, splits[0], splits[1], scale);
