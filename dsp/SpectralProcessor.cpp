@@ -40,12 +40,6 @@ const float* windowOf(int size) {
 /// The spectrum of no peer.
 constexpr std::array<float, kExchangedBins> kSilence{};
 
-/// A channel from sample `start` on; no channel stays none.
-template <class Sample>
-Sample* from(Sample* channel, int start) {
-    return channel != nullptr ? channel + start : nullptr;
-}
-
 void emitSilence(double* left, double* right, int n) {
     if (left != nullptr)
         std::fill_n(left, n, 0.0);
@@ -107,13 +101,31 @@ void SpectralProcessor::stream(const FrameSettings& settings, const double* inL,
         emitSilence(outL, outR, n);
         return;
     }
-    for (int start = 0, run = 0; start < n; start += run) {
-        run = std::min(n - start, hopSize - hopFill); // to the end of the hop at most
-        exchange(inL + start, from(inR, start), from(outL, start), from(outR, start), run);
+    // Without a right channel the left one counts twice, and comes out once.
+    inR = inR != nullptr ? inR : inL;
+    outR = outR != nullptr ? outR : outL;
+    while (n > 0) {
+        const int run = std::min(n, hopSize - hopFill); // to the end of the hop at most
+        exchange(inL, inR, outL, outR, run);
         if (hopFill >= hopSize) {
             hopFill = 0;
             processBlock(settings);
         }
+        if ((n -= run) == 0)
+            return; // as a rule
+        inL += run, inR += run, outL += run, outR += run;
+    }
+}
+
+void SpectralProcessor::prefetchFor(int n) const {
+    constexpr int kLine = 16, kMost = 16 * kLine; // floats
+    const auto at = static_cast<std::size_t>(hopFill);
+    for (int i = 0; i < std::min(n, kMost); i += kLine) {
+        // Any address will do; for the hop's last block they are those of what follows it.
+        __builtin_prefetch(in.left[filling].data() + at + i, 1);
+        __builtin_prefetch(in.right[filling].data() + at + i, 1);
+        __builtin_prefetch(out.left[emitting].data() + at + i);
+        __builtin_prefetch(out.right[emitting].data() + at + i);
     }
 }
 
@@ -171,18 +183,17 @@ int SpectralProcessor::readMagnitude(std::span<float> destination) const {
     return static_cast<int>(sharedMagnitude.read(destination));
 }
 
-/// Takes n samples, for which the hops being filled have room, and gives as many of 2N ago. Without
-/// a right channel the left one counts twice, and comes out once.
+/// Takes n samples, for which the hops being filled have room, and gives as many of 2N ago.
 void SpectralProcessor::exchange(const double* inL, const double* inR, double* outL, double* outR,
                                  int n) {
     kernels->exchange({.inL = inL,
-                       .inR = inR != nullptr ? inR : inL,
+                       .inR = inR,
                        .takenL = in.left[filling].data() + hopFill,
                        .takenR = in.right[filling].data() + hopFill,
                        .readyL = out.left[emitting].data() + hopFill,
                        .readyR = out.right[emitting].data() + hopFill,
                        .outL = outL,
-                       .outR = outR != nullptr ? outR : outL,
+                       .outR = outR,
                        .n = n});
     hopFill += n;
 }

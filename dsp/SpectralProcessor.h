@@ -65,6 +65,10 @@ public:
     void stream(const FrameSettings& settings, const double* inL, const double* inR, double* outL,
                 double* outR, int n);
 
+    /// Asks for the memory that n samples will touch: where many instances take turns it comes from
+    /// far, but while other work is done. [audio]
+    void prefetchFor(int n) const;
+
     /// Whether to stream n more samples runs a frame. [audio]
     [[nodiscard]] bool runsFrameWithin(int n) const { return hopFill + n >= hopSize; }
 

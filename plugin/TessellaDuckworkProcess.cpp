@@ -17,6 +17,11 @@ struct TessellaDuckwork::BlockInput {
 
 clap_process_status TessellaDuckwork::process(const clap_process_t* block) noexcept {
     const dsp::DenormalGuard noDenormals; // also while the host's floats are converted
+    if (block != nullptr) {
+        const auto frames = static_cast<int>(std::min(block->frames_count, 256U));
+        processor.prefetchFor(frames);
+        analyzer.prefetchFor(frames);
+    }
     return IPlugCLAP::process(block);
 }
 

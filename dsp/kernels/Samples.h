@@ -47,9 +47,9 @@ inline Vec usable(Vec samples) {
     return larger(smaller(numbers, broadcast(kMaxSample)), broadcast(-kMaxSample));
 }
 inline float usable(float sample) {
-    if (sample != sample) // NOLINT(misc-redundant-expression)
-        return 0.0F;
-    return sample < -kMaxSample ? -kMaxSample : sample > kMaxSample ? kMaxSample : sample;
+    const float number = sample == sample ? sample : 0.0F; // NOLINT(misc-redundant-expression)
+    const float bounded = number < kMaxSample ? number : kMaxSample;
+    return bounded > -kMaxSample ? bounded : -kMaxSample;
 }
 
 /// Each sample of both inputs is taken before an output, which may be the same memory, is written.
