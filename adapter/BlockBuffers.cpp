@@ -23,17 +23,22 @@ Sample* channelOf(const clap_audio_buffer_t* port, Sample* const* data, int chan
 
 } // namespace
 
+const SampleConversions kPlainConversions = {
+    [](const float* from, double* to, int n) { std::copy_n(from, n, to); },
+    [](const double* from, float* to, int n) {
+        std::transform(from, from + n, to, [](double x) { return static_cast<float>(x); });
+    }};
+
 void BlockBuffers::Prepare(std::uint32_t maxFrames) {
     capacity = std::clamp<std::uint32_t>(maxFrames, 1, kMaxFrames);
     scratch.assign(std::size_t{2} * kChannels * capacity, 0.0);
 }
 
-double* BlockBuffers::Scratch(int line) noexcept {
-    return scratch.data() + static_cast<std::size_t>(line) * capacity;
-}
-
 void BlockBuffers::Attach(const clap_process_t& block, std::uint32_t offset,
-                          std::uint32_t frameCount) noexcept {
+                          std::uint32_t frameCount, BriefScratch& brief) noexcept {
+    const bool isBrief = frameCount <= kBriefFrames;
+    lines = isBrief ? brief.data() : scratch.data();
+    lineLength = isBrief ? kBriefFrames : capacity;
     frames = frameCount;
     outputsConnected = 0;
     const auto* const in = mainPort(block.audio_inputs, block.audio_inputs_count);
@@ -51,7 +56,7 @@ void BlockBuffers::AttachInput(int channel, const clap_audio_buffer_t* port,
     double* const line = Scratch(channel);
     inputs[std::size_t(channel)] = samples != nullptr ? samples : line;
     if (samples == nullptr && floats != nullptr)
-        std::copy_n(floats, frames, line);
+        conversions.widen(floats, line, static_cast<int>(frames));
     else if (samples == nullptr)
         std::fill_n(line, frames, 0.0);
 }
@@ -69,8 +74,7 @@ void BlockBuffers::AttachOutput(int channel, const clap_audio_buffer_t* port,
 void BlockBuffers::Deliver() noexcept {
     for (std::size_t channel = 0; channel < kChannels; ++channel)
         if (floatOutputs[channel] != nullptr)
-            std::transform(outputs[channel], outputs[channel] + frames, floatOutputs[channel],
-                           [](double sample) { return static_cast<float>(sample); });
+            conversions.narrow(outputs[channel], floatOutputs[channel], static_cast<int>(frames));
 }
 
 } // namespace iplug

@@ -19,9 +19,10 @@ const char* portType(int channels) { return channels == 1 ? CLAP_PORT_MONO : CLA
 
 } // namespace
 
-IPlugCLAP::IPlugCLAP(const InstanceInfo& info, const Config& config)
+IPlugCLAP::IPlugCLAP(const InstanceInfo& info, const Config& config,
+                     const SampleConversions& conversions)
     : IPlugAPIBase(config), IPlugProcessor(config), ClapPlugin(*info.descriptor, info.host),
-      staticConfig(config) {}
+      staticConfig(config), buffers(conversions) {}
 
 bool IPlugCLAP::init() noexcept { return SelectIOConfig(0); }
 

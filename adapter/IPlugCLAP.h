@@ -21,7 +21,8 @@ struct InstanceInfo {
 /// calls of the instance's virtual operations. No exception leaves it.
 class IPlugCLAP : public IPlugAPIBase, public IPlugProcessor, public ClapPlugin {
 public:
-    IPlugCLAP(const InstanceInfo& info, const Config& config);
+    IPlugCLAP(const InstanceInfo& info, const Config& config,
+              const SampleConversions& conversions = kPlainConversions);
 
     // To the host, see IEditorDelegate (IPlugCLAPGui.cpp).
     bool EditorResize(int widthPx, int heightPx) override;
@@ -112,7 +113,6 @@ private:
 
     const Config staticConfig;
     BlockBuffers buffers;
-    ParamQueue outgoing; ///< writer: the editor; reader: process or flush
     /// Parameters whose present value the host has still to hear of, a bit each. [any]
     std::atomic<std::uint32_t> untoldValues = 0;
     bool tailChangedPending = false;                  ///< set by activate, told by the next process
@@ -124,6 +124,7 @@ private:
     /// The size that the host last knew, pixels; 0 before it knows any. [main, ui]
     std::atomic<editor::SizePx> toldSize = editor::SizePx{};
     std::atomic<pthread_t> resizeAsker = pthread_t{}; ///< inside the host's resize request, or zero
+    ParamQueue outgoing; ///< writer: the editor; reader: process or flush
 };
 
 } // namespace iplug

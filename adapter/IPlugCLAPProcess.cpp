@@ -94,9 +94,10 @@ void IPlugCLAP::ProcessAudio(const clap_process_t& block) {
     const std::uint32_t longest = buffers.Capacity();
     if (longest == 0)
         return; // never activated
+    alignas(64) BlockBuffers::BriefScratch brief;
     for (std::uint32_t offset = 0; offset < block.frames_count; offset += longest) {
         const std::uint32_t frames = std::min(block.frames_count - offset, longest);
-        buffers.Attach(block, offset, frames);
+        buffers.Attach(block, offset, frames, brief);
         SetOutChansConnected(buffers.NOutputsConnected());
         ProcessBlock(buffers.Inputs(), buffers.Outputs(), static_cast<int>(frames));
         buffers.Deliver();

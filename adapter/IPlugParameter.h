@@ -26,7 +26,8 @@ struct ParamSpec {
 /// lock; it is always finite and inside the range.
 class IParam {
 public:
-    explicit IParam(const ParamSpec& row);
+    /// Every change steps the counter, which must live as long.
+    IParam(const ParamSpec& row, std::atomic<unsigned>& changeCounter);
 
     [[nodiscard]] const ParamSpec& Spec() const noexcept { return spec; }
     [[nodiscard]] bool Stepped() const noexcept { return spec.type == ParamType::Int; }
@@ -55,9 +56,10 @@ public:
     [[nodiscard]] double StringToValue(std::string_view text) const noexcept;
 
 private:
+    std::atomic<double> value;
+    std::atomic<unsigned>& changes;
     const ParamSpec spec;
     const int displayPrecision; ///< digits behind the point
-    std::atomic<double> value;
     static_assert(std::atomic<double>::is_always_lock_free);
 };
 

@@ -5,6 +5,7 @@
 #include "adapter/IEditorDelegate.h"
 #include "adapter/IPlugParameter.h"
 
+#include <atomic>
 #include <memory>
 #include <vector>
 
@@ -25,6 +26,12 @@ public:
         return *params[std::size_t(index)];
     }
 
+    /// Another number than before: a parameter has been set since. Read ahead of the values, it
+    /// stands for them. [any]
+    [[nodiscard]] unsigned ParamChanges() const noexcept {
+        return paramChanges.load(std::memory_order_acquire); // the values set before it was stepped
+    }
+
     /// A parameter has a new value. Hosts deliver changes on the audio thread while processing and
     /// on the main thread otherwise; the editor on its own. [any]
     virtual void OnParamChange(int index) = 0;
@@ -41,12 +48,15 @@ public:
 
 protected:
     /// Appends a parameter: they are added in index order, before anything reads them. [main]
-    void AddParam(const ParamSpec& row) { params.push_back(std::make_unique<IParam>(row)); }
+    void AddParam(const ParamSpec& row) {
+        params.push_back(std::make_unique<IParam>(row, paramChanges));
+    }
 
     /// Announces every parameter's current value in index order. [main]
     void OnParamReset(ParamSource source);
 
 private:
+    std::atomic<unsigned> paramChanges = 0;
     std::vector<std::unique_ptr<IParam>> params; // unique_ptr: the atomic value cannot move
 };
 

@@ -47,9 +47,9 @@ public:
 private:
     static constexpr std::uint32_t kCapacity = 512;
 
-    std::array<ParamRecord, kCapacity> records{};
     std::atomic<std::uint32_t> writeIndex = 0;
     std::atomic<std::uint32_t> readIndex = 0;
+    std::array<ParamRecord, kCapacity> records{};
 };
 
 } // namespace iplug

@@ -7,7 +7,7 @@ namespace bench {
 /// left and right, N samples each, come out as they went in. All arrays aligned to 64 bytes.
 struct PairMemory {
     float *left, *right;
-    float* work;      ///< dsp::kScratch<N> floats
+    float* work;      ///< dsp::kMaxFrameStack bytes
     float* magnitude; ///< N/2 + 1
     const float* one; ///< N/2 + 1 values of 1
 };

@@ -1,5 +1,6 @@
 /// What callgrind counts for tools/check-instructions: count-frame KIND TIMES. Frames with all bins
-/// reduced (frame-1024, frame-4096), or blocks of 64 samples that complete no frame (block-64).
+/// reduced (frame-1024, frame-4096), or blocks of 64 samples or of one that complete no frame
+/// (block-64, block-1).
 #include "bench/FrameSetup.h"
 
 #include <array>
@@ -15,14 +16,16 @@ void countFrames(double rate, int times) {
         setup.run();
 }
 
-/// Of a hop of 2048 samples at 192 kHz the first 31 blocks, so 31 times at most, complete no frame.
-void countBlocks(int times) {
+/// Of a hop of 2048 samples at 192 kHz the first 31 blocks of 64, so 31 times at most, complete no
+/// frame.
+void countBlocks(int samples, int times) {
     dsp::SpectralProcessor processor;
     processor.reset(192000.0);
     std::array<double, 64> left{}, right{};
     left.fill(0.25);
+    const dsp::FrameSettings settings;
     for (int i = 0; i < times; ++i)
-        processor.stream({}, left.data(), right.data(), left.data(), right.data(), 64);
+        processor.stream(settings, left.data(), right.data(), left.data(), right.data(), samples);
 }
 
 } // namespace
@@ -36,8 +39,10 @@ int main(int argc, char** argv) {
     else if (kind == "frame-4096")
         countFrames(192000.0, times);
     else if (kind == "block-64")
-        countBlocks(times);
+        countBlocks(64, times);
+    else if (kind == "block-1")
+        countBlocks(1, times);
     else
-        return std::fputs("count-frame frame-1024|frame-4096|block-64 TIMES\n", stderr), 2;
+        return std::fputs("count-frame frame-1024|frame-4096|block-64|block-1 TIMES\n", stderr), 2;
     return 0;
 }

@@ -16,7 +16,7 @@ constexpr float kNewShare = 0.6F; ///< of a frame's level in the level shown
 
 } // namespace
 
-std::array<DisplayBand, kDisplayBands> displayBands(float sampleRate, float binHz, int maxBins) {
+DisplayBands displayBands(float sampleRate, float binHz, int maxBins) {
     const float decades = std::log10(std::min(0.5F * sampleRate, kHighestHz)) - kLowestLog;
     const auto edgeHz = [decades](int edge) {
         return std::pow(10.0F, static_cast<float>(edge) * decades / kDisplayBands + kLowestLog);
@@ -26,7 +26,7 @@ std::array<DisplayBand, kDisplayBands> displayBands(float sampleRate, float binH
         return static_cast<std::int32_t>(std::min(bin, static_cast<float>(maxBins)));
     };
 
-    std::array<DisplayBand, kDisplayBands> bands{};
+    DisplayBands bands{};
     for (int i = 0; i < kDisplayBands; ++i) {
         const float low = edgeHz(i);
         const float high = edgeHz(i + 1);

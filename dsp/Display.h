@@ -19,7 +19,8 @@ struct DisplayBand {
 /// lower. Each covers the bins that its edges touch, never bin 0 and none from maxBins up; bands
 /// narrower than a bin repeat the same one. sampleRate in Hz and binHz, the distance of two bins in
 /// Hz, must be positive and finite. [any]
-std::array<DisplayBand, kDisplayBands> displayBands(float sampleRate, float binHz, int maxBins);
+using DisplayBands = std::array<DisplayBand, kDisplayBands>;
+DisplayBands displayBands(float sampleRate, float binHz, int maxBins);
 
 /// Level shown for silence, dB.
 inline constexpr float kSilentDisplayDb = -100.0F;
@@ -50,7 +51,7 @@ public:
 private:
     [[nodiscard]] float levelOf(const DisplayBand& band, std::span<const float> magnitudes) const;
 
-    std::array<DisplayBand, kDisplayBands> bands{};
+    DisplayBands bands{};
     float tunedRate = 0.0F;
     int tunedSize = 0;
     int tunedBins = 0;

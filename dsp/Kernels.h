@@ -4,9 +4,8 @@
 
 namespace dsp {
 
-/// Floats of scratch that a frame of N samples takes: N complex points, spread a little.
-template <int N>
-constexpr int kScratch = 2 * N + 128;
+/// Bytes that the largest frame takes on the stack: its complex points, spread a little.
+constexpr int kMaxFrameStack = 8 * 4096 + 512;
 
 /// The memory of one frame of a channel pair, N samples with 50 % overlap, for the kernels. All
 /// aligned to 64 bytes. Plain pointers: the kernels are compiled for several processors and share
@@ -19,7 +18,6 @@ struct PairFrame {
     const float* window; ///< N values, applied before and after
     const float* gain;   ///< N/2 + 1 linear gains; those of DC and Nyquist are 1
     float* magnitude;    ///< to N/2 + 1 values: the mean of both channels, on twice the DFT's scale
-    float* work;         ///< kScratch<N> floats of scratch
     float* tailL;        ///< N/2 output samples, to which the frame's first half is added
     float* tailR;
     float* freshL; ///< N/2 output samples, overwritten with the frame's second half
@@ -45,11 +43,28 @@ struct GainGlide {
     int bins;
 };
 
+/// A run of samples of a channel pair on its way in and on its way out, n each, for the kernels.
+/// Outputs may be the memory of either input, but overlap nothing in part.
+struct SampleRun {
+    const double* inL;
+    const double* inR;
+    float* takenL; ///< what becomes of the inputs: NaN is 0, all else is limited to ±1e15
+    float* takenR;
+    const float* readyL;
+    const float* readyR;
+    double* outL; ///< gets readyL as it is, last
+    double* outR;
+    int n;
+};
+
 /// The engine's inner loops as compiled for one kind of processor. All sets do the same, to within
 /// rounding. Kernels neither allocate nor wait nor keep state. [any]
 struct Kernels {
     const char* name;
-    void (*prepare)(); ///< builds the tables of `reduceFrame` and `passFrame`
+    void (*prepare)(); ///< fills the constants of all that follows; called by usableKernels
+    /// Builds the tables of `reduceFrame` and `passFrame`, by N as those; does nothing once they
+    /// stand. They are the process', not an instance's. [any but audio]
+    void (*prepareSize[4])();
     /// One frame of N samples, the gains applied; by N: 512, 1024, 2048, 4096, see sizeIndex.
     void (*reduceFrame[4])(const PairFrame& frame);
     /// The same for gains that are all 1: for less than half the work.
@@ -61,10 +76,9 @@ struct Kernels {
     double (*sumOfMagnitudes)(const float* values, int n);
     /// Whether all values are 0; n is a multiple of 64, the values aligned to 64 bytes.
     bool (*isSilent)(const float* values, int n);
-    /// Samples to single precision: NaN becomes 0, all else is limited to ±1e15. No overlap.
-    void (*toFloat)(const double* from, float* to, int n);
-    void (*toDouble)(const float* from, double* to, int n); ///< no overlap
-    void (*narrow)(const double* from, float* to, int n);   ///< as they are; no overlap
+    void (*exchange)(const SampleRun& run);
+    void (*widen)(const float* from, double* to, int n);  ///< no overlap
+    void (*narrow)(const double* from, float* to, int n); ///< as they are; no overlap
     /// (left + right) / 2; no overlap with to.
     void (*meanOf)(const double* left, const double* right, float* to, int n);
 };
@@ -72,12 +86,13 @@ struct Kernels {
 /// Place of a transform size in Kernels' tables: 512 is 0, 4096 is 3. [any]
 constexpr int sizeIndex(int size) { return (size > 512) + (size > 1024) + (size > 2048); }
 
-/// The sets that this machine can run, the fastest first; their tables are built. [any except
-/// audio: the first call computes and may wait]
+/// The sets that this machine can run, the fastest first. Tables are built for those sizes that
+/// prepareSize has been asked for. [any except audio: the first call may wait]
 std::span<const Kernels* const> usableKernels();
 
 // What the build holds, each in a file with compile options of its own. A machine may lack what a
 // set is compiled for, so nobody but usableKernels chooses among them.
+extern const Kernels kAvx512Kernels;
 extern const Kernels kAvx2Kernels;
 extern const Kernels kSseKernels;
 extern const Kernels kPortableKernels;

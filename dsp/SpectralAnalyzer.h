@@ -5,6 +5,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <memory>
 
 namespace dsp {
 
@@ -25,24 +26,26 @@ public:
     /// [main, while not processing]
     void retune(double newSampleRate);
 
+    /// As SpectralProcessor::prefetchFor. [audio]
+    void prefetchFor(int n) const;
+
     /// Appends n samples of (left + right) / 2, or of left alone when right is null. [audio]
     void push(const double* left, const double* right, int n);
 
-    std::array<float, kHistorySize> history{}; ///< index = count & kHistoryMask
     /// Samples pushed, free-running. Stored with release after the samples it counts: a reader that
     /// loads it with acquire sees them.
     std::atomic<std::uint32_t> writeCount{0};
-    std::uint32_t readCount = 0;  ///< samples consumed
-    float sampleRate = 0.0F;      ///< Hz
-    const std::int32_t* binOrder; ///< pair index of each bin, not owned
+    std::array<float, kHistorySize> history{}; ///< index = count & kHistoryMask
+    std::uint32_t readCount = 0;               ///< samples consumed
+    float sampleRate = 0.0F;                   ///< Hz
+    const std::int32_t* binOrder;              ///< pair index of each bin, not owned
     std::uint32_t frameCount = 0;
-    std::array<float, kSize> window{}; ///< periodic Hann window / 4096
-    std::array<float, kSize> work{};   ///< transform buffer
+    const std::array<float, kSize>& window; ///< periodic Hann window / 4096, the process'
+    std::array<float, kSize> work{};        ///< transform buffer
     std::array<float, kBins> binDb{};
     std::array<float, kDisplayBands> bandDb{};
-    std::array<std::int32_t, kDisplayBands> bandLoBin{};
-    std::array<std::int32_t, kDisplayBands> bandHiBin{}; ///< exclusive
-    std::array<float, kDisplayBands> bandCentreHz{};
+    /// Bins and centres for the rate, shared by all that have the same.
+    std::shared_ptr<const DisplayBands> bands;
 };
 
 } // namespace dsp

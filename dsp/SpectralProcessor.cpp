@@ -17,14 +17,28 @@ int sizeForRate(double sampleRate) {
     return size;
 }
 
+/// sin(π·n/N), which depends on nothing else: one for all instances.
+template <int N>
+const float* sineWindow() {
+    struct alignas(64) Window {
+        std::array<float, N> values;
+        Window() {
+            for (std::size_t n = 0; n < N; ++n)
+                values[n] = std::sin(kPi * static_cast<float>(n) / static_cast<float>(N));
+        }
+    };
+    static const Window sWindow;
+    return sWindow.values.data();
+}
+
+const float* windowOf(int size) {
+    constexpr const float* (*kWindows[])() = {sineWindow<512>, sineWindow<1024>, sineWindow<2048>,
+                                              sineWindow<4096>};
+    return kWindows[sizeIndex(size)]();
+}
+
 /// The spectrum of no peer.
 constexpr std::array<float, kExchangedBins> kSilence{};
-
-/// A channel from sample `start` on; no channel stays none.
-template <class Sample>
-Sample* from(Sample* channel, int start) {
-    return channel != nullptr ? channel + start : nullptr;
-}
 
 void emitSilence(double* left, double* right, int n) {
     if (left != nullptr)
@@ -47,23 +61,22 @@ std::uint32_t SpectralProcessor::reset(double newSampleRate) {
     fftSize = size;
     hopSize = size / 2;
     numBins = size / 2;
-    for (int n = 0; n < size; ++n)
-        window[static_cast<std::size_t>(n)] =
-            std::sin(kPi * static_cast<float>(n) / static_cast<float>(size));
+    kernels->prepareSize[sizeIndex(size)]();
+    window = windowOf(size);
     setTimes(attackMs, releaseMs);
     clear();
     return static_cast<std::uint32_t>(size);
 }
 
 void SpectralProcessor::clear() noexcept {
-    hopFill = samplesSeen = 0;
-    ringWrite = ringRead = 0;
-    filling = 0;
-    for (auto* hops : {&hopsL, &hopsR})
-        for (Hop& hop : *hops)
-            hop.fill(0.0F);
-    for (Ring* ring : {&ringL, &ringR})
-        ring->fill(0.0F);
+    hopFill = 0;
+    filling = emitting = 0;
+    const auto silence = [hop = hopSize](auto& hops) {
+        for (auto& samples : hops)
+            std::fill_n(samples.begin(), hop, 0.0F);
+    };
+    silence(in.left), silence(in.right);
+    silence(out.left), silence(out.right);
     magnitude.fill(0.0F);
     shareMagnitude();
     binGain.fill(1.0F);
@@ -88,35 +101,44 @@ void SpectralProcessor::stream(const FrameSettings& settings, const double* inL,
         emitSilence(outL, outR, n);
         return;
     }
-    for (int start = 0, run = 0; start < n; start += run) {
-        // A run ends at the hop boundary. Both inputs are taken before an output, which may be the
-        // same memory, is written.
-        run = std::min(n - start, hopSize - hopFill);
-        collect(inL + start, from(inR, start), run);
+    // Without a right channel the left one counts twice, and comes out once.
+    inR = inR != nullptr ? inR : inL;
+    outR = outR != nullptr ? outR : outL;
+    while (n > 0) {
+        const int run = std::min(n, hopSize - hopFill); // to the end of the hop at most
+        exchange(inL, inR, outL, outR, run);
         if (hopFill >= hopSize) {
             hopFill = 0;
             processBlock(settings);
         }
-        // N is a multiple of the hop, so the output opens between two runs, never within one.
-        if (samplesSeen >= fftSize) {
-            emit(from(outL, start), from(outR, start), run);
-        } else {
-            emitSilence(from(outL, start), from(outR, start), run);
-            samplesSeen += run;
-        }
+        if ((n -= run) == 0)
+            return; // as a rule
+        inL += run, inR += run, outL += run, outR += run;
+    }
+}
+
+void SpectralProcessor::prefetchFor(int n) const {
+    constexpr int kLine = 16, kMost = 16 * kLine; // floats
+    const auto at = static_cast<std::size_t>(hopFill);
+    for (int i = 0; i < std::min(n, kMost); i += kLine) {
+        // Any address will do; for the hop's last block they are those of what follows it.
+        __builtin_prefetch(in.left[filling].data() + at + i, 1);
+        __builtin_prefetch(in.right[filling].data() + at + i, 1);
+        __builtin_prefetch(out.left[emitting].data() + at + i);
+        __builtin_prefetch(out.right[emitting].data() + at + i);
     }
 }
 
 void SpectralProcessor::processBlock(const FrameSettings& settings) {
     if (fftSize == 0)
         return;
-    releasePreviousFrame();
     reduction.follow(settings.reduction, binHz(), fftSize);
     const bool gainsAreOne = glideGains(settings);
     overlapAddFrame(gainsAreOne, settings.outputGain);
     shareMagnitude();
     meterBands(reduction.bands());
     filling = 1 - filling;
+    emitting = (emitting + 1) % 4;
 }
 
 void SpectralProcessor::processBlock(const float* peerMagnitude, bool peerValid,
@@ -161,42 +183,23 @@ int SpectralProcessor::readMagnitude(std::span<float> destination) const {
     return static_cast<int>(sharedMagnitude.read(destination));
 }
 
-/// Into the hops being filled, which have room for n samples; without a right channel the left one
-/// twice.
-void SpectralProcessor::collect(const double* left, const double* right, int n) {
-    kernels->toFloat(left, hopsL[filling].data() + hopFill, n);
-    kernels->toFloat(right != nullptr ? right : left, hopsR[filling].data() + hopFill, n);
+/// Takes n samples, for which the hops being filled have room, and gives as many of 2N ago.
+void SpectralProcessor::exchange(const double* inL, const double* inR, double* outL, double* outR,
+                                 int n) {
+    kernels->exchange({.inL = inL,
+                       .inR = inR,
+                       .takenL = in.left[filling].data() + hopFill,
+                       .takenR = in.right[filling].data() + hopFill,
+                       .readyL = out.left[emitting].data() + hopFill,
+                       .readyR = out.right[emitting].data() + hopFill,
+                       .outL = outL,
+                       .outR = outR,
+                       .n = n});
     hopFill += n;
-}
-
-/// Takes n samples of each channel from the rings, as silence where they are empty.
-void SpectralProcessor::emit(double* left, double* right, int n) {
-    const auto wanted = static_cast<std::uint32_t>(n);
-    const std::uint32_t taken = std::min(wanted, ringWrite - ringRead);
-    const int count = static_cast<int>(taken);
-    copyFromRing(ringL, left, count);
-    copyFromRing(ringR, right, count);
-    ringRead += taken;
-    emitSilence(from(left, count), from(right, count), n - count);
-}
-
-/// From ringRead on; out may be null. Reading keeps step with the hops, so a run, which ends with a
-/// hop, never passes the ring's end.
-void SpectralProcessor::copyFromRing(const Ring& ring, double* out, int n) const {
-    if (out != nullptr)
-        kernels->toDouble(ring.data() + (ringRead & ringMask()), out, n);
-}
-
-std::uint32_t SpectralProcessor::ringMask() const {
-    return 4 * static_cast<std::uint32_t>(fftSize) - 1;
 }
 
 /// Distance of two bins. As N is a power of two, bin · binHz() is exactly bin · sampleRate / N.
 float SpectralProcessor::binHz() const { return sampleRate / static_cast<float>(fftSize); }
-
-/// The rings are the overlap-add accumulators, too: behind ringWrite stands what a frame later will
-/// be complete.
-void SpectralProcessor::releasePreviousFrame() { ringWrite += static_cast<std::uint32_t>(hopSize); }
 
 bool SpectralProcessor::glideGains(const FrameSettings& settings) {
     const bool hasPeer = settings.peerValid && settings.peerMagnitude != nullptr;
@@ -211,29 +214,28 @@ bool SpectralProcessor::glideGains(const FrameSettings& settings) {
 }
 
 void SpectralProcessor::overlapAddFrame(bool gainsAreOne, float outputGain) {
-    const std::uint32_t tail = ringWrite & ringMask();
-    const std::uint32_t fresh = (ringWrite + static_cast<std::uint32_t>(hopSize)) & ringMask();
+    // What has just gone out makes room for the second half of this frame.
+    const std::size_t older = 1 - filling, tail = (emitting + 3) % 4;
     // The transform of both channels in one leaks at −140 dB from one into the other, which a
     // silent channel must not show.
-    const PairFrame frame{.olderL = hopsL[1 - filling].data(),
-                          .olderR = hopsR[1 - filling].data(),
-                          .newerL = hopsL[filling].data(),
-                          .newerR = hopsR[filling].data(),
-                          .window = window.data(),
+    const PairFrame frame{.olderL = in.left[older].data(),
+                          .olderR = in.right[older].data(),
+                          .newerL = in.left[filling].data(),
+                          .newerR = in.right[filling].data(),
+                          .window = window,
                           .gain = binGain.data(),
                           .magnitude = magnitude.data(),
-                          .work = work.data(),
-                          .tailL = ringL.data() + tail,
-                          .tailR = ringR.data() + tail,
-                          .freshL = ringL.data() + fresh,
-                          .freshR = ringR.data() + fresh,
-                          .scaleL = isSilent(hopsL) ? 0.0F : outputGain,
-                          .scaleR = isSilent(hopsR) ? 0.0F : outputGain};
+                          .tailL = out.left[tail].data(),
+                          .tailR = out.right[tail].data(),
+                          .freshL = out.left[emitting].data(),
+                          .freshR = out.right[emitting].data(),
+                          .scaleL = isSilent(in.left) ? 0.0F : outputGain,
+                          .scaleR = isSilent(in.right) ? 0.0F : outputGain};
     const int index = sizeIndex(fftSize);
     (gainsAreOne ? kernels->passFrame : kernels->reduceFrame)[index](frame);
 }
 
-bool SpectralProcessor::isSilent(const std::array<Hop, 2>& hops) const {
+bool SpectralProcessor::isSilent(const Hops<2>& hops) const {
     return kernels->isSilent(hops[0].data(), hopSize) && kernels->isSilent(hops[1].data(), hopSize);
 }
 

@@ -65,6 +65,10 @@ public:
     void stream(const FrameSettings& settings, const double* inL, const double* inR, double* outL,
                 double* outR, int n);
 
+    /// Asks for the memory that n samples will touch: where many instances take turns it comes from
+    /// far, but while other work is done. [audio]
+    void prefetchFor(int n) const;
+
     /// Whether to stream n more samples runs a frame. [audio]
     [[nodiscard]] bool runsFrameWithin(int n) const { return hopFill + n >= hopSize; }
 
@@ -97,38 +101,40 @@ public:
     Relaxed<double> releaseMs;
 
     const Kernels* const kernels;
-    alignas(64) Bins magnitude{}; ///< mean of both channels, unnormalised; see readMagnitude
-    alignas(64) Bins binGain{};   ///< smoothed, linear, 0 to 1
     float grLowDb = 0.0F, grMidDb = 0.0F, grHighDb = 0.0F;
 
 private:
-    using Hop = std::array<float, kMaxSize / 2 + kStagger>;
-    using Frame = std::array<float, kMaxSize + kStagger>;
-    using Ring = std::array<float, 4 * kMaxSize + kStagger>;
+    /// The last hops of each channel, one behind the other.
+    template <std::size_t kCount>
+    using Hops = std::array<std::array<float, kMaxSize / 2 + kStagger>, kCount>;
+    template <std::size_t kCount>
+    struct Pair {
+        Hops<kCount> left, right;
+    };
 
-    void collect(const double* left, const double* right, int n);
-    void emit(double* left, double* right, int n);
-    void copyFromRing(const Ring& ring, double* out, int n) const;
-    [[nodiscard]] std::uint32_t ringMask() const;
+    void exchange(const double* inL, const double* inR, double* outL, double* outR, int n);
     [[nodiscard]] float binHz() const;
-    void releasePreviousFrame();
     [[nodiscard]] bool glideGains(const FrameSettings& settings);
     void overlapAddFrame(bool gainsAreOne, float outputGain);
-    [[nodiscard]] bool isSilent(const std::array<Hop, 2>& hops) const;
+    [[nodiscard]] bool isSilent(const Hops<2>& hops) const;
     void shareMagnitude();
     void meterBands(const ReductionTable::BandRanges& ranges);
 
-    std::int32_t hopFill = 0;     ///< samples in the hops being filled
-    std::int32_t samplesSeen = 0; ///< since reset or clear, counted up to N
-    /// Ring positions, free-running; index = position & ringMask(). Frames are added beyond
-    /// ringWrite.
-    std::uint32_t ringWrite = 0, ringRead = 0;
-    std::size_t filling = 0;                         ///< which of the hops is being collected
-    alignas(64) std::array<Hop, 2> hopsL{}, hopsR{}; ///< the other holds the hop before
-    alignas(64) Ring ringL{}, ringR{};               ///< output
-    alignas(64) Frame window{};
+    const float* window = nullptr; ///< N values, the process'
+    std::int32_t hopFill = 0;      ///< samples in the hops being filled
+    std::size_t filling = 0;       ///< which of the hops in is being filled
+    std::size_t emitting = 0;      ///< which of the hops out goes out meanwhile
+
+public:
+    alignas(64) Bins magnitude{}; ///< mean of both channels, unnormalised; see readMagnitude
+    alignas(64) Bins binGain{};   ///< smoothed, linear, 0 to 1
+
+private:
+    alignas(64) Pair<2> in; ///< the other holds the hop before
+    /// Behind the one going out two that are complete and one that the next frame completes. Not
+    /// cleared until reset: nobody reads what no size is chosen for.
+    alignas(64) Pair<4> out;
     alignas(64) Bins carry{}; ///< see GainGlide
-    alignas(64) std::array<float, kScratch<kMaxSize>> work{};
     ReductionTable reduction;
     SharedSpectrum<kMaxBins> sharedMagnitude;
 };

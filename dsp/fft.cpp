@@ -5,7 +5,6 @@
 #include <cmath>
 #include <mutex>
 #include <numbers>
-#include <numeric>
 #include <utility>
 
 namespace dsp::fft {
@@ -23,7 +22,12 @@ struct Roots {
 };
 
 Roots sRoots;
-std::array<std::int32_t, kLargest / 2> sIdentity;
+constexpr auto kIdentity = [] {
+    std::array<std::int32_t, kLargest / 2> order{};
+    for (size_t bin = 0; bin < order.size(); ++bin)
+        order[bin] = static_cast<std::int32_t>(bin);
+    return order;
+}();
 std::once_flag sTablesOnce;
 
 void fillTables() {
@@ -35,7 +39,6 @@ void fillTables() {
             sRoots.im[n + k] = static_cast<float>(std::sin(angle));
         }
     }
-    std::iota(sIdentity.begin(), sIdentity.end(), 0);
 }
 
 struct Complex {
@@ -150,7 +153,7 @@ void set(float* pairs, size_t index, Complex value) {
 
 void initTables() { std::call_once(sTablesOnce, fillTables); }
 
-const std::int32_t* binOrder(int) { return sIdentity.data(); }
+const std::int32_t* binOrder(int) { return kIdentity.data(); }
 
 // A real signal x of n samples is transformed as z[i] = x[2i] + i·x[2i+1] of half the length. With
 // W = e^(−2πi/n) and k' = n/2 − k, twice the plain DFT of x is

@@ -34,7 +34,9 @@ TessellaDuckwork* MakePlug(const iplug::InstanceInfo& info, MakeEditor makeEdito
 }
 
 TessellaDuckwork::TessellaDuckwork(const iplug::InstanceInfo& info, MakeEditor editorMaker)
-    : IPlugCLAP(info, kConfig), makeEditor(editorMaker) {
+    : IPlugCLAP(info, kConfig,
+                {dsp::usableKernels().front()->widen, dsp::usableKernels().front()->narrow}),
+      makeEditor(editorMaker) {
     for (const iplug::ParamSpec& row : kParamTable)
         AddParam(row);
     SnapWorkingValues();

@@ -120,6 +120,7 @@ private:
     // One block, in this order
     struct BlockInput;
     [[nodiscard]] BlockInput ReadRegistry();
+    [[nodiscard]] BlockInput LookIntoRegistry();
     void ReadForNextBlock();
     void PassThrough(const double* const* inputs, double* const* outputs, int nFrames);
     [[nodiscard]] WorkingValues Targets() const;
@@ -136,17 +137,18 @@ private:
     dsp::Relaxed<int> editorHeight = 600;
     double hostSampleRate = 44100.0; ///< Hz. [main, in OnReset]
 
-    dsp::SpectralProcessor processor; // its envelope times: [any]; all else: [audio], reset [main]
     WorkingValues working;            ///< [audio], snapped in OnReset
     float makeupGain = 1.0F;          ///< of working.makeupDb, linear. [audio]
     int glideFrames = 0;              ///< the block size of glidePart. [audio]
     double glidePart = 0.0;           ///< dsp::glideCoef of it. [audio]
+    bool settled = false;             ///< the last glide changed nothing more. [audio]
+    unsigned settledChanges = 0;      ///< ParamChanges of the last glide. [audio]
+    dsp::FrameSettings frameSettings; ///< of the last block that ran a frame. [audio]
 
     // Meters, low, mid and high band
     std::array<dsp::Relaxed<float>, dsp::kBandCount> grSnapshot{};         ///< dB. [audio]
     std::array<float, dsp::kBandCount> ownLevel{}, peerLevel{}, grMeter{}; ///< [audio]
 
-    dsp::SpectralAnalyzer analyzer;
     TessellaDuckworkSHM shm;
     OwnSettings own{*this, shm, processor};
     PeerSettings peer{shm};
@@ -154,22 +156,26 @@ private:
     AudioGate editorGate; ///< closed while the editor goes away: the audio thread hands it meters
     int framesToCleanup = 0; ///< [ui]; without a slot: to the next look for the reason
 
-    std::array<float, dsp::kExchangedBins>
-        peerBins{};            ///< the peer's spectrum of this block. [audio]
     bool peerHeard = false;    ///< the last block had it from the registry. [audio]
     int binPublishCounter = 0; ///< 0, 1, 2: every third block. [audio]
 
     // What no frame and no setting has changed is neither measured nor published again. [audio,
     // reset main]
-    bool levelsDue = true;               ///< the levels are not those of these magnitudes
-    bool peerLevelDue = true;            ///< the same of the peer's
-    bool spectrumDue = true;             ///< the registry has not got the spectrum yet
-    std::array<double, 2> levelSplits{}; ///< Hz, by which the levels were measured
+    bool levelsDue = true;          ///< the levels are not those of these magnitudes
+    bool peerLevelDue = true;       ///< the same of the peer's
+    bool spectrumDue = true;        ///< the registry has not got the spectrum yet
+    std::array<double, 2> splits{}; ///< Hz, by which the levels were measured
+    unsigned levelChanges = ~0U;    ///< ParamChanges when the splits were read: never
 
     dsp::Relaxed<unsigned> blocks = 0;  ///< counts them. [audio]
     unsigned blocksAtBeat = 0;          ///< [heartbeat]
     int beatsWithoutBlock = 0;          ///< [heartbeat]
     std::atomic<bool> silenced = false; ///< the registry shows nothing of this side. [any]
+
+    // All of the above that blocks touch lies together; what follows is large.
+    dsp::SpectralProcessor processor; // its envelope times: [any]; all else: [audio], reset [main]
+    dsp::SpectralAnalyzer analyzer;
+    std::array<float, dsp::kExchangedBins> peerBins{}; ///< the peer's spectrum. [audio]
 
     std::atomic<bool> goingOn = true; ///< until the heartbeat is to end
     std::mutex sleepMutex; ///< held by the sleeping heartbeat's wait and by the destructor

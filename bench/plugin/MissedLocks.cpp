@@ -15,11 +15,12 @@
 
 namespace {
 
-/// What a block has met: its first try is that of reading, the last one that of a second look when
-/// the first was busy, the others are those of writing.
+/// What a block has met: its first try is that of reading (with some more where the peer would
+/// count as absent), the last one that of a second look when the first was busy, the others are
+/// those of writing.
 struct Tries {
-    int all = 0, busy = 0;
-    bool firstBusy = false, lastBusy = false;
+    int all = 0, busy = 0, busyAtFirst = 0;
+    bool lastBusy = false;
 };
 thread_local Tries tTries;
 
@@ -31,7 +32,7 @@ pthread_mutex_trylock(pthread_mutex_t* mutex) noexcept {
     static const auto original =
         reinterpret_cast<int (*)(pthread_mutex_t*)>(dlsym(RTLD_NEXT, "pthread_mutex_trylock"));
     const int result = original(mutex);
-    tTries.firstBusy |= tTries.all == 0 && result == EBUSY;
+    tTries.busyAtFirst += tTries.all == tTries.busyAtFirst && result == EBUSY ? 1 : 0;
     tTries.lastBusy = result == EBUSY;
     tTries.busy += result == EBUSY ? 1 : 0;
     ++tTries.all;
@@ -71,11 +72,13 @@ struct Listener {
     void block(std::uint32_t at, bool learn) {
         tTries = {};
         player.block(at, kFrames);
-        const bool secondBusy = tTries.firstBusy && tTries.lastBusy;
-        met.reads += tTries.firstBusy ? 1 : 0;
+        constexpr int kLooks = 5; // of a block whose peer would count as absent
+        const bool firstBusy = tTries.busyAtFirst > 0;
+        const bool secondBusy = firstBusy && tTries.lastBusy;
+        met.reads += firstBusy ? 1 : 0;
         met.secondLooks += secondBusy ? 1 : 0;
-        met.absent += tTries.firstBusy && wasBusy ? 1 : 0;
-        met.writes += tTries.busy - (tTries.firstBusy ? 1 : 0) - (secondBusy ? 1 : 0);
+        met.absent += wasBusy && tTries.busyAtFirst >= kLooks ? 1 : 0;
+        met.writes += wasBusy ? 0 : tTries.busy - (firstBusy ? 1 : 0) - (secondBusy ? 1 : 0);
         wasBusy = secondBusy;
         for (const std::uint32_t channel : {0U, 1U})
             for (const float sample : player.output(channel).first(kFrames))

@@ -70,17 +70,16 @@ inline void analyseAndPass(const PairFrame& frame, Row* rows) {
         rows, sRoots<N>.lanes);
 }
 
+/// How many rows a frame takes, those that spread it included. They lie on the stack, which is in
+/// the cache, whichever instance comes next.
 template <int N>
-inline Row* rowsOf(const PairFrame& frame) {
-    constexpr int kLastRow = rowOf(kRows<N> - 1, kRows<N>);
-    static_assert((kLastRow + 1) * static_cast<int>(sizeof(Row) / sizeof(float)) <= kScratch<N>);
-    return reinterpret_cast<Row*>(frame.work);
-}
+constexpr int kSpreadRows = rowOf(kRows<N> - 1, kRows<N>) + 1;
+static_assert(kSpreadRows<4096> * static_cast<int>(sizeof(Row)) <= kMaxFrameStack);
 
 /// The whole frame, with the gains applied.
 template <int N>
 void reduceFrame(const PairFrame& frame) {
-    Row* const rows = rowsOf<N>(frame);
+    alignas(64) Row rows[kSpreadRows<N>];
     analyse<N>(frame, rows);
     applyGains<N, true>(rows, frame);
     resynthesise<N>(frame, rows);
@@ -89,7 +88,7 @@ void reduceFrame(const PairFrame& frame) {
 /// The whole frame if all gains are 1.
 template <int N>
 void passFrame(const PairFrame& frame) {
-    Row* const rows = rowsOf<N>(frame);
+    alignas(64) Row rows[kSpreadRows<N>];
     analyseAndPass<N>(frame, rows);
     applyGains<N, false>(rows, frame);
 }

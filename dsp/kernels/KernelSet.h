@@ -11,26 +11,24 @@
 namespace dsp::TD_KERNEL_SET {
 namespace {
 
-void fillTables() {
-    fillGainConstants();
-    fillRoots<512>();
-    fillRoots<1024>();
-    fillRoots<2048>();
-    fillRoots<4096>();
+template <int N>
+void prepareSize() {
+    [[maybe_unused]] static const bool sDone = (fillRoots<N>(), true);
 }
 
 constexpr Kernels tableNamed(const char* name) {
     return {
         .name = name,
-        .prepare = fillTables,
+        .prepare = fillGainConstants,
+        .prepareSize = {prepareSize<512>, prepareSize<1024>, prepareSize<2048>, prepareSize<4096>},
         .reduceFrame = {reduceFrame<512>, reduceFrame<1024>, reduceFrame<2048>, reduceFrame<4096>},
         .passFrame = {passFrame<512>, passFrame<1024>, passFrame<2048>, passFrame<4096>},
         .glideGains = glideGains,
         .sumOf = sumOf,
         .sumOfMagnitudes = sumOfMagnitudes,
         .isSilent = isSilent,
-        .toFloat = toFloat,
-        .toDouble = toDouble,
+        .exchange = exchange,
+        .widen = widen,
         .narrow = narrow,
         .meanOf = meanOf};
 }

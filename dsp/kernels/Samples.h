@@ -18,44 +18,84 @@ using HalfBits [[gnu::vector_size(4 * kDoubles)]] = std::int32_t;
 using UnalignedDoubleVec [[gnu::vector_size(8 * kDoubles), gnu::aligned(8)]] = double;
 using UnalignedHalfVec [[gnu::vector_size(4 * kDoubles), gnu::aligned(4)]] = float;
 
-inline HalfVec halfAt(const double* from) {
-    return __builtin_convertvector(DoubleVec(*reinterpret_cast<const UnalignedDoubleVec*>(from)),
-                                   HalfVec);
+// Conversions of so many samples; GCC makes of its own ones for vectors three times the
+// instructions.
+#if defined(TD_KERNEL_INTRINSICS) && TD_KERNEL_WIDTH == 8
+inline HalfVec halfOf(DoubleVec doubles) { return _mm256_cvtpd_ps(doubles); }
+inline DoubleVec doublesOf(HalfVec half) { return _mm256_cvtps_pd(half); }
+#else
+inline HalfVec halfOf(DoubleVec doubles) { return __builtin_convertvector(doubles, HalfVec); }
+inline DoubleVec doublesOf(HalfVec half) { return __builtin_convertvector(half, DoubleVec); }
+#endif
+
+inline DoubleVec doublesAt(const double* from) {
+    return *reinterpret_cast<const UnalignedDoubleVec*>(from);
+}
+inline Vec narrowed(DoubleVec low, DoubleVec high) { return joined(halfOf(low), halfOf(high)); }
+inline Vec narrowedAt(const double* from) {
+    return narrowed(doublesAt(from), doublesAt(from + kDoubles));
+}
+inline void putWidened(const float* from, double* to) {
+    for (int i = 0; i < kWidth; i += kDoubles)
+        *reinterpret_cast<UnalignedDoubleVec*>(to + i) =
+            doublesOf(*reinterpret_cast<const UnalignedHalfVec*>(from + i));
 }
 
 /// NaN becomes 0, all else is limited to ±1e15: as floats, so that all steps are of one width.
-template <class T>
-inline T usableSample(T sample) {
-    const T most = T{} + kMaxSample;
-    // Only NaN differs from itself.
-    const T number = sample == sample ? sample : T{}; // NOLINT(misc-redundant-expression)
-    const T bounded = number < most ? number : most;
-    return bounded > -most ? bounded : -most;
+inline Vec usable(Vec samples) {
+    const Vec numbers = samples == samples ? samples : Vec{}; // NOLINT(misc-redundant-expression)
+    return larger(smaller(numbers, broadcast(kMaxSample)), broadcast(-kMaxSample));
+}
+inline float usable(float sample) {
+    const float number = sample == sample ? sample : 0.0F; // NOLINT(misc-redundant-expression)
+    const float bounded = number < kMaxSample ? number : kMaxSample;
+    return bounded > -kMaxSample ? bounded : -kMaxSample;
 }
 
-void toFloat(const double* from, float* to, int n) {
+/// Each sample of both inputs is taken before an output, which may be the same memory, is written.
+void exchange(const SampleRun& run) {
+    const SampleRun r = run; // or every store might change it
     int i = 0;
-    for (; i + kWidth <= n; i += kWidth) {
-        const Vec samples = joined(halfAt(from + i), halfAt(from + i + kDoubles));
-        storeAnywhere(to + i, usableSample(samples));
+    for (; i + kWidth <= r.n; i += kWidth) {
+        const Vec left = usable(narrowedAt(r.inL + i)), right = usable(narrowedAt(r.inR + i));
+        putWidened(r.readyR + i, r.outR + i);
+        putWidened(r.readyL + i, r.outL + i);
+        storeAnywhere(r.takenL + i, left);
+        storeAnywhere(r.takenR + i, right);
     }
-    for (; i < n; ++i) // infinite, if too large for a float
-        to[i] = usableSample(static_cast<float>(from[i]));
+    for (; i < r.n; ++i) { // infinite, if too large for a float
+        const float left = usable(static_cast<float>(r.inL[i]));
+        const float right = usable(static_cast<float>(r.inR[i]));
+        r.outR[i] = r.readyR[i];
+        r.outL[i] = r.readyL[i];
+        r.takenL[i] = left;
+        r.takenR[i] = right;
+    }
 }
 
-void narrow(const double* from, float* __restrict to, int n) {
-    for (int i = 0; i < n; ++i)
+void narrow(const double* from, float* to, int n) {
+    int i = 0;
+    for (; i + kWidth <= n; i += kWidth)
+        storeAnywhere(to + i, narrowedAt(from + i));
+    for (; i < n; ++i)
         to[i] = static_cast<float>(from[i]);
 }
 
-void meanOf(const double* left, const double* right, float* __restrict to, int n) {
-    for (int i = 0; i < n; ++i)
-        to[i] = static_cast<float>((left[i] + right[i]) * 0.5);
+void widen(const float* from, double* to, int n) {
+    int i = 0;
+    for (; i + kWidth <= n; i += kWidth)
+        putWidened(from + i, to + i);
+    for (; i < n; ++i)
+        to[i] = from[i];
 }
 
-void toDouble(const float* __restrict from, double* to, int n) {
-    for (int i = 0; i < n; ++i)
-        to[i] = from[i];
+void meanOf(const double* left, const double* right, float* to, int n) {
+    const auto meansAt = [&](int i) { return (doublesAt(left + i) + doublesAt(right + i)) * 0.5; };
+    int i = 0;
+    for (; i + kWidth <= n; i += kWidth)
+        storeAnywhere(to + i, narrowed(meansAt(i), meansAt(i + kDoubles)));
+    for (; i < n; ++i)
+        to[i] = static_cast<float>((left[i] + right[i]) * 0.5);
 }
 
 /// Several sums side by side: one alone would wait for each addition.
@@ -82,8 +122,8 @@ double sumOfMagnitudes(const float* values, int n) {
             const HalfVec value =
                 *reinterpret_cast<const UnalignedHalfVec*>(values + i + part * kDoubles);
             const auto bits = reinterpret_cast<HalfBits>(value);
-            const HalfBits usable = bits & (bits >= 0) & (bits < kInfinity);
-            sums[part] += __builtin_convertvector(reinterpret_cast<HalfVec>(usable), DoubleVec);
+            const HalfBits usableBits = bits & (bits >= 0) & (bits < kInfinity);
+            sums[part] += doublesOf(reinterpret_cast<HalfVec>(usableBits));
         }
     const DoubleVec all = (sums[0] + sums[1]) + (sums[2] + sums[3]);
     double sum = 0.0;

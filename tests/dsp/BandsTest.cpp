@@ -68,12 +68,13 @@ TEST(SpectralAnalyzer, RetunesItsBandTables) {
     for (const auto& [what, sampleRate, firstLo, firstHi, lastHi, topHz] : cases) {
         SCOPED_TRACE(what);
         analyzer.retune(sampleRate);
-        const auto& [lo, hi] = std::tie(analyzer.bandLoBin, analyzer.bandHiBin);
-        EXPECT_TRUE(lo.front() == firstLo && hi.front() == firstHi && hi.back() == lastHi);
+        const dsp::DisplayBands& bands = *analyzer.bands;
+        EXPECT_TRUE(bands.front().loBin == firstLo && bands.front().hiBin == firstHi &&
+                    bands.back().hiBin == lastHi);
         for (std::size_t i = 0; i < 256; ++i) {
-            EXPECT_LT(lo[i], hi[i]);
+            EXPECT_LT(bands[i].loBin, bands[i].hiBin);
             const double part = (static_cast<double>(i) + 0.5) / 256.0;
-            ASSERT_NEAR(analyzer.bandCentreHz[i] / (20.0 * std::pow(topHz / 20.0, part)), 1, 2e-6);
+            ASSERT_NEAR(bands[i].centreHz / (20.0 * std::pow(topHz / 20.0, part)), 1, 2e-6);
         }
     }
     for (const auto& band : dsp::displayBands(30.0F, 0.01F, 1024)) // all lie past the last bin

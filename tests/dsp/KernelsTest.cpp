@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <memory>
+#include <numeric>
 #include <random>
 
 namespace {
@@ -254,13 +255,21 @@ TEST(Kernels, TakeAnySamplesAndAnyLength) {
         std::copy(std::begin(odd), std::end(odd), in.begin());
         std::copy(std::begin(odd), std::end(odd), in.end() - 6);
         const std::vector<float> expected = {0.0F, 1e15F, -1e15F, 1e15F, -1e15F, 0.0F, 0.25F};
+        const std::vector<double> other(37, -3.0);
+        std::vector<float> ready(38), left(38), right(38), minusThree(37, -3.0F);
+        minusThree.push_back(0.0F); // not beyond the end
+        std::iota(ready.begin(), ready.end(), 1.0F);
+        std::vector<double> outR(38);
+        set->exchange({in.data(), other.data(), left.data(), right.data(), ready.data(),
+                       ready.data() + 1, in.data(), outR.data(), 37}); // left over itself
+        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), left.begin()));
+        EXPECT_TRUE(std::equal(expected.begin(), expected.end() - 1, left.begin() + 31));
+        EXPECT_EQ(right, minusThree);
+        EXPECT_TRUE(in[0] == 1.0 && in[36] == 37.0 && outR[0] == 2.0 && outR[36] == 38.0);
+        EXPECT_EQ(outR[37], 0.0) << "beyond the end";
+        set->widen(ready.data() + 5, in.data(), 27);
+        EXPECT_TRUE(in[0] == 6.0 && in[26] == 32.0 && in[27] == 28.0);
         alignas(64) std::array<float, 64> values{};
-        set->toFloat(in.data(), values.data(), 37);
-        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), values.begin()));
-        EXPECT_TRUE(std::equal(expected.begin(), expected.end() - 1, values.begin() + 31));
-        EXPECT_EQ(values[37], 0.0F) << "beyond the end";
-        set->toDouble(values.data() + 5, in.data(), 27);
-        EXPECT_TRUE(in[0] == 0.0 && in[1] == 0.25 && in[26] == 0.0 && in[27] == 0.25);
         for (int last = 0; last < 64; ++last) {
             values.fill(0.0F);
             EXPECT_TRUE(set->isSilent(values.data(), 64));
