@@ -1,21 +1,10 @@
+#include "tests/support/Test.h"
 #include "dsp/Kernels.h"
 #include "dsp/DenormalGuard.h"
 #include "dsp/SpectralProcessor.h"
 #include "tests/support/ReferenceDucker.h"
-#include "tests/support/Signals.h"
-
-#include <gtest/gtest.h>
-#include <limits>
-#include <memory>
-#include <random>
 
 namespace {
-
-using support::ReferenceDucker;
-using support::Stereo;
-
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 enum class Peer { None, Loud, Odd, Quiet };
 

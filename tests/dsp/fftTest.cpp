@@ -1,11 +1,8 @@
+#include "tests/support/Test.h"
 #include "dsp/fft.h"
 #include "tests/support/ReferenceDucker.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
 #include <numbers>
-#include <random>
-#include <vector>
 
 namespace {
 

@@ -1,14 +1,8 @@
-#include "tests/editor/OpenEditor.h"
-
-#include <algorithm>
-#include <cmath>
-#include <gtest/gtest.h>
+#include "tests/support/Test.h"
+#include "tests/support/Screen.h"
 
 namespace {
 
-using support::Hand;
-using support::savedBy;
-using support::Track;
 using ui::Point;
 
 /// Bands, filters, controls and the two flags; the rest does not matter here.

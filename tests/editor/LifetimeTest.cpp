@@ -1,25 +1,19 @@
 // The editor never harms its host, whatever the host or the X server does to it.
-#include "tests/editor/OpenEditor.h"
-#include "tests/shm/RawSegment.h"
+#include "tests/support/Screen.h"
 
-#include <X11/Xlib.h>
+#include <gtest/gtest.h> // ahead of Xlib's macros
 
-#include <algorithm>
+#include <X11/Xlib.h> // ahead of the names that Test.h opens
+
+#include "tests/support/Test.h"
+
 #include <clocale>
 #include <csignal>
-#include <filesystem>
-#include <fstream>
 #include <malloc.h>
-#include <optional>
 #include <sys/wait.h>
 
 namespace {
 
-using host::GuiSize;
-using support::eventually;
-using support::Hand;
-using support::OpenEditor;
-using support::Track;
 using Id = support::Screen::Id;
 
 constexpr GuiSize kSmall = {480, 300};

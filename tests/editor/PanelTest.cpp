@@ -1,17 +1,10 @@
-#include "tests/editor/OpenEditor.h"
+#include "tests/support/Test.h"
+#include "tests/support/Screen.h"
 
 #include <X11/keysym.h>
-#include <gtest/gtest.h>
 
 namespace {
 
-using host::GuiSize;
-using support::eventually;
-using support::Hand;
-using support::OpenEditor;
-using support::savedBy;
-using support::Screen;
-using support::Track;
 using ui::Point;
 
 constexpr Point kName = {176, 20}, kHeader = {148, 264}, kNowhere = {480, 590};

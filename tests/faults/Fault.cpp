@@ -1,7 +1,7 @@
 #include "tests/faults/Fault.h"
 
 #include "shm/TessellaDuckworkSHM.h"
-#include "tests/shm/RawSegment.h"
+#include "tests/support/RawSegment.h"
 
 #include <algorithm>
 #include <chrono>

@@ -2,8 +2,8 @@
 #include "host/ByteStream.h"
 #include "shm/TessellaDuckworkSHM.h"
 #include "tests/faults/Studio.h"
-#include "tests/host/Track.h"
-#include "tests/shm/RawSegment.h"
+#include "tests/support/Track.h"
+#include "tests/support/RawSegment.h"
 #include "tests/support/Chunks.h"
 
 #include <algorithm>

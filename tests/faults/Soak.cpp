@@ -1,9 +1,9 @@
 #include "tests/faults/Soak.h"
 
-#include "tests/editor/Screen.h"
+#include "tests/support/Screen.h"
 #include "tests/faults/Studio.h"
-#include "tests/host/Track.h"
-#include "tests/shm/RawSegment.h"
+#include "tests/support/Track.h"
+#include "tests/support/RawSegment.h"
 
 #include <algorithm>
 #include <chrono>

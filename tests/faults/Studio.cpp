@@ -1,9 +1,9 @@
 #include "tests/faults/Studio.h"
 
 #include "host/ByteStream.h"
-#include "tests/editor/OpenEditor.h"
-#include "tests/host/RealTimeWatch.h"
-#include "tests/host/Track.h"
+#include "tests/support/Screen.h"
+#include "tests/support/RealTimeWatch.h"
+#include "tests/support/Track.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,17 +1,7 @@
-#include "tests/host/Track.h"
-
-#include "host/AudioBuffers.h"
-#include "host/AudioThreadScope.h"
-#include "host/Extensions.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
+#include "tests/support/Test.h"
+#include "tests/support/Track.h"
 
 namespace {
-
-using host::Callback;
-using host::SampleFormat;
-using support::Track;
 
 TEST(Adapter, WorksForAnyHostAndCallsItOnTheRightThread) {
     using Host = host::HostCallbacks&;

@@ -1,22 +1,12 @@
 // What the strictest validators ask of any plug-in, beyond what the other tests of this folder say
 // of this one.
-#include "host/AudioBuffers.h"
-#include "host/Extensions.h"
-#include "tests/host/Track.h"
+#include "tests/support/Test.h"
+#include "tests/support/Track.h"
 
-#include <algorithm>
 #include <cfloat>
-#include <cmath>
-#include <gtest/gtest.h>
 #include <span>
-#include <sstream>
 
 namespace {
-
-using host::SampleFormat;
-using support::Dice;
-using support::Stereo;
-using support::Track;
 
 constexpr double kRate = 48000.0;
 

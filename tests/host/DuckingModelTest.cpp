@@ -1,16 +1,8 @@
-#include "tests/host/Track.h"
+#include "tests/support/Test.h"
+#include "tests/support/Track.h"
 #include "tests/support/ReferenceDucker.h"
 
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <gtest/gtest.h>
-
 namespace {
-
-using support::ReferenceDucker;
-using support::Stereo;
-using support::Track;
 
 /// An instance and, beside it, the model that says what it must put out.
 struct Side {

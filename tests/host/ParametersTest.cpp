@@ -1,14 +1,7 @@
-#include "tests/host/Track.h"
-
-#include <array>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <limits>
-#include <string>
+#include "tests/support/Test.h"
+#include "tests/support/Track.h"
 
 namespace {
-
-using support::Track;
 
 struct Row {
     const char* name;

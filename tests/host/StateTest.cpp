@@ -1,18 +1,7 @@
-#include "tests/host/Track.h"
-
-#include "host/AudioBuffers.h"
-#include "host/Extensions.h"
-#include "tests/support/Chunks.h"
-
-#include <gtest/gtest.h>
-#include <thread>
+#include "tests/support/Test.h"
+#include "tests/support/Track.h"
 
 namespace {
-
-using host::Callback;
-using support::Bytes;
-using support::chunkFile;
-using support::Track;
 
 constexpr double kRate = 48000.0;
 

@@ -1,19 +1,9 @@
-#include "host/Extensions.h"
-#include "tests/host/Track.h"
-#include "tests/shm/RawSegment.h"
+#include "tests/support/Test.h"
+#include "tests/support/Track.h"
 
-#include <algorithm>
-#include <array>
 #include <bit>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <random>
 
 namespace {
-
-using host::SampleFormat;
-using support::Stereo;
-using support::Track;
 
 struct Rate {
     double hz;

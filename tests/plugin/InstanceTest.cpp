@@ -1,20 +1,9 @@
+#include "tests/support/Test.h"
 #include "adapter/ParamQueue.h"
 #include "dsp/Bands.h"
-#include "tests/plugin/NoEditor.h"
-#include "tests/plugin/Plugged.h"
-#include "tests/shm/RawSegment.h"
-
-#include <cmath>
-#include <functional>
-#include <gtest/gtest.h>
-#include <limits>
-#include <string>
-#include <thread>
+#include "tests/support/Plugged.h"
 
 namespace {
-
-using host::Callback;
-using support::Plugged;
 
 TEST(Instance, PublishesItsDefaultsUnderANumberThatIsNeverReused) {
     int last = 0;
@@ -198,7 +187,7 @@ TEST(Instance, ShowsTheLevelsOfBothLastSpectraWhateverIsNew) {
         const dsp::BandLevels levels{slot.state[0], slot.state[1], slot.state[2]};
         EXPECT_EQ(levels, ownVisible ? published(0, dsp::kOwnLevelScale) : none);
         EXPECT_EQ(levels[2] > 0.001F, ownVisible);
-        const dsp::BandLevels peers = support::handedPeerLevel();
+        const dsp::BandLevels peers = NoEditor::tPeerLevel;
         EXPECT_EQ(peers, peerVisible ? published(1, dsp::peerLevelScale(1024)) : none);
         EXPECT_EQ(peers[2] > 0.001F, peerVisible);
     };

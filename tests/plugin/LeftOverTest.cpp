@@ -1,14 +1,7 @@
-#include "tests/plugin/Plugged.h"
-#include "tests/shm/RawSegment.h"
-
-#include <array>
-#include <chrono>
-#include <thread>
+#include "tests/support/Test.h"
+#include "tests/support/Plugged.h"
 
 namespace {
-
-using support::Plugged;
-using namespace std::chrono_literals;
 
 TEST(LeftOver, OfWhatFindsTheLockBusyIsPublishedLaterAndWaitedForOnceEach) {
     using Clock = std::chrono::steady_clock;

@@ -1,14 +1,8 @@
 // What must hold of an instance's settings, whoever changes them and whoever is gone.
-#include "host/Extensions.h"
-#include "tests/plugin/Plugged.h"
-#include "tests/shm/RawSegment.h"
-#include "tests/support/Eventually.h"
-#include "tests/support/Signals.h"
+#include "tests/support/Test.h"
+#include "tests/support/Plugged.h"
 
-#include <cmath>
 #include <dlfcn.h>
-#include <functional>
-#include <memory>
 
 namespace {
 
@@ -26,13 +20,6 @@ extern "C" __attribute__((visibility("default"))) int pthread_mutex_trylock(pthr
 #endif
 
 namespace {
-
-using host::Callback;
-using support::Bytes;
-using support::get;
-using support::Plugged;
-using Clock = std::chrono::steady_clock;
-using namespace std::chrono_literals;
 
 constexpr int kFrame = 8; ///< blocks; each completes a frame
 constexpr std::size_t kPeerNameAt = 95;
@@ -443,7 +430,7 @@ TEST(Block, GoesOnForOneBusyBlockWithTheSpectrumThatItHolds) {
             own.play(1);
         }
         EXPECT_TRUE(heard ? std::abs(own.ducking() - before) < 0.1 : own.ducking() > before + 1);
-        EXPECT_EQ(support::handedPeerLevel() != dsp::BandLevels{}, heard);
+        EXPECT_EQ(NoEditor::tPeerLevel != dsp::BandLevels{}, heard);
     }
 }
 

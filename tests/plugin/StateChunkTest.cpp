@@ -1,15 +1,7 @@
-#include "tests/plugin/Plugged.h"
-#include "tests/support/Chunks.h"
-
-#include <algorithm>
-#include <climits>
-#include <functional>
-#include <gtest/gtest.h>
+#include "tests/support/Test.h"
+#include "tests/support/Plugged.h"
 
 namespace {
-
-using support::Bytes;
-using support::chunkFile;
 
 iplug::IByteChunk chunkOf(const Bytes& bytes) {
     iplug::IByteChunk chunk;

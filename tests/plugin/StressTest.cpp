@@ -1,16 +1,10 @@
-#include "host/Extensions.h"
-#include "tests/plugin/Plugged.h"
-#include "tests/support/Chunks.h"
+#include "tests/support/Test.h"
+#include "tests/support/Plugged.h"
 
-#include <chrono>
 #include <cstdlib>
 #include <mutex>
-#include <random>
-#include <thread>
 
 namespace {
-
-using support::Plugged;
 
 /// Decisions of one thread.
 class Dice {

@@ -1,14 +1,10 @@
 // An exception that reached the host would end it: none may leave the framework layer.
+#include "tests/support/Test.h"
 #include "adapter/IPlugCLAP.h"
-#include "host/AudioBuffers.h"
-#include "host/Extensions.h"
 #include "host/Gui.h"
-#include "host/Params.h"
+#include "tests/support/Plugged.h"
 
-#include <functional>
-#include <gtest/gtest.h>
 #include <new>
-#include <thread>
 
 namespace {
 

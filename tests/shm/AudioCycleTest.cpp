@@ -1,9 +1,6 @@
+#include "tests/support/Test.h"
 #include "shm/Slot.h"
 #include "shm/TessellaDuckworkSHM.h"
-#include "tests/shm/RawSegment.h"
-
-#include <array>
-#include <optional>
 
 namespace {
 

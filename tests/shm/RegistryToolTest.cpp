@@ -1,12 +1,10 @@
+#include "tests/support/Test.h"
 #include "shm/TessellaDuckworkSHM.h"
-#include "tests/shm/RawSegment.h"
 #include "tools/common/Text.h"
 #include "tools/registry/Resolve.h"
 #include "tools/registry/SlotOwner.h"
 
 #include <cstdio>
-#include <string>
-#include <vector>
 
 namespace {
 

@@ -1,20 +1,14 @@
+#include "tests/support/Test.h"
 #include "shm/Slot.h"
 #include "shm/TessellaDuckworkSHM.h"
-#include "tests/shm/RawSegment.h"
 
-#include <array>
-#include <chrono>
 #include <csignal>
-#include <limits>
-#include <memory>
 #include <sys/time.h>
 #include <sys/wait.h>
-#include <thread>
 
 namespace {
 
 using namespace raw;
-using namespace std::chrono_literals;
 using SegmentLifecycle = RegistryTest;
 
 constexpr float kZeros[3] = {};

@@ -1,8 +1,5 @@
+#include "tests/support/Test.h"
 #include "shm/TessellaDuckworkSHM.h"
-#include "tests/shm/RawSegment.h"
-
-#include <array>
-#include <optional>
 
 namespace {
 

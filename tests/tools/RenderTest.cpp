@@ -1,5 +1,4 @@
-#include "tests/support/Chunks.h"
-#include "tests/support/Signals.h"
+#include "tests/support/Test.h"
 #include "tools/common/AudioFile.h"
 #include "tools/common/Failure.h"
 #include "tools/common/StateFile.h"
@@ -7,15 +6,11 @@
 #include "tools/render/OutputPaths.h"
 #include "tools/render/Session.h"
 
-#include <algorithm>
-#include <filesystem>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 namespace {
 
 namespace fs = std::filesystem;
-using support::Stereo;
 
 /// In a folder of its own, which is gone afterwards.
 class Render : public testing::Test {

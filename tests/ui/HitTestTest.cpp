@@ -1,6 +1,5 @@
+#include "tests/support/Test.h"
 #include "ui/HitTest.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 

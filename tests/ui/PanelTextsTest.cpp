@@ -1,7 +1,5 @@
+#include "tests/support/Test.h"
 #include "ui/PanelTexts.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
 
 namespace {
 

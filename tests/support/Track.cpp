@@ -1,4 +1,4 @@
-#include "tests/host/Track.h"
+#include "tests/support/Track.h"
 
 #include <algorithm>
 #include <bit>

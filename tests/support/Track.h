@@ -1,6 +1,10 @@
 /// The plug-in on a track: what the tests of the built file have in common.
 #pragma once
 
+#include "host/AudioBuffers.h"
+#include "host/AudioThreadScope.h"
+#include "host/Extensions.h"
+#include "host/Gui.h"
 #include "host/Instance.h"
 #include "host/Params.h"
 #include "plugin/Parameters.h"
@@ -15,6 +19,8 @@
 #include <vector>
 
 namespace support {
+
+using host::Callback, host::GuiSize, host::SampleFormat;
 
 /// The plug-in file, loaded as long as anybody holds it.
 std::shared_ptr<const host::Library> plugin();
