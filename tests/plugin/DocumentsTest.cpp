@@ -1,9 +1,9 @@
 // What the documents state as numbers is what the code does: layouts, ranges, limits.
-#include "tests/support/Test.h"
 #include "dsp/SpectralProcessor.h"
 #include "plugin/Config.h"
 #include "plugin/StateChunk.h"
 #include "shm/SegmentLayout.h"
+#include "tests/support/Test.h"
 
 namespace {
 

@@ -1,37 +1,28 @@
-#include "tests/support/Test.h"
 #include "tests/support/Plugged.h"
+#include "tests/support/Test.h"
 
 #include <cstdlib>
 #include <mutex>
 
 namespace {
 
-/// Decisions of one thread.
-class Dice {
-public:
-    explicit Dice(unsigned seed) : generator(seed) {}
-    unsigned below(unsigned n) { return static_cast<unsigned>(generator()) % n; }
-    float among(const shm::Range& range) {
-        return static_cast<float>(range.min + (range.max - range.min) * below(1000) / 1000.0);
-    }
-
-private:
-    std::minstd_rand generator;
-};
+float among(Dice& dice, const shm::Range& range) {
+    return float(dice.between(range.min, range.max));
+}
 
 shm::SettingsEdit anyEdit(Dice& dice) {
     shm::SettingsEdit edit;
     const unsigned member = dice.below(6);
     if (member < 2)
-        edit.filters[member] = dice.among(shm::Filters::kRanges[member]);
+        edit.filters[member] = among(dice, shm::Filters::kRanges[member]);
     else if (member < 5)
-        edit.controls[member - 2] = dice.among(shm::Controls::kRanges[member - 2]);
+        edit.controls[member - 2] = among(dice, shm::Controls::kRanges[member - 2]);
     else {
         edit.bands = shm::BandSet{.bands = {}, .count = 1 + static_cast<int>(dice.below(3))};
         for (int i = 0; i < edit.bands->count; ++i)
             (*edit.bands)[i] = {
                 300.0F * static_cast<float>(i) + 20.0F, 300.0F * static_cast<float>(i) + 320.0F,
-                dice.among(shm::kThresholdDb), dice.among(shm::kRatio), dice.below(4) != 0};
+                among(dice, shm::kThresholdDb), among(dice, shm::kRatio), dice.below(4) != 0};
     }
     return edit;
 }

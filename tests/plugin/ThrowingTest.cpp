@@ -1,8 +1,8 @@
 // An exception that reached the host would end it: none may leave the framework layer.
-#include "tests/support/Test.h"
 #include "adapter/IPlugCLAP.h"
 #include "host/Gui.h"
 #include "tests/support/Plugged.h"
+#include "tests/support/Test.h"
 
 #include <new>
 

@@ -1,10 +1,10 @@
 /// An instance with direct access to its operations, in a host of ours.
 #pragma once
 
+#include "dsp/Bands.h"
 #include "host/AudioBuffers.h"
 #include "host/Extensions.h"
 #include "host/Instance.h"
-#include "dsp/Bands.h"
 #include "host/Params.h"
 #include "plugin/TessellaDuckwork.h"
 #include "shm/RegistryMonitor.h"

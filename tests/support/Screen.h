@@ -162,5 +162,4 @@ public:
     Hand hand;
 };
 
-
 } // namespace support

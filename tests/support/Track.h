@@ -15,7 +15,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <random>
 #include <vector>
 
 namespace support {
@@ -29,20 +28,6 @@ std::shared_ptr<const host::Library> plugin();
 std::vector<shm::SlotSnapshot> activeSlots();
 /// The live slot of that id, or nothing.
 std::optional<shm::SlotSnapshot> activeSlot(std::uint64_t id);
-
-/// The same numbers in every run.
-class Dice {
-public:
-    explicit Dice(unsigned seed) : generator(seed) {}
-    unsigned below(unsigned n) { return static_cast<unsigned>(generator()) % n; }
-    bool oneIn(unsigned n) { return below(n) == 0; }
-    double between(double low, double high) {
-        return low + (high - low) * below(1 << 24) / (1 << 24);
-    }
-
-private:
-    std::mt19937 generator;
-};
 
 /// Edits all settings of a slot as another instance's editor does.
 void editAnything(std::uint64_t id, Dice& dice);
