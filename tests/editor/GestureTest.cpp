@@ -1,5 +1,5 @@
-#include "tests/support/Test.h"
 #include "tests/support/Screen.h"
+#include "tests/support/Test.h"
 
 namespace {
 
@@ -278,12 +278,14 @@ TEST_F(Gestures, OfTheMouseEditTheirSideAlone) {
                 row.bands, [&] { perform(hand, row.act, on->at(row.grip, row.number), row.units); },
                 [&] { row.effect(on->now); });
         }
-    SCOPED_TRACE("two clicks that are no double click");
-    const auto clickTwoBodies = [this] {
+    SCOPED_TRACE("clicks that are no double click");
+    const auto clickBodies = [this] {
         hand.click(own.at(Body, 1));
         hand.click(own.at(Body, 2));
+        hand.click(own.at(Body, 0), Hand::Right); // which cuts none of three
+        hand.click(own.at(Body, 0));
     };
-    check(3, clickTwoBodies, [] {});
+    check(3, clickBodies, [] {});
 }
 
 /// Over the peer's knobs, too, the wheel turns this instance's parameters. Bands stay.

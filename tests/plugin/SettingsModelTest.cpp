@@ -233,6 +233,10 @@ public:
         for (std::size_t i = 0; i < kNumParams; ++i)
             RC_ASSERT(isNear(paramIn(saved, i), model.params[i]));
         compare();
+        Plugged fresh(1);
+        fresh.load(saved);
+        RC_ASSERT(fresh.saved() == saved);
+        RC_ASSERT(fresh.plug.Own().Now() == track.plug.Own().Now());
     }
 
 private:

@@ -48,6 +48,14 @@ TEST(StateChunk, CutAnywhereGivesTheFieldsThatFit) {
     EXPECT_EQ(side.saved(), full);
 }
 
+TEST(StateChunk, OfNothingYetHasTheDesignsSize) {
+    iplug::IByteChunk chunk;
+    state::write(chunk, {}, {});
+    const Bytes bytes(chunk.Data(), chunk.Data() + chunk.Size());
+    using Tail = std::array<std::uint32_t, 3>;
+    EXPECT_EQ(get<Tail>(bytes, 354), (Tail{960, 600, 1}));
+}
+
 TEST(StateChunk, WithoutATrailerEndsBehindTheEditorsSize) {
     Side side(0);
     ASSERT_EQ(side.load(chunkFile("before")), 366); // does not duck

@@ -1,6 +1,6 @@
-#include "tests/support/Test.h"
 #include "shm/Slot.h"
 #include "shm/TessellaDuckworkSHM.h"
+#include "tests/support/Test.h"
 
 namespace {
 

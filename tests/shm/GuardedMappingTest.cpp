@@ -1,5 +1,5 @@
-#include "tests/support/Test.h"
 #include "shm/GuardedMapping.h"
+#include "tests/support/Test.h"
 
 #include <csetjmp>
 #include <csignal>

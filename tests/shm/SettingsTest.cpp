@@ -1,5 +1,5 @@
-#include "tests/support/Test.h"
 #include "shm/TessellaDuckworkSHM.h"
+#include "tests/support/Test.h"
 
 namespace {
 
