@@ -258,7 +258,7 @@ TEST_F(EditorLifetime, GoesOnWhenTheRegistryIsStuck) {
     raw::Segment().Put(raw::kMutex, std::array<char, 40>{}); // zero bytes are an unlocked one
     editor.settle();
     editor.hand.click({556, 21});
-    EXPECT_TRUE(eventually([&] { return track.slot()->bypass; })) << "all is well again";
+    EXPECT_TRUE(eventually([&] { return track.slot().bypass; })) << "all is well again";
 }
 
 } // namespace

@@ -1,6 +1,6 @@
+#include "tests/support/ReferenceDucker.h"
 #include "tests/support/Test.h"
 #include "tests/support/Track.h"
-#include "tests/support/ReferenceDucker.h"
 
 namespace {
 
@@ -30,7 +30,7 @@ struct Side {
                       {&expected.left[at], frames}, {&expected.right[at], frames});
         if (++blocks % 3 == 0)
             published = model.magnitude();
-        const shm::SlotSnapshot slot = track.slot().value();
+        const shm::SlotSnapshot slot = track.slot();
         for (std::size_t band = 0; band < 3; ++band)
             deepestDb[band] = std::min(deepestDb[band], slot.gainReduction[band]);
     }

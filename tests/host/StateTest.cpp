@@ -55,7 +55,7 @@ TEST_P(GoldenChunk, IsTakenAsDocumented) {
     auto& calls = track.instance.callbacks().calls();
     calls.clear();
     EXPECT_EQ(host::loadState(track.instance, chunkFile(name)), loads);
-    EXPECT_EQ(edgesOf(track.slot().value()), edges);
+    EXPECT_EQ(edgesOf(track.slot()), edges);
     const auto rescans = calls.records(Callback::ParamsRescan);
     ASSERT_EQ(rescans.size(), loads ? 1U : 0U);
     for (const auto& rescan : rescans)

@@ -67,6 +67,13 @@ bool Track::isOurs(std::uint64_t id) const {
     return handle - object < kMoreThanAnInstance;
 }
 
+shm::SlotSnapshot Track::slot() const {
+    const auto own = activeSlot(slotId);
+    return own ? *own
+               : throw host::HostError("the instance has no slot: of sixteen, " +
+                                       std::to_string(activeSlots().size()) + " are in use");
+}
+
 void Track::set(const std::vector<Setting>& settings) {
     for (const Setting& setting : settings)
         events.addParamValue(setting.id, toHost(setting.id, setting.value));

@@ -64,8 +64,8 @@ public:
     /// A plain value as the host gives it in events.
     [[nodiscard]] double toHost(clap_id id, double plain) const;
     [[nodiscard]] double hostValue(clap_id id) const { return params.value(id).value(); }
-    /// The own slot, or nothing without one.
-    [[nodiscard]] std::optional<shm::SlotSnapshot> slot() const { return activeSlot(slotId); }
+    /// The own slot; throws host::HostError without one, as when there is none left.
+    [[nodiscard]] shm::SlotSnapshot slot() const;
     /// The instance id in the registry; 0 without a slot.
     [[nodiscard]] std::uint64_t id() const { return slotId; }
 
