@@ -2,19 +2,11 @@
 #include "host/ByteStream.h"
 #include "shm/TessellaDuckworkSHM.h"
 #include "tests/faults/Studio.h"
-#include "tests/support/Chunks.h"
-#include "tests/support/RawSegment.h"
+#include "tests/support/Test.h"
 #include "tests/support/Track.h"
 
-#include <algorithm>
-#include <array>
-#include <atomic>
-#include <chrono>
 #include <clap/ext/state.h>
-#include <cmath>
 #include <csignal>
-#include <random>
-#include <thread>
 
 namespace faults {
 namespace {

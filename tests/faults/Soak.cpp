@@ -1,19 +1,12 @@
 #include "tests/faults/Soak.h"
 
-#include "tests/support/Screen.h"
 #include "tests/faults/Studio.h"
+#include "tests/support/Screen.h"
+#include "tests/support/Test.h"
 #include "tests/support/Track.h"
-#include "tests/support/RawSegment.h"
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <exception>
-#include <filesystem>
-#include <fstream>
-#include <memory>
-#include <random>
-#include <thread>
 
 namespace faults {
 namespace {

@@ -1,5 +1,5 @@
-#include "tests/support/Test.h"
 #include "tests/support/RealTimeWatch.h"
+#include "tests/support/Test.h"
 #include "tests/support/Track.h"
 
 namespace {
