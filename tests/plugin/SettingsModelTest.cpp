@@ -242,7 +242,6 @@ public:
 private:
     void act(const Step& s) {
         const int param = s.which % kNumParams;
-        const shm::SettingsEdit nothing;
         switch (s.act) {
         case Automate:
             collect();
@@ -257,14 +256,9 @@ private:
         case EditBands:
             return s.bands().count > 0 ? edit({.bands = s.bands()}) : void();
         case EditFilter:
-        case EditControl: {
-            shm::SettingsEdit one;
-            if (s.act == EditFilter)
-                one.filters[std::size_t(s.which % 2)] = float(s.valueFor(HP + s.which % 2));
-            else
-                one.controls[std::size_t(s.which % 3)] = float(s.valueFor(Attack + s.which % 3));
-            return edit(one);
-        }
+            return editOne(&shm::SettingsEdit::filters, HP, s);
+        case EditControl:
+            return editOne(&shm::SettingsEdit::controls, Attack, s);
         case OpenEditor:
             if (s.amount % 2 == 0) {
                 track.plug.OpenWindow(&track);
@@ -328,15 +322,17 @@ private:
             model.setBands(*edit.bands, false);
             model.bands.lacks = ~0U;
         }
-        for (int i = 0; i < 5; ++i) {
-            const auto& value =
-                i < 2 ? edit.filters[std::size_t(i)] : edit.controls[std::size_t(i - 2)];
-            if (!value)
-                continue;
-            model.set(i < 2 ? HP + i : Attack + i - 2, *value);
-            (i < 2 ? model.filters : model.controls).lacks |= 1U << (i < 2 ? i : i - 2);
-        }
         model.publish();
+    }
+    template <std::size_t n>
+    void editOne(std::array<std::optional<float>, n> shm::SettingsEdit::*group, int first,
+                 const Step& s) {
+        const int member = s.which % int(n);
+        shm::SettingsEdit one;
+        (one.*group)[std::size_t(member)] = float(s.valueFor(first + member));
+        model.set(first + member, s.valueFor(first + member));
+        (first == HP ? model.filters : model.controls).lacks |= 1U << member;
+        edit(one);
     }
     void peer(const Step& s) {
         const auto& [monitor, id] = std::tie(track.monitor, track.id);
