@@ -1,6 +1,6 @@
-#include "tests/support/Test.h"
 #include "dsp/Bands.h"
 #include "dsp/SpectralAnalyzer.h"
+#include "tests/support/Test.h"
 
 namespace {
 

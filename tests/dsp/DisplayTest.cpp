@@ -1,5 +1,5 @@
-#include "tests/support/Test.h"
 #include "dsp/Display.h"
+#include "tests/support/Test.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include "tests/support/Test.h"
 #include "dsp/Kernels.h"
 #include "dsp/DenormalGuard.h"
 #include "dsp/SpectralProcessor.h"
 #include "tests/support/ReferenceDucker.h"
+#include "tests/support/Test.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
-#include "tests/support/Test.h"
 #include "dsp/SpectralProcessor.h"
 #include "dsp/DenormalGuard.h"
 #include "dsp/Smoothing.h"
+#include "tests/support/Test.h"
 
 #include <cfloat>
 

@@ -1,6 +1,6 @@
-#include "tests/support/Test.h"
 #include "dsp/fft.h"
 #include "tests/support/ReferenceDucker.h"
+#include "tests/support/Test.h"
 
 #include <numbers>
 

@@ -218,8 +218,8 @@ TEST_F(Panel, AsksForTheSizeThatIsDragged) {
         editor.settle();
         auto& callbacks = track.instance.callbacks();
         callbacks.calls().clear();
-        callbacks.gui().requestResize = [&, answer = answer](auto width, auto height) {
-            const bool taken = answer(editor.gui);
+        callbacks.gui().requestResize = [&, reply = answer](auto width, auto height) {
+            const bool taken = reply(editor.gui);
             if (taken)
                 screen.resizeWindow(editor.window, {width, height});
             return taken;

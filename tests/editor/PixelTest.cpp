@@ -1,5 +1,5 @@
-#include "tests/support/Test.h"
 #include "tests/support/Screen.h"
+#include "tests/support/Test.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
-#include "tests/support/Test.h"
 #include "dsp/Display.h"
 #include "dsp/SpectralProcessor.h"
+#include "tests/support/Test.h"
 #include "ui/Canvas.h"
 
 namespace {

@@ -1,5 +1,5 @@
-#include "tests/support/Test.h"
 #include "ui/WindowSize.h"
+#include "tests/support/Test.h"
 
 namespace {
 
