@@ -2,7 +2,7 @@
 
 #include "bench/plugin/EditorWindows.h"
 #include "bench/plugin/Player.h"
-#include "tests/editor/Screen.h"
+#include "tests/support/Screen.h"
 
 #include <algorithm>
 #include <array>

@@ -3,7 +3,7 @@
 
 #include "bench/Hash.h"
 #include "host/AudioBuffers.h"
-#include "tests/host/Track.h"
+#include "tests/support/Track.h"
 
 #include <array>
 #include <cstdint>

@@ -1,16 +1,8 @@
 #include "dsp/Bands.h"
 #include "dsp/SpectralAnalyzer.h"
-
-#include <gtest/gtest.h>
-#include <limits>
-#include <numeric>
-#include <random>
-#include <tuple>
+#include "tests/support/Test.h"
 
 namespace {
-
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 TEST(BandRanges, HoldTheBinsThatTheSplitRuleGivesOneByOne) {
     std::mt19937 random(3);

@@ -1,12 +1,7 @@
 #include "dsp/Display.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
-#include <vector>
+#include "tests/support/Test.h"
 
 namespace {
-
-constexpr float kMaxFloat = 3.4e38F;
 
 // Bins 48000 / 2048 Hz apart; the last band, 19467 to 20000 Hz, covers bins 830 to 853.
 TEST(DisplayScale, ShowsTheMeanOfABandsBinsInDecibels) {

@@ -2,21 +2,9 @@
 #include "dsp/DenormalGuard.h"
 #include "dsp/SpectralProcessor.h"
 #include "tests/support/ReferenceDucker.h"
-#include "tests/support/Signals.h"
-
-#include <gtest/gtest.h>
-#include <limits>
-#include <memory>
-#include <numeric>
-#include <random>
+#include "tests/support/Test.h"
 
 namespace {
-
-using support::ReferenceDucker;
-using support::Stereo;
-
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 enum class Peer { None, Loud, Odd, Quiet };
 

@@ -1,19 +1,11 @@
 #include "dsp/SpectralProcessor.h"
 #include "dsp/DenormalGuard.h"
 #include "dsp/Smoothing.h"
-#include "tests/support/Signals.h"
+#include "tests/support/Test.h"
 
 #include <cfloat>
-#include <gtest/gtest.h>
-#include <limits>
-#include <memory>
-#include <numeric>
-#include <tuple>
 
 namespace {
-
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 TEST(SpectralProcessor, ChoosesTheSizeThatHolds21Ms) {
     using Case = std::pair<double, std::uint32_t>;
@@ -130,7 +122,6 @@ TEST_F(Gains, AreMeteredAsTheDbOfTheirMeanWithTheTopBin) {
     EXPECT_EQ(p.grHighDb, 0.0F) << "no bin";
 }
 
-using support::Stereo;
 using Processor = std::unique_ptr<dsp::SpectralProcessor>;
 
 Processor prepared(double sampleRate) {

@@ -1,11 +1,8 @@
 #include "dsp/fft.h"
 #include "tests/support/ReferenceDucker.h"
+#include "tests/support/Test.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
 #include <numbers>
-#include <random>
-#include <vector>
 
 namespace {
 

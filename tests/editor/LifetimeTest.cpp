@@ -1,25 +1,19 @@
 // The editor never harms its host, whatever the host or the X server does to it.
-#include "tests/editor/OpenEditor.h"
-#include "tests/shm/RawSegment.h"
+#include "tests/support/Screen.h"
 
-#include <X11/Xlib.h>
+#include <gtest/gtest.h> // ahead of Xlib's macros
 
-#include <algorithm>
+#include <X11/Xlib.h> // ahead of the names that Test.h opens
+
+#include "tests/support/Test.h"
+
 #include <clocale>
 #include <csignal>
-#include <filesystem>
-#include <fstream>
 #include <malloc.h>
-#include <optional>
 #include <sys/wait.h>
 
 namespace {
 
-using host::GuiSize;
-using support::eventually;
-using support::Hand;
-using support::OpenEditor;
-using support::Track;
 using Id = support::Screen::Id;
 
 constexpr GuiSize kSmall = {480, 300};
@@ -273,7 +267,7 @@ TEST_F(EditorLifetime, GoesOnWhenTheRegistryIsStuck) {
     raw::Segment().Put(raw::kMutex, std::array<char, 40>{}); // zero bytes are an unlocked one
     editor.settle();
     editor.hand.click({556, 21});
-    EXPECT_TRUE(eventually([&] { return track.slot()->bypass; })) << "all is well again";
+    EXPECT_TRUE(eventually([&] { return track.slot().bypass; })) << "all is well again";
 }
 
 } // namespace

@@ -1,17 +1,10 @@
-#include "tests/editor/OpenEditor.h"
+#include "tests/support/Screen.h"
+#include "tests/support/Test.h"
 
 #include <X11/keysym.h>
-#include <gtest/gtest.h>
 
 namespace {
 
-using host::GuiSize;
-using support::eventually;
-using support::Hand;
-using support::OpenEditor;
-using support::savedBy;
-using support::Screen;
-using support::Track;
 using ui::Point;
 
 constexpr Point kName = {176, 20}, kHeader = {148, 264}, kNowhere = {480, 590};
@@ -71,12 +64,12 @@ TEST_F(Panel, RenamesWhatIsTyped) {
         editor.settle();
         EXPECT_TRUE(screen.keyboardIsFree());
         EXPECT_EQ(screen.focus(), editor.window);
-        EXPECT_EQ(track.slot()->name, name);
+        EXPECT_EQ(track.slot().name, name);
         EXPECT_EQ(savedBy(track).record.own.name.data(), name);
     }
     hand.type("d");
     editor.settle();
-    EXPECT_STREQ(track.slot()->name, "abc") << "typed without a click on the name";
+    EXPECT_STREQ(track.slot().name, "abc") << "typed without a click on the name";
 }
 
 /// Or what is typed there, a password perhaps, would be everybody's to read.
@@ -98,19 +91,19 @@ TEST_F(Panel, EndsARenameWhenTheFocusGoesElsewhere) {
                                                                {"the host", false, editor.window},
                                                                {"refused", true, foreign},
                                                                {"the root", false, 1}};
-    std::string name = track.slot()->name;
+    std::string name = track.slot().name;
     for (const auto& [what, hostTakesItBack, to] : cases) {
         SCOPED_TRACE(what);
         begin(hostTakesItBack);
         editor.hand.type("a");
         editor.settle();
-        EXPECT_EQ(track.slot()->name, name);
+        EXPECT_EQ(track.slot().name, name);
         screen.setFocus(to);
-        EXPECT_TRUE(eventually([&] { return track.slot()->name == name + 'a'; }));
+        EXPECT_TRUE(eventually([&] { return track.slot().name == name + 'a'; }));
         name += 'a';
         editor.hand.type("secret");
         editor.settle();
-        EXPECT_EQ(track.slot()->name, name);
+        EXPECT_EQ(track.slot().name, name);
         EXPECT_EQ(screen.focus(), to);
         EXPECT_TRUE(screen.keyboardIsFree());
     }
@@ -126,8 +119,8 @@ TEST_F(Panel, EndsARenameWhenTheFocusGoesElsewhere) {
     other.hand.type("b");
     other.hand.key(XK_Return);
     other.settle();
-    EXPECT_EQ(track.slot()->name, name);
-    EXPECT_TRUE(std::string(second.slot()->name).ends_with('b'));
+    EXPECT_EQ(track.slot().name, name);
+    EXPECT_TRUE(std::string(second.slot().name).ends_with('b'));
     EXPECT_EQ(screen.focus(), other.window);
 }
 
@@ -172,11 +165,11 @@ TEST_F(Panel, PairsWithTheEntryThatIsClicked) {
         for (const Point at : clicks)
             hand.click(at);
         editor.settle();
-        EXPECT_EQ(track.slot()->remoteId, peer != nullptr ? peer->id() : 0);
+        EXPECT_EQ(track.slot().remoteId, peer != nullptr ? peer->id() : 0);
         EXPECT_STREQ(savedBy(track).record.peer.name.data(),
-                     peer != nullptr ? peer->slot()->name : "");
+                     peer != nullptr ? peer->slot().name : "");
         for (const Track* other : {&kick, &vocals})
-            EXPECT_EQ(other->slot()->remoteId, other == peer ? track.id() : 0);
+            EXPECT_EQ(other->slot().remoteId, other == peer ? track.id() : 0);
     }
 
     hand.drag({802, 540}, {802, 530}); // 100 + 0.03 · 1995
@@ -191,8 +184,8 @@ TEST_F(Panel, PairsWithTheEntryThatIsClicked) {
     editor.settle();
     EXPECT_EQ(savedBy(track).record.peer.settings.bands.count, 0)
         << "edits of the old peer, forgotten";
-    EXPECT_EQ(kick.slot()->bandCount, 1) << "cut through the list";
-    EXPECT_TRUE(kick.slot()->releaseMs == 160.0F && vocals.slot()->releaseMs == 100.0F);
+    EXPECT_EQ(kick.slot().bandCount, 1) << "cut through the list";
+    EXPECT_TRUE(kick.slot().releaseMs == 160.0F && vocals.slot().releaseMs == 100.0F);
 }
 
 TEST_F(Panel, AsksForTheSizeThatIsDragged) {
@@ -225,8 +218,8 @@ TEST_F(Panel, AsksForTheSizeThatIsDragged) {
         editor.settle();
         auto& callbacks = track.instance.callbacks();
         callbacks.calls().clear();
-        callbacks.gui().requestResize = [&, answer = answer](auto width, auto height) {
-            const bool taken = answer(editor.gui);
+        callbacks.gui().requestResize = [&, reply = answer](auto width, auto height) {
+            const bool taken = reply(editor.gui);
             if (taken)
                 screen.resizeWindow(editor.window, {width, height});
             return taken;
@@ -235,7 +228,7 @@ TEST_F(Panel, AsksForTheSizeThatIsDragged) {
         editor.hand.drag({944, 584}, {944 + pull / zoom, 584});
         if (pull == 0) { // what comes to nothing is over when the next click has had its effect
             editor.hand.click({556, 21});
-            EXPECT_TRUE(eventually([&] { return track.slot()->bypass; }));
+            EXPECT_TRUE(eventually([&] { return track.slot().bypass; }));
         }
         EXPECT_TRUE(eventually([&, wanted = to, asks = pull != 0] {
             return savedSize() == wanted && screen.sizeOf(editor.hand.window()) == wanted &&

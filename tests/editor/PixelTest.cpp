@@ -1,12 +1,7 @@
-#include "tests/editor/OpenEditor.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
+#include "tests/support/Screen.h"
+#include "tests/support/Test.h"
 
 namespace {
-
-using support::eventually;
-using support::Pixel;
 
 constexpr Pixel kPurple = {139, 92, 246}, kOrange = {249, 115, 22}, kGreen = {34, 197, 94};
 constexpr Pixel kBackground = {13, 13, 13}, kPanel = {20, 20, 20};

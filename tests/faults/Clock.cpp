@@ -27,6 +27,8 @@ std::int64_t unstepped() {
     return now.tv_sec;
 }
 
+thread_local int tLockTries = 0;
+
 /// How far this thread's monotonic clock is ahead of the others', ns: what it has not waited.
 thread_local std::int64_t tAhead = 0;
 
@@ -43,6 +45,8 @@ void faults::stepClock(std::int64_t seconds) {
     sStep.since = unstepped();
     sStep.seconds += seconds;
 }
+
+int faults::lockTries() { return tLockTries; }
 
 #define TD_REPLACES extern "C" __attribute__((visibility("default")))
 
@@ -65,6 +69,13 @@ TD_REPLACES int clock_gettime(clockid_t clock, timespec* now) noexcept {
     if (clock == CLOCK_MONOTONIC)
         *now = timespecOf(nanoseconds(*now) + tAhead);
     return static_cast<int>(result);
+}
+
+TD_REPLACES int pthread_mutex_trylock(pthread_mutex_t* mutex) noexcept {
+    using Try = int(pthread_mutex_t*);
+    static auto* const tryLock = reinterpret_cast<Try*>(dlsym(RTLD_NEXT, "pthread_mutex_trylock"));
+    ++tLockTries;
+    return tryLock(mutex);
 }
 
 TD_REPLACES int pthread_cond_clockwait(pthread_cond_t* condition, pthread_mutex_t* mutex,

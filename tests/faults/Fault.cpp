@@ -1,14 +1,11 @@
 #include "tests/faults/Fault.h"
+#include "tests/support/Test.h"
 
 #include "shm/TessellaDuckworkSHM.h"
-#include "tests/shm/RawSegment.h"
 
-#include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <sys/prctl.h>
 #include <sys/wait.h>
-#include <thread>
 
 namespace faults {
 

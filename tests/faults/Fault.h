@@ -67,5 +67,7 @@ void letAMinutePass(const std::vector<std::uint64_t>& except = {});
 /// Steps the wall clock of all processes of the harness by so many seconds, and the times of files
 /// that are written from now on.
 void stepClock(std::int64_t seconds);
+/// How often this thread has tried to get a lock.
+int lockTries();
 
 } // namespace faults

@@ -2,15 +2,13 @@
 // there.
 #include "shm/TessellaDuckworkSHM.h"
 #include "tests/faults/Studio.h"
-#include "tests/host/Track.h"
-#include "tests/shm/RawSegment.h"
+#include "tests/support/Test.h"
+#include "tests/support/Track.h"
 
-#include <chrono>
 #include <sched.h>
 #include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/wait.h>
-#include <thread>
 
 namespace faults {
 namespace {

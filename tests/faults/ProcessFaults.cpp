@@ -2,19 +2,11 @@
 #include "host/ByteStream.h"
 #include "shm/TessellaDuckworkSHM.h"
 #include "tests/faults/Studio.h"
-#include "tests/host/Track.h"
-#include "tests/shm/RawSegment.h"
-#include "tests/support/Chunks.h"
+#include "tests/support/Test.h"
+#include "tests/support/Track.h"
 
-#include <algorithm>
-#include <array>
-#include <atomic>
-#include <chrono>
 #include <clap/ext/state.h>
-#include <cmath>
 #include <csignal>
-#include <random>
-#include <thread>
 
 namespace faults {
 namespace {
@@ -119,7 +111,7 @@ Row killBesideAStudio(bool full) {
 }
 
 Row killWhileCreating(bool full) {
-    Row row{.rounds = full ? 1000 : 100};
+    Row row{.rounds = full ? 1000 : 30};
     std::minstd_rand random(21);
     int waits = 0;
     for (int round = 0; round < row.rounds && !row.failed(); ++round) {
@@ -316,6 +308,12 @@ Row loadWhileBusy(bool full) {
     };
     const support::Track expected;
     load(expected);
+    // Not by the clock: the machine may be busy. One that waits tries 51 times; no other does.
+    const auto judge = [&](const std::function<void()>& call) {
+        const int before = lockTries();
+        row.add(timed(call));
+        row.require(lockTries() - before < 2 * 51, "waited for more than one patient lock");
+    };
     for (int round = 0; round < row.rounds && !row.failed(); ++round) {
         support::Track track;
         track.start(48000.0);
@@ -329,9 +327,9 @@ Row loadWhileBusy(bool full) {
         };
         {
             const raw::HeldLock busy;
-            row.add(timed([&] { load(track); }));
+            judge([&] { load(track); });
             playOrSave();
-            row.add(timed([&] { track.start(48000.0); }));
+            judge([&] { track.start(48000.0); });
         }
         row.require(published(track) != published(expected), "published under a busy lock");
         playOrSave();
@@ -339,7 +337,6 @@ Row loadWhileBusy(bool full) {
         // A heartbeat must get through now and then, or the registry counts as dead.
         std::this_thread::sleep_for(std::chrono::milliseconds(300));
     }
-    row.require(row.worstWaitMs < 750, "waited for more than one patient lock");
     row.outcome = "bands, filters, controls, name, priority published with the next block or save";
     return row;
 }

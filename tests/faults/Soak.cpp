@@ -1,19 +1,12 @@
 #include "tests/faults/Soak.h"
 
-#include "tests/editor/Screen.h"
 #include "tests/faults/Studio.h"
-#include "tests/host/Track.h"
-#include "tests/shm/RawSegment.h"
+#include "tests/support/Screen.h"
+#include "tests/support/Test.h"
+#include "tests/support/Track.h"
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <exception>
-#include <filesystem>
-#include <fstream>
-#include <memory>
-#include <random>
-#include <thread>
 
 namespace faults {
 namespace {

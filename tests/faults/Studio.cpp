@@ -1,22 +1,16 @@
 #include "tests/faults/Studio.h"
 
 #include "host/ByteStream.h"
-#include "tests/editor/OpenEditor.h"
-#include "tests/host/RealTimeWatch.h"
-#include "tests/host/Track.h"
+#include "tests/support/RealTimeWatch.h"
+#include "tests/support/Screen.h"
+#include "tests/support/Test.h"
+#include "tests/support/Track.h"
 
-#include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <clap/ext/state.h>
-#include <cmath>
-#include <cstring>
 #include <deque>
-#include <optional>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <thread>
 
 namespace faults {
 

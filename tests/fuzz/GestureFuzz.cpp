@@ -1,7 +1,6 @@
 /// Any gestures anywhere, on any bands: the editor's arithmetic without its window.
 #include "plugin/Parameters.h"
-#include "tests/fuzz/Bytes.h"
-#include "tests/fuzz/Demand.h"
+#include "tests/fuzz/Fuzz.h"
 #include "ui/ControlMap.h"
 #include "ui/PanelTexts.h"
 #include "ui/SpectralBands.h"

@@ -1,8 +1,7 @@
 /// A hostile host: calls in any order, events of any kind, size, time and value, samples that are
 /// no numbers, texts that are none, in a registry whose lock may become any bytes. Only the order
 /// of calls that ends in freed memory is left out.
-#include "tests/fuzz/Bytes.h"
-#include "tests/fuzz/MappedRegistry.h"
+#include "tests/fuzz/Fuzz.h"
 #include "tests/fuzz/Subject.h"
 
 #include <clap/ext/params.h>

@@ -1,8 +1,7 @@
 /// Instances that come, go, fall silent, pair and edit in any order, within the registry's rules.
 #include "shm/Slot.h"
 #include "shm/TessellaDuckworkSHM.h"
-#include "tests/fuzz/Bytes.h"
-#include "tests/fuzz/MappedRegistry.h"
+#include "tests/fuzz/Fuzz.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,8 +1,7 @@
 /// A hostile registry: any bytes in any field but the lock, seen by all who read them: blocks, the
 /// editor's poll, saves. Between them the user goes on, with any gesture anywhere.
 #include "shm/SegmentLayout.h"
-#include "tests/fuzz/Bytes.h"
-#include "tests/fuzz/MappedRegistry.h"
+#include "tests/fuzz/Fuzz.h"
 #include "tests/fuzz/Subject.h"
 #include "ui/EditorSession.h"
 

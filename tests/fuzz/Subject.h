@@ -4,7 +4,7 @@
 #include "host/AudioBuffers.h"
 #include "host/Instance.h"
 #include "plugin/TessellaDuckwork.h"
-#include "tests/fuzz/Demand.h"
+#include "tests/fuzz/Fuzz.h"
 
 #include <cmath>
 #include <cstdint>

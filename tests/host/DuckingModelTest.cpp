@@ -1,16 +1,8 @@
-#include "tests/host/Track.h"
 #include "tests/support/ReferenceDucker.h"
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <gtest/gtest.h>
+#include "tests/support/Test.h"
+#include "tests/support/Track.h"
 
 namespace {
-
-using support::ReferenceDucker;
-using support::Stereo;
-using support::Track;
 
 /// An instance and, beside it, the model that says what it must put out.
 struct Side {
@@ -38,7 +30,7 @@ struct Side {
                       {&expected.left[at], frames}, {&expected.right[at], frames});
         if (++blocks % 3 == 0)
             published = model.magnitude();
-        const shm::SlotSnapshot slot = track.slot().value();
+        const shm::SlotSnapshot slot = track.slot();
         for (std::size_t band = 0; band < 3; ++band)
             deepestDb[band] = std::min(deepestDb[band], slot.gainReduction[band]);
     }

@@ -1,16 +1,9 @@
-#include "tests/host/Track.h"
+#include "tests/support/Test.h"
+#include "tests/support/Track.h"
 
-#include "host/Extensions.h"
-
-#include <array>
 #include <cstdio>
-#include <gtest/gtest.h>
-#include <set>
-#include <string>
 
 namespace {
-
-using support::Track;
 
 constexpr const char* kId = "com.Orlavenko.TessellaDuckwork";
 

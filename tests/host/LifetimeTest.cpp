@@ -1,18 +1,10 @@
-#include "tests/host/Track.h"
+#include "tests/support/Test.h"
+#include "tests/support/Track.h"
 
-#include <algorithm>
-#include <chrono>
 #include <dlfcn.h>
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
 #include <malloc.h>
 
 namespace {
-
-using support::Track;
-using Clock = std::chrono::steady_clock;
-using namespace std::chrono_literals;
 
 /// What a process owns that an instance could leave behind.
 struct Footprint {

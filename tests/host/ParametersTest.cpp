@@ -1,14 +1,7 @@
-#include "tests/host/Track.h"
-
-#include <array>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <limits>
-#include <string>
+#include "tests/support/Test.h"
+#include "tests/support/Track.h"
 
 namespace {
-
-using support::Track;
 
 struct Row {
     const char* name;
@@ -96,16 +89,8 @@ TEST(Parameters, ReadTextAsPeopleWriteIt) {
     EXPECT_FALSE(track.params.toText(FreqLow, std::nan(""))) << "no value has that text";
 }
 
-/// How the host hands events over: in process or a flush, to an active or inactive plug-in.
-enum class Way { Process, FlushWhileActive, FlushWhileInactive };
-
-class ParameterEvents : public testing::TestWithParam<Way> {};
-
-INSTANTIATE_TEST_SUITE_P(ways, ParameterEvents,
-                         testing::Values(Way::Process, Way::FlushWhileActive,
-                                         Way::FlushWhileInactive));
-
-TEST_P(ParameterEvents, SetWhatTheySayAndNothingElse) {
+TEST(ParameterEvents, SetWhatTheySayAndNothingElse) {
+    enum Way { Process, FlushWhileActive, FlushWhileInactive };
     constexpr double kInf = std::numeric_limits<double>::infinity();
     constexpr double kBefore = 0.125; // an earlier event of the block; LinkSlot rounds it to 0
     struct Event {
@@ -142,27 +127,29 @@ TEST_P(ParameterEvents, SetWhatTheySayAndNothingElse) {
         {"one parameter on", HP, 0.75, kBefore, [](E e) { e.value.param_id = kNumParams; }},
         {"for no parameter", HP, 0.75, kBefore, [](E e) { e.value.param_id = CLAP_INVALID_ID; }},
     };
-    Track track;
-    if (GetParam() != Way::FlushWhileInactive)
-        track.start(48000.0);
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        Event event{};
-        event.value.header = {sizeof event.value, 7, CLAP_CORE_EVENT_SPACE_ID,
-                              CLAP_EVENT_PARAM_VALUE, 0};
-        event.value.param_id = c.id;
-        event.value.note_id = event.value.port_index = -1;
-        event.value.value = c.value;
-        c.spoil(event);
-        track.events.addParamValue(c.id, kBefore, 3);
-        track.events.add(event.value.header);
-        if (GetParam() == Way::Process)
-            track.play(support::noise(16, 0.1, 1), 16);
-        else
-            track.params.flush(track.events, track.sent);
-        track.events.clear();
-        EXPECT_DOUBLE_EQ(track.hostValue(c.id), c.expected);
-        EXPECT_TRUE(track.sent.empty()) << "an echo";
+    for (const Way way : {Process, FlushWhileActive, FlushWhileInactive}) {
+        Track track;
+        if (way != FlushWhileInactive)
+            track.start(48000.0);
+        for (const auto& c : cases) {
+            SCOPED_TRACE(c.what + (", way " + std::to_string(way)));
+            Event event{};
+            event.value.header = {sizeof event.value, 7, CLAP_CORE_EVENT_SPACE_ID,
+                                  CLAP_EVENT_PARAM_VALUE, 0};
+            event.value.param_id = c.id;
+            event.value.note_id = event.value.port_index = -1;
+            event.value.value = c.value;
+            c.spoil(event);
+            track.events.addParamValue(c.id, kBefore, 3);
+            track.events.add(event.value.header);
+            if (way == Process)
+                track.play(support::noise(16, 0.1, 1), 16);
+            else
+                track.params.flush(track.events, track.sent);
+            track.events.clear();
+            EXPECT_DOUBLE_EQ(track.hostValue(c.id), c.expected);
+            EXPECT_TRUE(track.sent.empty()) << "an echo";
+        }
     }
 }
 

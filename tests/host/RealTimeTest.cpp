@@ -1,17 +1,8 @@
-#include "tests/host/RealTimeWatch.h"
-#include "tests/host/Track.h"
-#include "tests/shm/RawSegment.h"
-
-#include <gtest/gtest.h>
-#include <optional>
-#include <thread>
+#include "tests/support/RealTimeWatch.h"
+#include "tests/support/Test.h"
+#include "tests/support/Track.h"
 
 namespace {
-
-using support::Dice;
-using support::Offences;
-using support::RealTimeWatch;
-using support::Track;
 
 /// Runs something on a thread of its own whose system calls are trapped.
 template <class Action>

@@ -1,18 +1,7 @@
-#include "tests/host/Track.h"
-
-#include "host/AudioBuffers.h"
-#include "host/Extensions.h"
-#include "tests/support/Chunks.h"
-
-#include <gtest/gtest.h>
-#include <thread>
+#include "tests/support/Test.h"
+#include "tests/support/Track.h"
 
 namespace {
-
-using host::Callback;
-using support::Bytes;
-using support::chunkFile;
-using support::Track;
 
 constexpr double kRate = 48000.0;
 
@@ -54,24 +43,21 @@ const Golden kGolden[] = {
     {"not-finite", true, {20, 600, 600, 20000, 20000, 20000}},
 };
 
-class GoldenChunk : public testing::TestWithParam<Golden> {};
-
-INSTANTIATE_TEST_SUITE_P(table, GoldenChunk, testing::ValuesIn(kGolden));
-
-TEST_P(GoldenChunk, IsTakenAsDocumented) {
-    const auto& [name, loads, edges] = GetParam();
-    SCOPED_TRACE(name);
-    Track track;
-    ASSERT_TRUE(host::loadState(track.instance, chunkFile("before")));
-    auto& calls = track.instance.callbacks().calls();
-    calls.clear();
-    EXPECT_EQ(host::loadState(track.instance, chunkFile(name)), loads);
-    EXPECT_EQ(edgesOf(track.slot().value()), edges);
-    const auto rescans = calls.records(Callback::ParamsRescan);
-    ASSERT_EQ(rescans.size(), loads ? 1U : 0U);
-    for (const auto& rescan : rescans)
-        EXPECT_TRUE(rescan.fromMain && rescan.value == CLAP_PARAM_RESCAN_VALUES);
-    EXPECT_EQ(saved(track), chunkFile(name + std::string(".saved")));
+TEST(State, OfEveryAgeIsTakenAsDocumented) {
+    for (const auto& [name, loads, edges] : kGolden) {
+        SCOPED_TRACE(name);
+        Track track;
+        ASSERT_TRUE(host::loadState(track.instance, chunkFile("before")));
+        auto& calls = track.instance.callbacks().calls();
+        calls.clear();
+        EXPECT_EQ(host::loadState(track.instance, chunkFile(name)), loads);
+        EXPECT_EQ(edgesOf(track.slot()), edges);
+        const auto rescans = calls.records(Callback::ParamsRescan);
+        ASSERT_EQ(rescans.size(), loads ? 1U : 0U);
+        for (const auto& rescan : rescans)
+            EXPECT_TRUE(rescan.fromMain && rescan.value == CLAP_PARAM_RESCAN_VALUES);
+        EXPECT_EQ(saved(track), chunkFile(name + std::string(".saved")));
+    }
 }
 
 TEST(State, ComesThroughStreamsOfAnyKind) {

@@ -1,19 +1,9 @@
-#include "host/Extensions.h"
-#include "tests/host/Track.h"
-#include "tests/shm/RawSegment.h"
+#include "tests/support/Test.h"
+#include "tests/support/Track.h"
 
-#include <algorithm>
-#include <array>
 #include <bit>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <random>
 
 namespace {
-
-using host::SampleFormat;
-using support::Stereo;
-using support::Track;
 
 struct Rate {
     double hz;
@@ -54,7 +44,7 @@ TEST_P(StreamAtRate, IsTheInputTwoFramesLaterTimesTheMakeup) {
                 EXPECT_LT(support::largestError(out, in, 2 * n, gain, 2 * n), 1e-6);
             }
     EXPECT_EQ(host::latency(track.instance), 1024U) << "deliberate: the host's figure is constant";
-    EXPECT_EQ(track.slot().value().latencySamples, static_cast<int>(n));
+    EXPECT_EQ(track.slot().latencySamples, static_cast<int>(n));
 }
 
 /// A frame of odd samples, between good ones. They pass through the delay of two frames and touch
@@ -75,7 +65,7 @@ TEST_P(StreamAtRate, IsRidOfOddSamplesWithinThreeFrames) {
     shm::RegistryMonitor monitor;
     ASSERT_TRUE(monitor.Attach() && monitor.Pair(track.id(), listener.id()));
     track.set({{RatioLow, 1}, {RatioMid, 1}, {RatioHigh, 1}});
-    const std::size_t bins = raw::Slot(std::size_t(track.slot()->index)) + raw::kAudioBins;
+    const std::size_t bins = raw::Slot(std::size_t(track.slot().index)) + raw::kAudioBins;
     constexpr std::size_t kBlock = 64;
     for (const SampleFormat format : kFormats)
         for (const auto& [what, at] : signals) {

@@ -3,13 +3,7 @@
 #include "plugin/Config.h"
 #include "plugin/StateChunk.h"
 #include "shm/SegmentLayout.h"
-
-#include <fstream>
-#include <gtest/gtest.h>
-#include <memory>
-#include <sstream>
-#include <string>
-#include <vector>
+#include "tests/support/Test.h"
 
 namespace {
 
@@ -107,11 +101,11 @@ TEST(Documents, GiveTheRangesOfTheParameters) {
 }
 
 TEST(Documents, GiveTheUserTheRangesOfTheSettings) {
-    const auto range = [](ParamIndex param, const std::string& unit = "") {
+    const auto range = [](std::size_t param, const std::string& unit = "") {
         const iplug::ParamSpec& spec = kParamTable[param];
         return number(spec.min) + " to " + number(spec.max) + unit;
     };
-    const auto standard = [](ParamIndex param) { return number(kParamTable[param].defaultValue); };
+    const auto standard = [](std::size_t param) { return number(kParamTable[param].defaultValue); };
     expectRows("manual.md", "| Setting |",
                {{cells({"Threshold", range(ThreshLow, " dB, one each band"),
                         standard(ThreshLow) + " dB"})},

@@ -1,20 +1,8 @@
-#include "adapter/ParamQueue.h"
 #include "dsp/Bands.h"
-#include "tests/plugin/NoEditor.h"
-#include "tests/plugin/Plugged.h"
-#include "tests/shm/RawSegment.h"
-
-#include <cmath>
-#include <functional>
-#include <gtest/gtest.h>
-#include <limits>
-#include <string>
-#include <thread>
+#include "tests/support/Plugged.h"
+#include "tests/support/Test.h"
 
 namespace {
-
-using host::Callback;
-using support::Plugged;
 
 TEST(Instance, PublishesItsDefaultsUnderANumberThatIsNeverReused) {
     int last = 0;
@@ -41,69 +29,32 @@ TEST(Instance, PublishesItsDefaultsUnderANumberThatIsNeverReused) {
     }
 }
 
-TEST(Instance, TakesEachRegistryEditOnceAndTellsTheHost) {
+TEST(Instance, TakesOddRegistryEditsOnceAndTellsTheHost) {
     const TDBand three[3] = {{20, 150, -30, 2, true, {}},
                              {150, 30000, -300, 3, true, {}},
                              {4000, 20000, -10, 5, false, {}}};
-    const TDBand strange{20, std::numeric_limits<float>::quiet_NaN(), NAN, INFINITY, true, {}};
+    const TDBand strange{20, NAN, NAN, INFINITY, true, {}};
     Plugged p;
     p.start();
-    const auto bands = [&p](const TDBand* list, int count) {
-        return [&p, list, count] { p.monitor.WriteBandsOf(p.id, list, count); };
-    };
-    const struct {
-        const char* why;
-        std::function<void()> edit;
-        const char* told;
-    } cases[] = {
-        {"three bands, constrained, the last one off", bands(three, 3),
+    const std::tuple<const char*, std::function<void()>, const char*> cases[] = {
+        {"three bands, constrained, the last one off",
+         [&] { p.monitor.WriteBandsOf(p.id, three, 3); },
          "0=150 Hz 1=20000 Hz 2=-30.0 dB 3=-60.0 dB 4=-10.0 dB 5=2.0 :1 6=3.0 :1 7=1.0 :1 "},
-        {"two bands share the second's values above the split", bands(three, 2),
-         "4=-60.0 dB 7=3.0 :1 "},
-        {"one band rules everywhere", bands(three, 1),
-         "0=20 Hz 3=-30.0 dB 4=-30.0 dB 6=2.0 :1 7=2.0 :1 "},
-        {"what is no number stays out, infinity clamps", bands(&strange, 1),
-         "5=20.0 :1 6=20.0 :1 7=20.0 :1 "},
-        {"no band at all is no change", bands(three, 0), ""},
-        {"filters", [&p] { p.monitor.WriteHpLpOf(p.id, NAN, 999); }, "13=1000 Hz "},
-        {"controls", [&p] { p.monitor.WriteControlsOf(p.id, 0, 50, 99); },
+        {"what is no number stays out, infinity clamps",
+         [&] { p.monitor.WriteBandsOf(p.id, &strange, 1); },
+         "0=20 Hz 3=-30.0 dB 4=-30.0 dB 5=20.0 :1 6=20.0 :1 7=20.0 :1 "},
+        {"filters", [&] { p.monitor.WriteHpLpOf(p.id, NAN, 999); }, "13=1000 Hz "},
+        {"controls", [&] { p.monitor.WriteControlsOf(p.id, 0, 50, 99); },
          "8=0.1 ms 9=50 ms 10=24.0 dB "},
         {"the host's own events of the block are not echoed",
-         [&p] {
-             p.monitor.WriteHpLpOf(p.id, 100, 1000);
-             p.in.addParamValue(Makeup, p.plug.GetParam(Makeup).ToHost(4.0));
-         },
-         "12=100 Hz "},
-    };
-    for (const auto& c : cases) {
-        c.edit();
+         [&] { p.monitor.WriteHpLpOf(p.id, 100, 1000), p.automate(Makeup, 4); }, "12=100 Hz "}};
+    for (const auto& [why, edit, told] : cases) {
+        edit();
         p.block();
-        EXPECT_EQ(p.told(), c.told) << c.why;
+        EXPECT_EQ(p.told(), told) << why;
         p.block();
-        EXPECT_EQ(p.told(), "") << "again: " << c.why;
+        EXPECT_EQ(p.told(), "") << "again: " << why;
     }
-    EXPECT_EQ(p.slot().makeupDb, 4.0F);
-}
-
-TEST(Instance, KeepsTheHostsValueWhenTheRegistryIsBusy) {
-    Plugged p;
-    p.start();
-    p.monitor.WriteControlsOf(p.id, 50, 500, 5); // lands in the block that is busy
-    const auto before = p.slot().controlsSeq;
-    {
-        const raw::HeldLock busy;
-        p.in.addParamValue(Attack, p.plug.GetParam(Attack).ToHost(33.0));
-        p.block();
-    }
-    EXPECT_FLOAT_EQ(p.slot().attackMs, 50.0F) << "not published yet";
-    for (const bool published : {false, true}) {
-        EXPECT_DOUBLE_EQ(p.value(Attack), 33.0);
-        EXPECT_EQ(p.told(), published ? "9=500 ms 10=5.0 dB " : "") << "the others are the peer's";
-        EXPECT_EQ(p.slot().controlsSeq, before + (published ? 1 : 0));
-        p.block(); // carries it over, once
-    }
-    EXPECT_FLOAT_EQ(p.slot().attackMs, 33.0F);
-    EXPECT_DOUBLE_EQ(p.value(Attack), 33.0);
 }
 
 TEST(Instance, DeliberatelyStandsAtDefaultsForOneBusyBlock) {
@@ -123,22 +74,15 @@ TEST(Instance, DeliberatelyStandsAtDefaultsForOneBusyBlock) {
     EXPECT_EQ(p.told(), "12=200 Hz 13=10000 Hz ");
 }
 
-TEST(Instance, FollowsTheFlagsOfItsSlot) {
+TEST(Instance, PassesSoundThroughInBypass) {
     Plugged p;
     p.start();
     p.monitor.SetBypassOf(p.id, true);
-    p.monitor.SetDuckSelfOf(p.id, false);
     p.audio.input().fill(0.5);
     p.audio.input().set(0, 7, NAN);
     p.block();
     EXPECT_EQ(p.audio.output().get(1, 0), 0.5) << "bypass has no delay";
     EXPECT_EQ(p.audio.output().get(0, 7), 0.0) << "nor lets it pass what is no number";
-    iplug::IByteChunk chunk;
-    EXPECT_TRUE(p.plug.Own().DuckSelf() && p.plug.SerializeState(chunk) && !p.plug.Own().DuckSelf())
-        << "what no block has taken, a save takes";
-    p.monitor.SetDuckSelfOf(p.id, true);
-    p.followRegistry();
-    EXPECT_TRUE(p.plug.Own().DuckSelf()) << "and so does the own editor's frame";
     p.monitor.SetBypassOf(p.id, false);
     p.block();
     EXPECT_EQ(p.audio.output().get(1, 0), 0.0);
@@ -176,7 +120,7 @@ TEST(Instance, ShowsTheLevelsOfBothLastSpectraWhateverIsNew) {
     const struct {
         const char* why;
         std::function<void()> happens;
-        bool peerVisible = true, ownVisible = true;
+        bool peerVisible = true, ownVisible = true, peerActive = true;
     } cases[] = {
         {"a spectrum of each", [&] { play(own, 0.5), play(peer, 0.5); }},
         {"the same ones", [] {}},
@@ -186,26 +130,24 @@ TEST(Instance, ShowsTheLevelsOfBothLastSpectraWhateverIsNew) {
         {"another low split", [&] { split(FreqLow, 1000); }},
         {"no peer", [&] { own.monitor.Unpair(own.id); }, false},
         {"the peer again", [&] { own.monitor.Pair(own.id, peer.id); }},
-        {"the peer swept", [&] { setActive(false); }, false},
+        {"the peer swept", [&] { setActive(false); }, false, true, false},
         {"the peer back", [&] { setActive(true); }},
         {"bypass", [&] { own.monitor.SetBypassOf(own.id, true); }, false, false},
         {"no bypass", [&] { own.monitor.SetBypassOf(own.id, false), tick(), tick(); }},
     };
-    const auto expectLevels = [&](bool peerVisible, bool ownVisible) {
-        tick();
+    for (const auto& [why, happens, peerVisible, ownVisible, peerActive] : cases) {
+        SCOPED_TRACE(why);
+        do // again where a heartbeat has brought the swept one back
+            happens(), tick();
+        while (raw::Segment().Get<std::uint8_t>(raw::Slot(1) + raw::kActive) != peerActive);
         const auto none = dsp::BandLevels{};
         const auto slot = own.slot();
         const dsp::BandLevels levels{slot.state[0], slot.state[1], slot.state[2]};
         EXPECT_EQ(levels, ownVisible ? published(0, dsp::kOwnLevelScale) : none);
         EXPECT_EQ(levels[2] > 0.001F, ownVisible);
-        const dsp::BandLevels peers = support::handedPeerLevel();
+        const dsp::BandLevels peers = NoEditor::tPeerLevel;
         EXPECT_EQ(peers, peerVisible ? published(1, dsp::peerLevelScale(1024)) : none);
         EXPECT_EQ(peers[2] > 0.001F, peerVisible);
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
-        c.happens();
-        expectLevels(c.peerVisible, c.ownVisible);
     }
 }
 
@@ -278,14 +220,39 @@ TEST(Instance, AsksTheHostOnItsMainThreadOnceAtATime) {
         EXPECT_TRUE(call.fromMain);
 }
 
-TEST(ParamQueue, DropsWhatDoesNotFitAndKeepsOrder) {
-    iplug::ParamQueue queue;
-    int pushed = 0;
-    while (pushed < 100000 && queue.Push({iplug::ParamRecord::Kind::Value, pushed, 0.0}))
-        ++pushed;
-    for (int round = 0; round < pushed; ++round, queue.Pop())
-        ASSERT_EQ(queue.Peek()->index, round);
-    EXPECT_EQ(queue.Peek(), nullptr);
+TEST(Instance, TellsTheLastValueOfEachWhenMoreChangeThanItCanQueue) {
+    Plugged p;
+    for (int change = 0; change <= 100; ++change)
+        for (const int param :
+             {int{LP}, int{RatioHigh}, int{FreqLow}, int{HP}, int{Makeup}, int{Attack}})
+            p.plug.SetParam(param, p.plug.GetParam(param).FromNormalized(change / 100.0));
+    std::array<double, kNumParams> heard{};
+    for (int flush = 0; flush < 2; p.flush(), ++flush)
+        for (std::uint32_t i = 0; i < p.sent.size(); ++i)
+            if (const auto* event = p.sent.paramValueAt(i))
+                heard[event->param_id] = event->value;
+    for (const int param : {LP, RatioHigh, FreqLow, HP, Makeup, Attack})
+        EXPECT_EQ(heard[std::size_t(param)], 1.0) << param;
+}
+
+/// The audio thread is inside SetMeters when the host closes the editor.
+TEST(Editor, IsNotClosedUnderAHandThatGivesItMeters) {
+    Plugged p;
+    p.start();
+    std::atomic<bool> inside = false, isGoing = false;
+    NoEditor::sOnMeters = [&] {
+        inside = true;
+        (void)eventually([&] { return isGoing.load(); }, 200ms); // which must not come true
+        inside = false;
+    };
+    NoEditor::sOnClose = [&] { isGoing = inside.load(); };
+    p.plug.OpenWindow(&p);
+    std::thread audio([&] { p.block(); });
+    EXPECT_TRUE(eventually([&] { return inside.load(); }));
+    p.plug.CloseWindow();
+    audio.join();
+    NoEditor::sOnMeters = NoEditor::sOnClose = {};
+    EXPECT_FALSE(isGoing) << "closed during a block";
 }
 
 TEST(Editor, KeepsItsAspectAndBounds) {
@@ -296,8 +263,13 @@ TEST(Editor, KeepsItsAspectAndBounds) {
     EXPECT_TRUE(p.plug.ConstrainEditorResize(width, height)) << "nothing left to change";
     p.plug.OnParentWindowResize(0, 500);
     EXPECT_EQ(p.plug.GetEditorWidth(), 960);
+    const auto savedSize = [&] { return get<std::array<std::uint32_t, 2>>(p.saved(), 354); };
+    using Size = std::array<std::uint32_t, 2>;
+    EXPECT_EQ(savedSize(), (Size{960, 600}));
     p.plug.OnParentWindowResize(1200, 750);
-    EXPECT_EQ(p.plug.GetEditorHeight(), 750);
+    EXPECT_EQ(savedSize(), (Size{1200, 750}));
+    p.plug.OnParentWindowResize(99, 8001);
+    EXPECT_EQ(savedSize(), (Size{960, 600})) << "none that a state can have";
 }
 
 } // namespace

@@ -1,41 +1,10 @@
 // What must hold of an instance's settings, whoever changes them and whoever is gone.
-#include "host/Extensions.h"
-#include "tests/plugin/Plugged.h"
-#include "tests/shm/RawSegment.h"
-#include "tests/support/Eventually.h"
-#include "tests/support/Signals.h"
-
-#include <cmath>
-#include <dlfcn.h>
-#include <functional>
-#include <memory>
+#include "tests/support/Plugged.h"
+#include "tests/support/Test.h"
 
 namespace {
-
-thread_local int tLockTries = 0;
-
-}
-
-#ifndef TD_SANITIZED // they replace it, too
-extern "C" __attribute__((visibility("default"))) int pthread_mutex_trylock(pthread_mutex_t* m) {
-    static const auto original =
-        reinterpret_cast<int (*)(pthread_mutex_t*)>(dlsym(RTLD_NEXT, "pthread_mutex_trylock"));
-    ++tLockTries;
-    return original(m);
-}
-#endif
-
-namespace {
-
-using host::Callback;
-using support::Bytes;
-using support::get;
-using support::Plugged;
-using Clock = std::chrono::steady_clock;
-using namespace std::chrono_literals;
 
 constexpr int kFrame = 8; ///< blocks; each completes a frame
-constexpr std::size_t kPeerNameAt = 95;
 
 /// Plays the same loud noise in every frame.
 struct Player : Plugged {
@@ -92,14 +61,9 @@ shm::SettingsEdit turn(int param, double value, std::optional<shm::BandSet> band
     return edit;
 }
 
-struct Way {
-    const char* name;
-    std::function<void(Player&)> go;
-};
-
 std::string peerNameIn(const Bytes& chunk) { return get<shm::Name>(chunk, kPeerNameAt).data(); }
 
-int peerBandsIn(const Bytes& chunk) { return get<std::int32_t>(chunk, support::kShadowAt); }
+int peerBandsIn(const Bytes& chunk) { return get<std::int32_t>(chunk, kShadowAt); }
 
 Bytes withPeerName(Bytes chunk, const char* name) {
     std::strncpy(reinterpret_cast<char*>(&chunk[kPeerNameAt]), name, shm::kNameBytes);
@@ -193,7 +157,7 @@ TEST(Reopening, WhatWasSetOnOnePeerIsForNoOther) {
     const auto before = bass.slot().hpLpSeq;
     own.load(preset);
     own.followRegistry();
-    EXPECT_FALSE(own.plug.Peer().ApplyShadowPeerToSHM() || bass.slot().hpLpSeq != before);
+    EXPECT_EQ(bass.slot().hpLpSeq, before);
     EXPECT_EQ(own.saved(), preset) << "kept for Vocal";
 
     own.monitor.Unpair(own.id);
@@ -209,13 +173,34 @@ TEST(Reopening, WhatWasSetOnOnePeerIsForNoOther) {
     EXPECT_EQ(peerBandsIn(own.saved()), 0);
 }
 
+TEST(Reopening, SetsThePeerAsTheStateSays) {
+    Player own(0), peer(1, "Bass"); // as remembered
+    own.load(chunkFile("full"));
+    own.followRegistry(), own.followRegistry();
+    peer.block();
+    const auto slot = peer.slot();
+    EXPECT_TRUE(slot.bandsSeq == 2 && slot.hpLpSeq == 2 && slot.controlsSeq == 2) << "once";
+    ASSERT_EQ(slot.bandCount, 3);
+    EXPECT_EQ(slot.bands[2], (TDBand{3000, 12000, -33.5, 3.5, true, {}}));
+    EXPECT_FALSE(slot.bands[1].enabled);
+    EXPECT_EQ((std::array{slot.hpHz, slot.lpHz, slot.attackMs, slot.releaseMs, slot.makeupDb}),
+              (std::array{35.0F, 16000.0F, 7.5F, 75.0F, 3.25F}));
+    EXPECT_EQ(peer.value(HP), 35.0) << "the peer takes it";
+}
+
 TEST(Reopening, AStateKeepsWhatThePeerHoldsNow) {
     Player own(0), peer(1);
     own.plug.PairWith(peer.info());
     peer.plug.EditOwn(turn(Attack, 55));
     EXPECT_EQ(peerBandsIn(own.saved()), 0) << "nothing set: no record";
-    own.plug.EditPeer(turn(HP, 100, deep(1)));
-    own.plug.EditPeer(turn(Makeup, 3));
+    own.plug.EditPeer({.bands = deep(1)});
+    for (const auto& [param, value] :
+         {std::pair{HP, 100}, {LP, 9900}, {Attack, 44}, {Release, 66}, {Makeup, 3}})
+        own.plug.EditPeer(turn(param, value));
+    const auto slot = peer.slot();
+    EXPECT_EQ((std::array{slot.hpHz, slot.lpHz, slot.attackMs, slot.releaseMs, slot.makeupDb}),
+              (std::array{100.0F, 9900.0F, 44.0F, 66.0F, 3.0F}))
+        << "each alone";
     peer.block();
     shm::BandSet bands = deep(1);
     bands[0].threshDb = -50;
@@ -225,7 +210,7 @@ TEST(Reopening, AStateKeepsWhatThePeerHoldsNow) {
     const Bytes saved = own.saved();
     EXPECT_EQ(get<float>(saved, 187), -50);
     using Rest = std::array<float, 5>;
-    EXPECT_EQ(get<Rest>(saved, 214), (Rest{100, 9000, 55, 77, 3}));
+    EXPECT_EQ(get<Rest>(saved, 214), (Rest{100, 9000, 44, 77, 3}));
 }
 
 TEST(Reopening, TheHostLearnsWhatAProjectHasToKeep) {
@@ -255,122 +240,19 @@ TEST(Reopening, TheHostLearnsWhatAProjectHasToKeep) {
     }
 }
 
-TEST(Edits, ABandThatIsOffIsSwitchedOnByThePeer) {
-    const auto peersOff = [](Player& p) {
-        p.monitor.WriteBandsOf(p.id, deep(3, false).bands.data(), 3);
-    };
-    const auto editorsOff = [](Player& p) { p.plug.EditOwn({.bands = deep(3, false)}); };
-    const Way waysOff[] = {{"own editor", editorsOff},
-                           {"loaded state",
-                            [&](Player& p) {
-                                editorsOff(p);
-                                const Bytes state = p.saved();
-                                p.plug.EditOwn({.bands = deep(3)});
-                                p.load(state);
-                            }},
-                           {"peer, block", [&](Player& p) { peersOff(p), p.play(1); }},
-                           {"peer, save", [&](Player& p) {
-                                peersOff(p);
-                                EXPECT_EQ(support::paramIn(p.saved(), RatioMid), 20)
-                                    << "its own, which 1 hides";
-                            }}};
-    for (const Way& off : waysOff)
-        for (const int count : {3, 2, 1})
-            for (const bool inBlock : {true, false}) {
-                SCOPED_TRACE(off.name + std::string(inBlock ? ", block " : ", save ") +
-                             std::to_string(count));
-                Duet duet(3);
-                Player& own = duet.own;
-                own.play(1);
-                off.go(own);
-                duet.play(6);
-                EXPECT_TRUE(!own.plug.Own().IsBandOn(1) && own.ducking() == 0);
-                own.monitor.WriteBandsOf(own.id, deep(count).bands.data(), count);
-                inBlock ? own.play(1) : (void)own.saved();
-                EXPECT_TRUE(own.plug.Own().IsBandOn(1) && own.value(RatioMid) == 20);
-                duet.play(6);
-                EXPECT_LT(own.ducking(), -15);
-            }
-}
-
-TEST(Edits, WhatIsTakenInReachesTheHostAndGivesWayToItsLaterValues) {
-    const Way writers[] = {
-        {"the peer",
-         [](Player& p) {
-             p.monitor.WriteBandsOf(p.id, deep(3).bands.data(), 3);
-             p.monitor.WriteHpLpOf(p.id, 90, 9000);
-             p.monitor.WriteControlsOf(p.id, 90, 900, 9);
-         }},
-        {"a state", [](Player& p) { p.load(support::chunkFile("full")); }},
-        {"the editor", [](Player& p) { p.plug.EditOwn(turn(HP, 90, deep(3))); }}};
-    const Way takers[] = {{"nobody", [](Player&) {}},
-                          {"a block", [](Player& p) { p.block(); }},
-                          {"a save", [](Player& p) { p.saved(); }},
-                          {"activation",
-                           [](Player& p) {
-                               p.instance.deactivate();
-                               p.start();
-                           }},
-                          {"an editor that opens", [](Player& p) { p.plug.OpenWindow(&p); }},
-                          {"its frame", [](Player& p) { p.followRegistry(); }}};
-    for (const Way& writer : writers)
-        for (const Way& taker : takers)
-            for (const bool active : {true, false}) {
-                SCOPED_TRACE(std::string(writer.name) + ", " + taker.name +
-                             (active ? ", block" : ", flush"));
-                Player p(0);
-                if (!active)
-                    p.instance.deactivate();
-                writer.go(p);
-                taker.go(p);
-                std::string told = &taker == takers + 1 ? p.told() : "";
-                const bool flushes = !p.instance.isActive();
-                flushes ? p.flush() : p.block();
-                told += p.told();
-                if (&writer == writers) {
-                    EXPECT_EQ(told, "2=-60.0 dB 3=-60.0 dB 4=-60.0 dB 5=20.0 :1 6=20.0 :1 "
-                                    "7=20.0 :1 8=90.0 ms 9=900 ms 10=9.0 dB 12=90 Hz 13=9000 Hz ");
-                }
-                if (&taker == takers && &writer == writers && flushes)
-                    p.monitor.WriteHpLpOf(p.id, 80, 8000); // not taken in when the host's come
-                state::ParamValues later;
-                for (std::size_t i = 0; i < kNumParams; ++i) {
-                    later[i] = std::round(0.25 * kParamTable[i].min + 0.75 * kParamTable[i].max);
-                    p.automate(int(i), later[i]);
-                }
-                flushes ? p.flush() : p.block();
-                const Bytes saved = p.saved();
-                for (std::size_t i = 0; i < kNumParams; ++i)
-                    EXPECT_NEAR(support::paramIn(saved, i), later[i], 1e-6) << i;
-                p.plug.CloseWindow();
-            }
-}
-
-TEST(Edits, OneAutomatedKnobLeavesTheOthersToThePeer) {
-    const struct {
-        const char* name;
-        void (*set)(Player& p, double ms);
-    } ways[] = {{"automation", [](Player& p, double ms) { p.automate(Attack, ms), p.block(); }},
-                {"a flush", [](Player& p, double ms) { p.automate(Attack, ms), p.flush(); }},
-                {"a parameter", [](Player& p, double ms) { p.plug.SetParam(Attack, ms); }},
-                {"an edit", [](Player& p, double ms) { p.plug.EditOwn(turn(Attack, ms)); }}};
-    for (const auto& [name, set] : ways) {
-        Player own(0), peer(1);
-        peer.plug.PairWith(own.info());
-        int arrived = 0;
-        for (int round = 1; round <= 100; ++round) {
-            peer.plug.EditPeer(turn(Release, 100 + round));
-            set(own, round);
-            peer.plug.EditPeer(turn(Makeup, round / 10.0));
-            set(own, round + 1);
-            own.block();
-            const auto near = [](double a, double b) { return std::abs(a - b) < 1e-4; };
-            const auto slot = own.slot();
-            arrived += near(own.value(Release), 100 + round) && near(slot.attackMs, round + 1) &&
-                       near(own.value(Makeup), round / 10.0) && near(slot.releaseMs, 100 + round) &&
-                       near(own.value(Attack), round + 1);
+TEST(Edits, OfTheSwitchOfABandAreHeard) {
+    const std::pair<const char*, std::function<void(Player&, bool)>> editors[] = {
+        {"own", [](Player& p, bool on) { p.plug.EditOwn({.bands = deep(3, on)}); }},
+        {"peer",
+         [](Player& p, bool on) { p.monitor.WriteBandsOf(p.id, deep(3, on).bands.data(), 3); }}};
+    for (const auto& [name, edit] : editors) {
+        Duet duet(3);
+        for (const bool on : {false, true}) {
+            edit(duet.own, on);
+            duet.play(8);
+            EXPECT_EQ(duet.own.ducking() < -15, on) << name;
+            EXPECT_EQ(duet.own.ducking() == 0, !on) << name;
         }
-        EXPECT_EQ(arrived, 100) << name;
     }
 }
 
@@ -443,11 +325,28 @@ TEST(Block, GoesOnForOneBusyBlockWithTheSpectrumThatItHolds) {
             kind == 'u' ? own.monitor.Unpair(own.id) : own.monitor.Pair(own.id, peer.id);
             auto held = kind == 'b' || kind == 'm' ? std::make_unique<raw::HeldLock>() : nullptr;
             if (kind == 'm')
-                support::tAtNextMeters = [&held] { held.reset(); };
+                NoEditor::sOnMeters = [&held] { held.reset(); };
             own.play(1);
+            NoEditor::sOnMeters = {};
         }
         EXPECT_TRUE(heard ? std::abs(own.ducking() - before) < 0.1 : own.ducking() > before + 1);
-        EXPECT_EQ(support::handedPeerLevel() != dsp::BandLevels{}, heard);
+        EXPECT_EQ(NoEditor::tPeerLevel != dsp::BandLevels{}, heard);
+    }
+}
+
+TEST(Block, ShowsItsReductionUnlessItIsBypassed) {
+    Duet duet;
+    Player& own = duet.own;
+    own.plug.OpenWindow(&own);
+    duet.play(20);
+    for (const bool bypassed : {false, true}) {
+        own.monitor.SetBypassOf(own.id, bypassed);
+        own.play(1);
+        const auto shown = std::to_array(own.slot().gainReduction);
+        EXPECT_EQ(shown, NoEditor::tReductionDb);
+        EXPECT_EQ(shown[1], own.ducking());
+        EXPECT_EQ(shown[1] < -15, !bypassed);
+        EXPECT_EQ(shown == dsp::BandLevels{}, bypassed);
     }
 }
 
@@ -456,7 +355,9 @@ TEST(Block, AfterAResetHasNoOldSoundButAllSettings) {
     Player& own = duet.own;
     own.automate(Makeup, 6);
     duet.play(20);
-    ASSERT_LT(own.ducking(), -15);
+    own.instance.reset();
+    own.play(2 * kFrame);
+    EXPECT_LT(own.ducking(), -15) << "the peer's last spectrum stands, and is read anew";
     own.monitor.Unpair(own.id);
     own.instance.reset();
     own.audio.input().fill(0.25);
@@ -468,58 +369,27 @@ TEST(Block, AfterAResetHasNoOldSoundButAllSettings) {
     }
 }
 
-const shm::SettingsEdit kAnyEdit{.bands = deep(3), .filters = {70.0F}, .controls = {30.0F}};
-
-TEST(Host, NoCallOfItsFailsForABrokenLock) {
-    for (const int byte : {0xFF, 0x7F}) {
-        Player peer(0), own(1);
-        own.plug.PairWith(peer.info());
-        own.followRegistry();
-        const auto state = host::saveState(own.instance);
-        raw::Segment segment;
-        const auto good = segment.Get<pthread_mutex_t>(raw::kMutex);
-        std::memset(segment.Mutex(), byte, sizeof good);
-        const auto begin = Clock::now();
-        own.block();
-        own.instance.reset();
-        own.instance.deactivate();
-        own.automate(Attack, 20);
-        own.flush();
-        own.start();
-        const auto saved = host::saveState(own.instance);
-        EXPECT_TRUE(saved && host::loadState(own.instance, *state) &&
-                    host::loadState(own.instance, *saved));
-        EXPECT_EQ(own.value(Attack), 20);
-        EXPECT_NO_THROW({
-            own.plug.OpenWindow(&own);
-            own.plug.BeginEditing();
-            own.followRegistry();
-            own.plug.SetInstanceName("Kick");
-            own.plug.SetParam(Release, 200);
-            own.plug.EditOwn(kAnyEdit);
-            own.plug.EditPeer(kAnyEdit);
-            own.plug.PairWith(peer.info());
-            own.plug.ToggleOwnBypass();
-            own.plug.ToggleOwnDuck();
-            own.plug.TogglePeerBypass();
-            own.plug.TogglePeerDuck();
-            own.plug.Peer().ApplyShadowPeerToSHM();
-            own.plug.CloseWindow();
-            const Plugged born(0);
-        });
-        EXPECT_LT(Clock::now() - begin, 2s) << "nobody waits for it";
-        segment.Put(raw::kMutex, good);
-        own.block();
-        own.followRegistry();
-        const auto slot = own.slot();
-        EXPECT_TRUE(slot.name == std::string("Kick") && slot.attackMs == 30 &&
-                    slot.bandCount == 3 && slot.releaseMs == 200 && slot.hpHz == 70 &&
-                    !slot.duckSelf)
-            << "all of it arrives when the lock is one again";
-        EXPECT_EQ(peer.slot().hpHz, 70);
-        std::memset(segment.Mutex(), byte, sizeof good); // both end so
-    }
-    raw::Remove();
+TEST(Host, SeesAnInstanceWithoutASlotTakeTheNextOneWithAllItsSettings) {
+    std::array<TessellaDuckworkSHM, 16> others;
+    for (auto& other : others)
+        ASSERT_TRUE(other.Open());
+    Plugged p(5);
+    p.plug.ToggleOwnDuck();
+    p.plug.SetInstanceName("late");
+    p.automate(HP, 120);
+    p.automate(Attack, 33);
+    p.start();
+    p.block();
+    EXPECT_FALSE(p.plug.Registry().Opened());
+    others[5].Close();
+    EXPECT_TRUE(eventually([&] { return p.plug.Registry().Opened(); })) << "with a heartbeat";
+    p.block();
+    const auto slot = p.slot();
+    EXPECT_EQ(slot.id, p.plug.Registry().MyId());
+    EXPECT_STREQ(slot.name, "late");
+    EXPECT_TRUE(slot.bandCount == 1 && slot.bands[0].ratio == 4 && slot.latencySamples == 1024 &&
+                slot.hpHz == 120 && slot.attackMs == 33 && !slot.duckSelf && p.value(Attack) == 33)
+        << "nothing of an empty slot is taken over";
 }
 
 TEST(Host, OpensAndClosesSixtyInstancesAtOnce) {
@@ -530,25 +400,6 @@ TEST(Host, OpensAndClosesSixtyInstancesAtOnce) {
     const auto opened = Clock::now();
     sixty.clear();
     EXPECT_TRUE(opened - begin < 2s && Clock::now() - opened < 2s) << "none waits for a beat";
-}
-
-TEST(Host, AFrameTakesTheLockAFewTimesOnly) {
-    Player own(0), peer(1);
-    own.plug.PairWith(peer.info());
-    peer.plug.EditPeer(kAnyEdit);
-    const std::pair<const char*, std::function<void()>> cases[] = {
-        {"frame", [&] { own.followRegistry(); }},
-        {"editOwn", [&] { own.plug.EditOwn(kAnyEdit); }},
-        {"editPeer", [&] { own.plug.EditPeer(kAnyEdit); }}};
-    for (const auto& [what, call] : cases) {
-        const int before = tLockTries;
-        call();
-        RecordProperty(what, tLockTries - before);
-        EXPECT_LE(tLockTries - before, 4) << what;
-#ifndef TD_SANITIZED
-        EXPECT_GT(tLockTries, before) << "counted";
-#endif
-    }
 }
 
 } // namespace

@@ -1,15 +1,7 @@
-#include "tests/plugin/Plugged.h"
-#include "tests/support/Chunks.h"
-
-#include <algorithm>
-#include <climits>
-#include <functional>
-#include <gtest/gtest.h>
+#include "tests/support/Plugged.h"
+#include "tests/support/Test.h"
 
 namespace {
-
-using support::Bytes;
-using support::chunkFile;
 
 iplug::IByteChunk chunkOf(const Bytes& bytes) {
     iplug::IByteChunk chunk;
@@ -56,6 +48,14 @@ TEST(StateChunk, CutAnywhereGivesTheFieldsThatFit) {
     EXPECT_EQ(side.saved(), full);
 }
 
+TEST(StateChunk, OfNothingYetHasTheDesignsSize) {
+    iplug::IByteChunk chunk;
+    state::write(chunk, {}, {});
+    const Bytes bytes(chunk.Data(), chunk.Data() + chunk.Size());
+    using Tail = std::array<std::uint32_t, 3>;
+    EXPECT_EQ(get<Tail>(bytes, 354), (Tail{960, 600, 1}));
+}
+
 TEST(StateChunk, WithoutATrailerEndsBehindTheEditorsSize) {
     Side side(0);
     ASSERT_EQ(side.load(chunkFile("before")), 366); // does not duck
@@ -63,56 +63,6 @@ TEST(StateChunk, WithoutATrailerEndsBehindTheEditorsSize) {
     chunk.erase(chunk.begin() + 346, chunk.begin() + 354);
     EXPECT_EQ(side.load(chunk), 354);
     EXPECT_FALSE(side.plug.Own().DuckSelf()) << "what follows is no flag";
-}
-
-TEST(ShadowPeer, IsWrittenOnceToALinkedPeerAfterEachRecordAndLoad) {
-    Side own(0), peer(1);
-    ASSERT_EQ(own.load(chunkFile("full")), 366);
-    EXPECT_FALSE(own.plug.Peer().ApplyShadowPeerToSHM()) << "nobody is linked";
-    peer.plug.SetInstanceName("Bass"); // as remembered
-    ASSERT_TRUE(own.monitor.Pair(own.id, peer.id));
-    EXPECT_TRUE(own.plug.Peer().ApplyShadowPeerToSHM());
-    EXPECT_FALSE(own.plug.Peer().ApplyShadowPeerToSHM()) << "once";
-    const auto slot = peer.slot();
-    ASSERT_EQ(slot.bandCount, 3);
-    const TDBand& last = slot.bands[2];
-    EXPECT_EQ((std::array{last.loHz, last.hiHz, last.threshDb, last.ratio}),
-              (std::array{3000.0F, 12000.0F, -33.5F, 3.5F}));
-    EXPECT_TRUE(slot.bands[0].enabled && !slot.bands[1].enabled && last.enabled);
-    EXPECT_EQ((std::array{slot.hpHz, slot.lpHz, slot.attackMs, slot.releaseMs, slot.makeupDb}),
-              (std::array{35.0F, 16000.0F, 7.5F, 75.0F, 3.25F}));
-    peer.block();
-    EXPECT_EQ(peer.value(HP), 35.0) << "the peer takes it";
-
-    const std::vector<TDBand> noWidth(5, {.loHz = 500.0F, .hiHz = 500.0F});
-    const struct {
-        const char* what;
-        std::function<void()> record;
-        int savedBands;
-        unsigned bandWrites, otherWrites;
-        float hpHz;
-    } cases[] = {
-        {"filters", [&] { own.plug.Peer().RecordShadowPeerHpLp(99.0F, 9999.0F); }, 3, 1, 1, 99.0F},
-        {"a load", [&] { own.load(chunkFile("full")); }, 3, 1, 1, 35.0F},
-        {"bands without width", [&] { own.plug.Peer().RecordShadowPeerBands(noWidth.data(), 5); },
-         3, 0, 1, 35.0F},
-        {"none", [&] { own.plug.Peer().RecordShadowPeerBands(nullptr, 1); }, 0, 0, 0, 35.0F},
-        {"controls, the rest as cleared",
-         [&] { own.plug.Peer().RecordShadowPeerControls(5.0F, 50.0F, 1.0F); }, 1, 0, 1, 20.0F}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        const auto before = peer.slot();
-        c.record();
-        EXPECT_EQ(support::get<std::int32_t>(own.saved(), support::kShadowAt), c.savedBands);
-        own.plug.Peer().ApplyShadowPeerToSHM(); // a load has done so by itself
-        EXPECT_FALSE(own.plug.Peer().ApplyShadowPeerToSHM());
-        const auto after = peer.slot();
-        EXPECT_EQ(after.bandsSeq, before.bandsSeq + c.bandWrites);
-        EXPECT_EQ(after.hpLpSeq, before.hpLpSeq + c.otherWrites);
-        EXPECT_EQ(after.controlsSeq, before.controlsSeq + c.otherWrites);
-        EXPECT_EQ(after.hpHz, c.hpHz);
-    }
-    EXPECT_EQ(peer.slot().releaseMs, 50.0F);
 }
 
 } // namespace

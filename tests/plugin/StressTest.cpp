@@ -1,43 +1,28 @@
-#include "host/Extensions.h"
-#include "tests/plugin/Plugged.h"
-#include "tests/support/Chunks.h"
+#include "tests/support/Plugged.h"
+#include "tests/support/Test.h"
 
-#include <chrono>
 #include <cstdlib>
 #include <mutex>
-#include <random>
-#include <thread>
 
 namespace {
 
-using support::Plugged;
-
-/// Decisions of one thread.
-class Dice {
-public:
-    explicit Dice(unsigned seed) : generator(seed) {}
-    unsigned below(unsigned n) { return static_cast<unsigned>(generator()) % n; }
-    float among(const shm::Range& range) {
-        return static_cast<float>(range.min + (range.max - range.min) * below(1000) / 1000.0);
-    }
-
-private:
-    std::minstd_rand generator;
-};
+float among(Dice& dice, const shm::Range& range) {
+    return float(dice.between(range.min, range.max));
+}
 
 shm::SettingsEdit anyEdit(Dice& dice) {
     shm::SettingsEdit edit;
     const unsigned member = dice.below(6);
     if (member < 2)
-        edit.filters[member] = dice.among(shm::Filters::kRanges[member]);
+        edit.filters[member] = among(dice, shm::Filters::kRanges[member]);
     else if (member < 5)
-        edit.controls[member - 2] = dice.among(shm::Controls::kRanges[member - 2]);
+        edit.controls[member - 2] = among(dice, shm::Controls::kRanges[member - 2]);
     else {
         edit.bands = shm::BandSet{.bands = {}, .count = 1 + static_cast<int>(dice.below(3))};
         for (int i = 0; i < edit.bands->count; ++i)
             (*edit.bands)[i] = {
                 300.0F * static_cast<float>(i) + 20.0F, 300.0F * static_cast<float>(i) + 320.0F,
-                dice.among(shm::kThresholdDb), dice.among(shm::kRatio), dice.below(4) != 0};
+                among(dice, shm::kThresholdDb), among(dice, shm::kRatio), dice.below(4) != 0};
     }
     return edit;
 }
@@ -68,35 +53,19 @@ public:
 
     void edit(const std::stop_token& stop) {
         EditorView view;
-        for (Dice dice(static_cast<unsigned>(p.index) + 10); !stop.stop_requested();) {
+        Dice dice(static_cast<unsigned>(p.index) + 10);
+        const std::function<void()> acts[] = {
+            [&] { p.plug.BeginEditing(); },
+            [&] { p.plug.SetInstanceName(dice.oneIn(2) ? "kick" : "bass"); },
+            [&] { view.instances.empty() ? void() : p.plug.PairWith(view.instances.front()); },
+            [&] { dice.oneIn(2) ? p.plug.ToggleOwnDuck() : p.plug.TogglePeerDuck(); },
+            [&] { dice.oneIn(2) ? p.plug.ToggleOwnBypass() : p.plug.TogglePeerBypass(); },
+            [&] { p.plug.SetParam(LinkSlot, dice.below(2)); },
+            [&] { p.plug.EditPeer(anyEdit(dice)); },
+            [&] { p.plug.EditOwn(anyEdit(dice)); }};
+        while (!stop.stop_requested()) {
             view = p.followRegistry();
-            switch (dice.below(10)) {
-            case 0:
-                p.plug.BeginEditing();
-                break;
-            case 1:
-                p.plug.SetInstanceName(dice.below(2) != 0 ? "kick" : "bass");
-                break;
-            case 2:
-                if (!view.instances.empty())
-                    p.plug.PairWith(view.instances.front());
-                break;
-            case 3:
-                dice.below(2) != 0 ? p.plug.ToggleOwnDuck() : p.plug.TogglePeerDuck();
-                break;
-            case 4:
-                dice.below(2) != 0 ? p.plug.ToggleOwnBypass() : p.plug.TogglePeerBypass();
-                break;
-            case 5:
-                p.plug.SetParam(LinkSlot, dice.below(2));
-                break;
-            case 6:
-            case 7:
-                p.plug.EditPeer(anyEdit(dice));
-                break;
-            default:
-                p.plug.EditOwn(anyEdit(dice));
-            }
+            acts[dice.below(std::size(acts))]();
         }
     }
 
@@ -116,11 +85,11 @@ TEST(Stress, EditsFromAllSidesLeaveUsableSettings) {
     Plugged pair[] = {Plugged(0), Plugged(1)};
     pair[0].monitor.Pair(pair[0].id, pair[1].id);
     Busy busy[] = {Busy(pair[0]), Busy(pair[1])};
-    const std::jthread threads[] = {
-        std::jthread([&](const std::stop_token& stop) { busy[0].play(stop); }),
-        std::jthread([&](const std::stop_token& stop) { busy[1].play(stop); }),
-        std::jthread([&](const std::stop_token& stop) { busy[0].edit(stop); }),
-        std::jthread([&](const std::stop_token& stop) { busy[1].edit(stop); })};
+    std::vector<std::jthread> threads;
+    for (Busy& one : busy) {
+        threads.emplace_back([&](const std::stop_token& stop) { one.play(stop); });
+        threads.emplace_back([&](const std::stop_token& stop) { one.edit(stop); });
+    }
     int rounds = 0;
     for (Dice dice(30); std::chrono::steady_clock::now() < end && !HasFailure(); ++rounds) {
         Plugged& p = pair[dice.below(2)];

@@ -1,14 +1,10 @@
 // An exception that reached the host would end it: none may leave the framework layer.
 #include "adapter/IPlugCLAP.h"
-#include "host/AudioBuffers.h"
-#include "host/Extensions.h"
 #include "host/Gui.h"
-#include "host/Params.h"
+#include "tests/support/Plugged.h"
+#include "tests/support/Test.h"
 
-#include <functional>
-#include <gtest/gtest.h>
 #include <new>
-#include <thread>
 
 namespace {
 
@@ -70,28 +66,21 @@ TEST(Adapter, LetsNoExceptionReachTheHost) {
             return done;
         };
         const auto activate = [&] { return instance.activate(48000.0, 1, 64); };
-        const struct {
+        struct Case {
             const char* what;
             std::function<bool()> call; ///< false when it says that it failed, or cannot say
             int throws = 1;
-        } cases[] = {
+        };
+        // clang-format off
+        const Case cases[] = {
             {"activate", activate},
             {"save", [&] { return host::saveState(instance).has_value(); }},
-            {"load",
-             [&] {
-                 return host::loadState(instance, {1, 2, 3});
-             }},
+            {"load", [&] { return host::loadState(instance, {1, 2, 3}); }},
             {"set parent", [&] { return gui.setParent(1); }, 2}, // closes, opens
             {"show", [&] { return gui.show(); }},
             {"hide", [&] { return gui.hide(), false; }},
-            {"adjust size",
-             [&] {
-                 return gui.adjustSize({1, 1}).has_value();
-             }},
-            {"set size",
-             [&] {
-                 return gui.setSize({1, 1});
-             }},
+            {"adjust size", [&] { return gui.adjustSize({1, 1}).has_value(); }},
+            {"set size", [&] { return gui.setSize({1, 1}); }},
             {"flush", [&] { return host::Params(instance).flush(event, sent), false; }},
             {"call back", [&] { return plug.CallLater(), instance.pumpMainThread() == 0; }, 2},
             {"activate calmly", [&] { return !calmly(activate); }, 0},
@@ -99,6 +88,7 @@ TEST(Adapter, LetsNoExceptionReachTheHost) {
             {"block", [&] { return instance.process(audio, 64) != CLAP_PROCESS_ERROR; }},
             {"reset", [&] { return instance.reset(), false; }},
         };
+        // clang-format on
         for (const auto& [what, call, throws] : cases) {
             thrown = 0;
             EXPECT_FALSE(call()) << what;

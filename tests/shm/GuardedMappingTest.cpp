@@ -1,10 +1,9 @@
 #include "shm/GuardedMapping.h"
-#include "tests/shm/RawSegment.h"
+#include "tests/support/Test.h"
 
 #include <csetjmp>
 #include <csignal>
 #include <cstdlib>
-#include <optional>
 #include <sys/resource.h>
 #include <sys/wait.h>
 

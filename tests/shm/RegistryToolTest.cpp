@@ -1,12 +1,11 @@
 #include "shm/TessellaDuckworkSHM.h"
-#include "tests/shm/RawSegment.h"
+#include "tests/support/Test.h"
 #include "tools/common/Text.h"
 #include "tools/registry/Resolve.h"
 #include "tools/registry/SlotOwner.h"
+#include "tools/registry/View.h"
 
 #include <cstdio>
-#include <string>
-#include <vector>
 
 namespace {
 
@@ -39,6 +38,16 @@ TEST(RegistryTool, ForeignTextCannotSteerTheTerminal) {
               "B\xC3\xA4ss ?[m?? ? \xF0\x9F\xA5\x81");
     EXPECT_EQ(terminal::printable("\xC0\xAF\xED\xA0\x80\xFF\xF4\x90\x80\x80 \xE2\x82"),
               "?????????? ??");
+}
+
+TEST(RegistryTool, ShowsTheAgeOfASignOfLife) {
+    registry::View view{.present = true, .locked = true, .now = 1000, .slots = {{}}};
+    view.slots[0].active = true;
+    for (const auto& [heartbeat, age] : {std::pair{996, "4"}, {1003, "-3"}}) {
+        view.slots[0].heartbeat = heartbeat;
+        EXPECT_NE(table(view).find(std::string(" ") + age + " s "), std::string::npos);
+        EXPECT_NE(json(view, -1).find("AgeSeconds\":" + std::string(age)), std::string::npos);
+    }
 }
 
 using RegistryToolLive = raw::RegistryTest;

@@ -1,21 +1,15 @@
 #include "shm/Obstacle.h"
 #include "shm/Slot.h"
 #include "shm/TessellaDuckworkSHM.h"
-#include "tests/shm/RawSegment.h"
+#include "tests/support/Test.h"
 
-#include <array>
-#include <chrono>
 #include <csignal>
-#include <limits>
-#include <memory>
 #include <sys/time.h>
 #include <sys/wait.h>
-#include <thread>
 
 namespace {
 
 using namespace raw;
-using namespace std::chrono_literals;
 using SegmentLifecycle = RegistryTest;
 
 constexpr float kZeros[3] = {};
@@ -209,12 +203,18 @@ TEST_F(SegmentLifecycle, SweepsTheDeadAndListsTheOthers) {
     const auto active = [&segment](std::size_t k) {
         return static_cast<int>(segment.Get<std::uint8_t>(Slot(k) + kActive));
     };
-    const std::int64_t now = std::time(nullptr);
-    // The sweeper itself; one in time; one before a clock was set back; two dead.
-    const std::array<std::int64_t, 5> beats{now - 100, now - 9, now + 1000, now - 11,
-                                            std::numeric_limits<std::int64_t>::min()};
-    for (std::size_t k = 0; k < 5; ++k)
-        segment.Put(Slot(k) + kHeartbeat, beats[k]);
+    // The sweeper itself; one just in time; one before a clock was set back; two dead.
+    std::int64_t now = 0;
+    const auto age = [&] {
+        now = shm::Now();
+        const std::array<std::int64_t, 5> beats{now - 100, now - 10, now + 1000, now - 11,
+                                                std::numeric_limits<std::int64_t>::min()};
+        for (std::size_t k = 0; k < 5; ++k) {
+            segment.Put(Slot(k) + kHeartbeat, beats[k]);
+            segment.Put(Slot(k) + kActive, std::uint8_t{1});
+        }
+    };
+    age();
     std::memset(segment.base + Slot(1) + kName, 'x', 64); // a foreign name without end
 
     std::vector<TDInstanceInfo> list(3);
@@ -222,7 +222,9 @@ TEST_F(SegmentLifecycle, SweepsTheDeadAndListsTheOthers) {
     ASSERT_EQ(list.size(), 4U) << "the dead are listed until swept, oneself never";
     EXPECT_TRUE(list[0].id == handles[1].MyId() && list[0].name == std::string(63, 'x'));
 
-    handles[0].CleanDead();
+    do // within one second
+        age(), handles[0].CleanDead();
+    while (shm::Now() != now);
     for (std::size_t k = 0; k < 5; ++k)
         EXPECT_EQ(active(k), k < 3 ? 1 : 0) << k;
     EXPECT_EQ(segment.Get<std::int32_t>(kHighWater), 3);

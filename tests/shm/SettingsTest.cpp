@@ -1,8 +1,5 @@
 #include "shm/TessellaDuckworkSHM.h"
-#include "tests/shm/RawSegment.h"
-
-#include <array>
-#include <optional>
+#include "tests/support/Test.h"
 
 namespace {
 
@@ -41,20 +38,6 @@ TEST_F(Settings, LandAtTheirOffsetsAndEndThere) {
     EXPECT_EQ(At<float>(0, kAudioBins), 0) << "400 bins must not run into the next field";
 }
 
-TEST_F(Settings, OfOwnAndRemoteWritersShareACounter) {
-    EXPECT_EQ(b.WriteHpLp(30, 9000), 1U);
-    EXPECT_EQ(a.WriteRemoteHpLp(40, 8000), 2U);
-    EXPECT_EQ((std::array{At<float>(1, kHp), At<float>(1, kLp)}), (std::array{40.0F, 8000.0F}));
-    EXPECT_EQ(At<std::uint64_t>(1, kHpLpSeq), 2U);
-    EXPECT_EQ(shm::TryVisit(b).WriteControls({7, 8, 9}), 1U);
-    EXPECT_EQ(a.WriteRemoteControls(4, 5, 6), 2U);
-    EXPECT_EQ(At<Three>(1, kControls), (Three{4, 5, 6}));
-    EXPECT_EQ(At<std::uint64_t>(1, kControlsSeq), 2U);
-    float x = 0, y = 0, z = 0;
-    EXPECT_EQ(closed.ReadRemoteControls(x, y, z), 0U);
-    EXPECT_EQ((Three{x, y, z}), (Three{10, 100, 0})) << "the defaults";
-}
-
 TEST_F(Settings, BandSetsAreClamped) {
     const std::array<TDBand, 5> five{{{1, 2, 3, 4, true}, {5, 6, 7, 8, false}, {9, 10, 11, 12}}};
     std::array<TDBand, 8> out;
@@ -80,6 +63,9 @@ TEST_F(Settings, BandSetsAreClamped) {
     EXPECT_EQ(b.ReadOwnBands(out.data(), count, 8), 3U);
     EXPECT_EQ(count, 3);
     EXPECT_TRUE(out[0].enabled && out[1].enabled);
+    Three values{};
+    EXPECT_EQ(closed.ReadRemoteControls(values[0], values[1], values[2]), 0U);
+    EXPECT_EQ(values, (Three{10, 100, 0})) << "the defaults";
 }
 
 TEST_F(Settings, FlagsByIdAndTheirCache) {

@@ -2,9 +2,24 @@
 #pragma once
 
 #include <cstddef>
+#include <random>
 #include <vector>
 
 namespace support {
+
+/// The same numbers in every run.
+class Dice {
+public:
+    explicit Dice(unsigned seed) : generator(seed) {}
+    unsigned below(unsigned n) { return static_cast<unsigned>(generator()) % n; }
+    bool oneIn(unsigned n) { return below(n) == 0; }
+    double between(double low, double high) {
+        return low + (high - low) * below(1 << 24) / (1 << 24);
+    }
+
+private:
+    std::mt19937 generator;
+};
 
 struct Stereo {
     std::vector<double> left, right;

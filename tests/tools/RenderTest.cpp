@@ -1,6 +1,5 @@
 #include "shm/RegistryMonitor.h"
-#include "tests/support/Chunks.h"
-#include "tests/support/Signals.h"
+#include "tests/support/Test.h"
 #include "tools/common/AudioFile.h"
 #include "tools/common/Failure.h"
 #include "tools/common/Interrupt.h"
@@ -13,23 +12,16 @@
 #include "tools/render/Picture.h"
 #include "tools/render/Session.h"
 
-#include <algorithm>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
 #include <iterator>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
 
 namespace fs = std::filesystem;
-using support::Stereo;
 
 /// In a folder of its own, which is gone afterwards.
 class Render : public testing::Test {

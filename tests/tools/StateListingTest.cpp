@@ -1,9 +1,5 @@
-#include "tests/support/Chunks.h"
+#include "tests/support/Test.h"
 #include "tools/state/Listing.h"
-
-#include <algorithm>
-#include <gtest/gtest.h>
-#include <string>
 
 namespace {
 

@@ -1,6 +1,5 @@
 #include "ui/HitTest.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/Test.h"
 
 namespace {
 

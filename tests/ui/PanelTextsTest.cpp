@@ -1,7 +1,5 @@
 #include "ui/PanelTexts.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
+#include "tests/support/Test.h"
 
 namespace {
 

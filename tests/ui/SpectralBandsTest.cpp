@@ -1,7 +1,5 @@
 #include "ui/SpectralBands.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
+#include "tests/support/Test.h"
 
 namespace {
 

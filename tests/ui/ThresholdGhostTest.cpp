@@ -1,12 +1,7 @@
 #include "dsp/Display.h"
 #include "dsp/SpectralProcessor.h"
+#include "tests/support/Test.h"
 #include "ui/Canvas.h"
-
-#include <algorithm>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <memory>
-#include <vector>
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tests/editor/Screen.h"
+#include "tests/support/Screen.h"
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
@@ -24,8 +24,8 @@ XServer::XServer(Drawing drawing) {
     setenv("DISPLAY", (":" + std::to_string(number)).c_str(), 1);
     setenv("LIBGL_ALWAYS_SOFTWARE", "1", 1);
     setenv("GALLIUM_DRIVER", "llvmpipe", 1);
-    setenv("FONTCONFIG_FILE", TD_EDITOR_TEST_DIR "/fonts.conf", 1);
-    setenv("MESA_SHADER_CACHE_DIR", TD_EDITOR_TEST_DIR, 1);
+    setenv("FONTCONFIG_FILE", TD_SCREEN_DIR "/fonts.conf", 1);
+    setenv("MESA_SHADER_CACHE_DIR", TD_SCREEN_DIR, 1);
 }
 
 void XServer::stop() {

@@ -1,15 +1,28 @@
-/// The fuzzer's bytes as decisions, first come, first served; zeros when they are used up.
+/// What the fuzz targets are made of: the fuzzer's bytes as decisions, a demand, the registry.
 #pragma once
+
+#include "shm/SegmentLayout.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <fcntl.h>
+#include <stdexcept>
 #include <string>
+#include <sys/mman.h>
+#include <unistd.h>
 #include <vector>
 
 namespace fuzz {
 
+/// Ends the run with a finding.
+inline void demand(bool holds, const char* what) {
+    if (!holds)
+        throw std::logic_error(what);
+}
+
+/// First come, first served; zeros when they are used up.
 class Bytes {
 public:
     Bytes(const std::uint8_t* data, std::size_t size) : next(data), end(data + size) {}
@@ -50,6 +63,27 @@ public:
 private:
     const std::uint8_t* next;
     const std::uint8_t* end;
+};
+
+/// The registry that stands now, past all its rules.
+class MappedRegistry {
+public:
+    MappedRegistry() {
+        const int file = shm_open(shm::kSegmentName, O_RDWR | O_CLOEXEC, 0);
+        demand(file >= 0, "there is a registry");
+        address = mmap(nullptr, shm::kSegmentBytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+        close(file);
+        demand(address != MAP_FAILED, "the registry can be mapped");
+    }
+    ~MappedRegistry() { munmap(address, shm::kSegmentBytes); }
+    MappedRegistry(const MappedRegistry&) = delete;
+    MappedRegistry& operator=(const MappedRegistry&) = delete;
+
+    [[nodiscard]] unsigned char* bytes() const { return static_cast<unsigned char*>(address); }
+    shm::RegistrySegment* operator->() const { return static_cast<shm::RegistrySegment*>(address); }
+
+private:
+    void* address;
 };
 
 } // namespace fuzz

@@ -1,4 +1,4 @@
-#include "tests/host/Track.h"
+#include "tests/support/Track.h"
 
 #include <algorithm>
 #include <bit>
@@ -65,6 +65,13 @@ bool Track::isOurs(std::uint64_t id) const {
     const auto handle = id ^ (static_cast<std::uint64_t>(getpid()) << 32U);
     const auto object = std::bit_cast<std::uintptr_t>(instance.plugin()->plugin_data);
     return handle - object < kMoreThanAnInstance;
+}
+
+shm::SlotSnapshot Track::slot() const {
+    const auto own = activeSlot(slotId);
+    return own ? *own
+               : throw host::HostError("the instance has no slot: of sixteen, " +
+                                       std::to_string(activeSlots().size()) + " are in use");
 }
 
 void Track::set(const std::vector<Setting>& settings) {

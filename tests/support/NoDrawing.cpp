@@ -1,6 +1,6 @@
 // Lets a test have a full frame rate on any machine: with software GL nearly all the time of a
 // frame goes into filling pixels, which tests of gestures never look at.
-#include "tests/editor/Screen.h"
+#include "tests/support/Screen.h"
 
 #include <cstring>
 #include <dlfcn.h>

@@ -1,6 +1,10 @@
 /// The plug-in on a track: what the tests of the built file have in common.
 #pragma once
 
+#include "host/AudioBuffers.h"
+#include "host/AudioThreadScope.h"
+#include "host/Extensions.h"
+#include "host/Gui.h"
 #include "host/Instance.h"
 #include "host/Params.h"
 #include "plugin/Parameters.h"
@@ -11,10 +15,11 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <random>
 #include <vector>
 
 namespace support {
+
+using host::Callback, host::GuiSize, host::SampleFormat;
 
 /// The plug-in file, loaded as long as anybody holds it.
 std::shared_ptr<const host::Library> plugin();
@@ -23,20 +28,6 @@ std::shared_ptr<const host::Library> plugin();
 std::vector<shm::SlotSnapshot> activeSlots();
 /// The live slot of that id, or nothing.
 std::optional<shm::SlotSnapshot> activeSlot(std::uint64_t id);
-
-/// The same numbers in every run.
-class Dice {
-public:
-    explicit Dice(unsigned seed) : generator(seed) {}
-    unsigned below(unsigned n) { return static_cast<unsigned>(generator()) % n; }
-    bool oneIn(unsigned n) { return below(n) == 0; }
-    double between(double low, double high) {
-        return low + (high - low) * below(1 << 24) / (1 << 24);
-    }
-
-private:
-    std::mt19937 generator;
-};
 
 /// Edits all settings of a slot as another instance's editor does.
 void editAnything(std::uint64_t id, Dice& dice);
@@ -73,8 +64,8 @@ public:
     /// A plain value as the host gives it in events.
     [[nodiscard]] double toHost(clap_id id, double plain) const;
     [[nodiscard]] double hostValue(clap_id id) const { return params.value(id).value(); }
-    /// The own slot, or nothing without one.
-    [[nodiscard]] std::optional<shm::SlotSnapshot> slot() const { return activeSlot(slotId); }
+    /// The own slot; throws host::HostError without one, as when there is none left.
+    [[nodiscard]] shm::SlotSnapshot slot() const;
     /// The instance id in the registry; 0 without a slot.
     [[nodiscard]] std::uint64_t id() const { return slotId; }
 

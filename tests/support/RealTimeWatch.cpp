@@ -1,4 +1,4 @@
-#include "tests/host/RealTimeWatch.h"
+#include "tests/support/RealTimeWatch.h"
 
 #include <algorithm>
 #include <array>

@@ -1,20 +1,47 @@
 /// An instance with direct access to its operations, in a host of ours.
 #pragma once
 
+#include "dsp/Bands.h"
 #include "host/AudioBuffers.h"
+#include "host/Extensions.h"
 #include "host/Instance.h"
 #include "host/Params.h"
 #include "plugin/TessellaDuckwork.h"
 #include "shm/RegistryMonitor.h"
-#include "tests/plugin/NoEditor.h"
 #include "tests/support/Chunks.h"
 
 #include <algorithm>
+#include <functional>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
 namespace support {
+
+using host::Callback;
+
+/// An editor without a window: what the thread's last block has handed it.
+struct NoEditor final : Editor {
+    static inline thread_local dsp::BandLevels tPeerLevel{}, tReductionDb{};
+    static inline std::function<void()> sOnMeters, sOnClose;
+
+    ~NoEditor() override {
+        if (sOnClose)
+            sOnClose();
+    }
+    void SetMeters(const float* /*ownLevel*/, const float* peerLevel,
+                   const float* reductionDb) override {
+        std::copy_n(peerLevel, tPeerLevel.size(), tPeerLevel.begin());
+        std::copy_n(reductionDb, tReductionDb.size(), tReductionDb.begin());
+        if (sOnMeters)
+            sOnMeters();
+    }
+    /// A MakeEditor.
+    static std::unique_ptr<Editor> open(EditorAccess& /*instance*/, std::uintptr_t /*window*/,
+                                        int /*widthPx*/, int /*heightPx*/) {
+        return std::make_unique<NoEditor>();
+    }
+};
 
 /// One of several instances, in the registry slot of its index.
 struct Plugged {
@@ -24,7 +51,7 @@ struct Plugged {
     clap_plugin_descriptor_t descriptor{};
     host::HostCallbacks callbacks;
     TessellaDuckwork& plug =
-        *MakePlug({.descriptor = &descriptor, .host = callbacks.record()}, &openNoEditor);
+        *MakePlug({.descriptor = &descriptor, .host = callbacks.record()}, &NoEditor::open);
     host::Instance instance{callbacks, plug.clapPlugin()};
     host::AudioBuffers audio{kFrames};
     host::EventList in, sent;
