@@ -30,7 +30,7 @@ std::string_view withoutNegativeZero(std::string_view text) {
 
 } // namespace
 
-IParam::IParam(const ParamSpec& row, std::atomic<unsigned>& changeCounter)
+IParam::IParam(const ParamSpec& row, std::atomic<unsigned>* changeCounter)
     : value(row.defaultValue), changes(changeCounter), spec(row),
       displayPrecision(precisionOf(row.step)) {}
 
@@ -38,7 +38,8 @@ void IParam::Set(double plain) noexcept {
     if (std::isnan(plain))
         return;
     value.exchange(Constrain(plain), std::memory_order_relaxed);
-    changes.fetch_add(1, std::memory_order_release); // publishes the value
+    if (changes != nullptr)
+        changes->fetch_add(1, std::memory_order_release); // publishes the value
 }
 
 double IParam::Constrain(double plain) const noexcept {

@@ -26,8 +26,8 @@ struct ParamSpec {
 /// lock; it is always finite and inside the range.
 class IParam {
 public:
-    /// Every change steps the counter, which must live as long.
-    IParam(const ParamSpec& row, std::atomic<unsigned>& changeCounter);
+    /// Every change steps the counter, if there is one; it must live as long.
+    explicit IParam(const ParamSpec& row, std::atomic<unsigned>* changeCounter = nullptr);
 
     [[nodiscard]] const ParamSpec& Spec() const noexcept { return spec; }
     [[nodiscard]] bool Stepped() const noexcept { return spec.type == ParamType::Int; }
@@ -57,7 +57,7 @@ public:
 
 private:
     std::atomic<double> value;
-    std::atomic<unsigned>& changes;
+    std::atomic<unsigned>* const changes;
     const ParamSpec spec;
     const int displayPrecision; ///< digits behind the point
     static_assert(std::atomic<double>::is_always_lock_free);

@@ -49,7 +49,7 @@ public:
 protected:
     /// Appends a parameter: they are added in index order, before anything reads them. [main]
     void AddParam(const ParamSpec& row) {
-        params.push_back(std::make_unique<IParam>(row, paramChanges));
+        params.push_back(std::make_unique<IParam>(row, &paramChanges));
     }
 
     /// Announces every parameter's current value in index order. [main]

@@ -133,10 +133,12 @@ private:
                                             re[l] = lane.re;
                                             im[l] = lane.im;
                                         });
-        // A row is a vector of its real parts and one of its imaginary parts.
-        auto* const floats = reinterpret_cast<float*>(rows);
-        storeTransposed(re, [&](int j) { return floats + 2 * kWidth * place(j); });
-        storeTransposed(im, [&](int j) { return floats + (2 * place(j) + 1) * kWidth; });
+        transpose(re);
+        for (int j = 0; j < kWidth; ++j)
+            rows[place(j)].re = re[j];
+        transpose(im);
+        for (int j = 0; j < kWidth; ++j)
+            rows[place(j)].im = im[j];
     }
 
     static constexpr int kHalf = kWidth / 2;

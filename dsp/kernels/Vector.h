@@ -94,46 +94,26 @@ inline Vec lowAndHighHalf(Vec low, Vec high) {
 }
 #endif
 
-/// Each half of four vectors by itself: lane i of vector j becomes lane j of vector i.
-[[gnu::always_inline]] inline void transposeHalves(Vec* v) {
-    const Vec low01 = __builtin_shufflevector(v[0], v[1], 0, 8, 1, 9, 4, 12, 5, 13);
-    const Vec high01 = __builtin_shufflevector(v[0], v[1], 2, 10, 3, 11, 6, 14, 7, 15);
-    const Vec low23 = __builtin_shufflevector(v[2], v[3], 0, 8, 1, 9, 4, 12, 5, 13);
-    const Vec high23 = __builtin_shufflevector(v[2], v[3], 2, 10, 3, 11, 6, 14, 7, 15);
-    v[0] = __builtin_shufflevector(low01, low23, 0, 1, 8, 9, 4, 5, 12, 13);
-    v[1] = __builtin_shufflevector(low01, low23, 2, 3, 10, 11, 6, 7, 14, 15);
-    v[2] = __builtin_shufflevector(high01, high23, 0, 1, 8, 9, 4, 5, 12, 13);
-    v[3] = __builtin_shufflevector(high01, high23, 2, 3, 10, 11, 6, 7, 14, 15);
-}
-
 /// Lane i of vector j becomes lane j of vector i.
 [[gnu::always_inline]] inline void transpose(Vec (&v)[8]) {
-    transposeHalves(v);
-    transposeHalves(v + 4);
+    Vec pairs[8], quads[8];
+    for (int i = 0; i < 8; i += 2) {
+        pairs[i] = __builtin_shufflevector(v[i], v[i + 1], 0, 8, 1, 9, 4, 12, 5, 13);
+        pairs[i + 1] = __builtin_shufflevector(v[i], v[i + 1], 2, 10, 3, 11, 6, 14, 7, 15);
+    }
+    for (int block = 0; block < 8; block += 4)
+        for (int i = block; i < block + 2; ++i) {
+            const Vec low = pairs[i], high = pairs[i + 2];
+            const int to = 2 * i - block;
+            quads[to] = __builtin_shufflevector(low, high, 0, 1, 8, 9, 4, 5, 12, 13);
+            quads[to + 1] = __builtin_shufflevector(low, high, 2, 3, 10, 11, 6, 7, 14, 15);
+        }
     // Shuffles across the halves of a vector are dear, choices between two vectors are cheap.
     for (int i = 0; i < 4; ++i) {
-        const Vec low = v[i], high = v[i + 4];
+        const Vec low = quads[i], high = quads[i + 4];
         const Vec middle = __builtin_shufflevector(low, high, 4, 5, 6, 7, 8, 9, 10, 11);
         v[i] = lowAndHighHalf(low, middle);
         v[i + 4] = lowAndHighHalf(middle, high);
-    }
-}
-
-inline HalfVec lowHalf(Vec v) { return __builtin_shufflevector(v, v, 0, 1, 2, 3); }
-inline HalfVec highHalf(Vec v) { return __builtin_shufflevector(v, v, 4, 5, 6, 7); }
-inline void storeHalves(float* aligned, HalfVec low, HalfVec high) {
-    *reinterpret_cast<HalfVec*>(aligned) = low;
-    *reinterpret_cast<HalfVec*>(aligned + 4) = high;
-}
-
-/// The same to place(i): halves are put together in memory, where nothing is shuffled.
-template <class Place>
-[[gnu::always_inline]] inline void storeTransposed(Vec (&v)[8], const Place& place) {
-    transposeHalves(v);
-    transposeHalves(v + 4);
-    for (int i = 0; i < 4; ++i) {
-        storeHalves(place(i), lowHalf(v[i]), lowHalf(v[i + 4]));
-        storeHalves(place(i + 4), highHalf(v[i]), highHalf(v[i + 4]));
     }
 }
 #else
@@ -152,13 +132,6 @@ inline Vec reversed(Vec v) { return __builtin_shufflevector(v, v, 3, 2, 1, 0); }
     v[1] = __builtin_shufflevector(low01, low23, 2, 3, 6, 7);
     v[2] = __builtin_shufflevector(high01, high23, 0, 1, 4, 5);
     v[3] = __builtin_shufflevector(high01, high23, 2, 3, 6, 7);
-}
-
-template <class Place>
-[[gnu::always_inline]] inline void storeTransposed(Vec (&v)[4], const Place& place) {
-    transpose(v);
-    for (int i = 0; i < 4; ++i)
-        store(place(i), v[i]);
 }
 #endif
 
