@@ -210,6 +210,7 @@ public:
         // The first heartbeat would make the registry busy for a moment: it is over.
         (void)eventually([this] { return triesOfOthers() != before; }, kBeatAtMost);
         { const raw::HeldLock hadByItNoMore; }
+        good = segment.Get<pthread_mutex_t>(raw::kMutex);
         track.start();
         for (int i = 0; i < kNumParams; ++i)
             host[std::size_t(i)] = model.params[std::size_t(i)] = track.value(i);
@@ -411,7 +412,7 @@ private:
     const int before = triesOfOthers();
     Plugged track;
     raw::Segment segment;
-    const pthread_mutex_t good = segment.Get<pthread_mutex_t>(raw::kMutex);
+    pthread_mutex_t good{};
     Model model;
     bool queued = false;                   ///< the host has to collect what an editor has changed
     std::array<double, kNumParams> host{}; ///< what it knows of the parameters

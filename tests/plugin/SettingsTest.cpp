@@ -91,7 +91,7 @@ TEST(Reopening, StatesThatNameEachOtherPairWithoutAnEditorAndDuckFromTheFirstFra
 }
 
 TEST(Reopening, PairsOnlyWithWhomTheRememberedNameMeans) {
-    enum Partner { Free, Taken, Widowed };
+    enum Partner { Free, Taken, Widowed, Ours };
     struct Other {
         const char* name;
         bool here = true; ///< in this process
@@ -112,6 +112,7 @@ TEST(Reopening, PairsOnlyWithWhomTheRememberedNameMeans) {
         {"only begun like one", "TessellaDuckwork #2b", {{"TessellaDuckwork #2b", false}}, 1},
         {"it has a partner", kGiven, {{kGiven, true, Taken}}, 0},
         {"its partner is gone", kGiven, {{kGiven, true, Widowed}}, 1},
+        {"it waits for this one", kGiven, {{kGiven, true, Ours}}, 1},
         {"the own process first", kGiven, {{kGiven, false}, {kGiven}}, 2},
         {"the free one", kGiven, {{kGiven, true, Taken}, {kGiven, false}}, 2},
     };
@@ -133,7 +134,7 @@ TEST(Reopening, PairsOnlyWithWhomTheRememberedNameMeans) {
                 ASSERT_TRUE(handles[i].Open() && handles[i].SetDisplayName(name));
                 if (!here)
                     put(i + 1, raw::kId, handles[i].MyId() ^ (std::uint64_t{1} << 32U));
-                put(i + 1, raw::kRemote, std::uint64_t{partner == Free ? 0U : 99U});
+                put(i + 1, raw::kRemote, partner == Free ? 0 : partner == Ours ? own.id : 99);
                 if (partner == Taken) {
                     put(9, raw::kId, std::uint64_t{99});
                     put(9, raw::kActive, std::uint8_t{1});
@@ -168,6 +169,7 @@ TEST(Reopening, WhatWasSetOnOnePeerIsForNoOther) {
     }
     vocal.plug.SetInstanceName("Lead");
     EXPECT_EQ(peerNameIn(own.saved()), "Lead") << "the same one under a new name";
+    EXPECT_EQ(peerBandsIn(own.saved()), 1) << "with what was set on it";
     bass.plug.PairWith(own.info());
     EXPECT_EQ(peerNameIn(own.saved()), "Bass") << "chosen by the other side";
     EXPECT_EQ(peerBandsIn(own.saved()), 0);
@@ -224,6 +226,12 @@ TEST(Reopening, TheHostLearnsWhatAProjectHasToKeep) {
         {"pairing", [&] { own.plug.PairWith(peer.info()); }},
         {"an edit of the peer", [&] { own.plug.EditPeer(turn(HP, 50)); }},
         {"duck", [&] { own.plug.ToggleOwnDuck(); }},
+        {"the peer's edge",
+         [&] {
+             shm::BandSet set = own.plug.Own().Now().bands;
+             set[0].loHz = 30;
+             own.monitor.WriteBandsOf(own.id, set.bands.data(), 1), own.block();
+         }},
         {"the peer's edit", [&] { peer.plug.EditPeer(turn(Makeup, 2)), own.block(); }},
         {"the peer's duck", [&] { peer.plug.TogglePeerDuck(), own.block(); }},
         {"its new name", [&] { peer.plug.SetInstanceName("Bass"); }},

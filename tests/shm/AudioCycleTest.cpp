@@ -49,11 +49,17 @@ TEST_F(AudioCycle, PassesMetersAndSpectrumWithinTheirBounds) {
     EXPECT_EQ(segment->Get<Three>(Slot(1) + kGr), gr);
     EXPECT_EQ(segment->Get<std::uint64_t>(Slot(1) + kAudioSeq), 1U);
     EXPECT_EQ(segment->Get<std::uint64_t>(Slot(2)), 0U) << "2000 bins must not run on";
+    EXPECT_TRUE(shm::TryVisit(own).PublishSilence()); // of another
+    EXPECT_EQ(segment->Get<Three>(Slot(1) + kGr), gr);
     Cycle cycle;
     segment->Put(Slot(0) + kBandCount, std::int32_t{-5});
     ASSERT_TRUE(Read(cycle, got.data(), 2000));
     EXPECT_EQ(cycle.bandCount, 0);
     EXPECT_TRUE(cycle.audioValid && got[1023] == 0.5F && got[1024] == 0.0F);
+    EXPECT_TRUE(shm::TryVisit(peer).PublishSilence());
+    EXPECT_TRUE(Read(cycle, got.data()) && got[1023] == 0);
+    EXPECT_EQ(segment->Get<Three>(Slot(1) + kState), Three{});
+    EXPECT_EQ(segment->Get<Three>(Slot(1) + kGr), Three{});
     peer.Close();
     EXPECT_TRUE(Read(cycle, got.data())) << "an absent peer is no error";
     EXPECT_TRUE(!cycle.audioValid && cycle.remoteId != 0);

@@ -246,9 +246,11 @@ TEST_F(SegmentLifecycle, AnInstanceWhoseSlotIsTakenWritesNowhereAndComesBackInAn
     handle.WriteHpLp(30, 9000);
     handle.WriteHpLp(40, 8000);
     handle.SetMyBypass(true);
+    handle.SetMyLatency(77);
+    handle.WriteControls(7, 8, 9);
     handle.SetRemoteId(peer.MyId());
     TessellaDuckworkSHM::TDAudioReadCycle cycle;
-    handle.ReadAudioCycle(0, 2, 0, cycle, nullptr, 0);
+    handle.ReadAudioCycle(0, 2, 1, cycle, nullptr, 0);
 
     Segment segment;
     const std::string taken(5376, '\x5A'); // by a newcomer with odd habits
@@ -284,10 +286,19 @@ TEST_F(SegmentLifecycle, AnInstanceWhoseSlotIsTakenWritesNowhereAndComesBackInAn
     EXPECT_EQ(handle.ReadOwnHpLp(hpHz, lpHz), 2U);
     EXPECT_TRUE(hpHz == 40.0F && lpHz == 8000.0F);
 
+    EXPECT_EQ(segment.Get<std::int32_t>(Slot(2) + kLatency), 77);
+    EXPECT_EQ((segment.Get<std::array<float, 3>>(Slot(2) + kControls)),
+              (std::array{7.0F, 8.0F, 9.0F}));
+    segment.Put(Slot(2) + kId, std::uint64_t{88}); // taken once more, and the peer has gone on
+    segment.Put(Slot(0) + kRemote, std::uint64_t{88});
+    handle.Touch();
+    EXPECT_EQ(segment.Get<std::uint64_t>(Slot(3) + kId), handle.MyId());
+    EXPECT_EQ(segment.Get<std::uint64_t>(Slot(3) + kRemote), 0U) << "a pairing that it has dropped";
+
     peer.SetRemoteId(0);
-    segment.Put(Slot(2) + kId, std::uint64_t{77});
+    segment.Put(Slot(3) + kId, std::uint64_t{77});
     handle.Close();
-    EXPECT_EQ(segment.Get<std::uint8_t>(Slot(2) + kActive), 1) << "not its to close";
+    EXPECT_EQ(segment.Get<std::uint8_t>(Slot(3) + kActive), 1) << "not its to close";
 }
 
 TEST_F(SegmentLifecycle, ARobustLockOfAnotherBuildIsHadAgainAtOnceWhenItsHolderDies) {
