@@ -15,9 +15,9 @@ namespace render {
 
 /// One output path a track: as given by --out, else NAME-ducked.EXT (of an MP3, .wav) in the output
 /// folder, which may be missing as that of the page may, or beside the input. Throws tools::Failure
-/// for another folder that is missing, and (Usage) when an output, a saved state, the picture or the
-/// page is one of the inputs or loaded states under any name (symbolic or hard link), or two of them
-/// are the same file. An older output is overwritten.
+/// for another folder that is missing, and (Usage) when an output, a saved state, the picture or
+/// the page is one of the inputs or loaded states under any name (symbolic or hard link), or two of
+/// them are the same file. An older output is overwritten.
 [[nodiscard]] std::vector<std::filesystem::path> resolveOutputs(const Options& options);
 
 /// With the folders above it; nothing when it is there. Throws tools::Failure.
