@@ -35,10 +35,10 @@ public:
     /// Samples pushed, free-running. Stored with release after the samples it counts: a reader that
     /// loads it with acquire sees them.
     std::atomic<std::uint32_t> writeCount{0};
-    std::array<float, kHistorySize> history{}; ///< index = count & kHistoryMask
-    std::uint32_t readCount = 0;               ///< samples consumed
-    float sampleRate = 0.0F;                   ///< Hz
-    const std::int32_t* binOrder;              ///< pair index of each bin, not owned
+    alignas(64) std::array<float, kHistorySize> history{}; ///< index = count & kHistoryMask
+    std::uint32_t readCount = 0;                           ///< samples consumed
+    float sampleRate = 0.0F;                               ///< Hz
+    const std::int32_t* binOrder;                          ///< pair index of each bin, not owned
     std::uint32_t frameCount = 0;
     const std::array<float, kSize>& window; ///< periodic Hann window / 4096, the process'
     std::array<float, kSize> work{};        ///< transform buffer
