@@ -9,7 +9,7 @@
 #include "host/Params.h"
 #include "host/PrivateShm.h"
 #include "plugin/Parameters.h"
-#include "tests/host/Track.h"
+#include "tests/support/Track.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Signals.h"
 
