@@ -180,6 +180,20 @@ void OwnSettings::PublishSilence() {
     PublishNow(true);
 }
 
+void OwnSettings::SetBandEnabled(int band, bool on) {
+    if (band >= 0 && band < shm::kBandCount)
+        bandOn[std::size_t(band)] = on;
+}
+
+void OwnSettings::SetPersistedBandFreqs(const float* sixEdgesHz) {
+    const AudioGate::Closed closed(gate);
+    const std::scoped_lock lock(mutex);
+    for (std::size_t i = 0; i < shm::kBandCount; ++i) {
+        kept.bands.bands[i].loHz = sixEdgesHz[2 * i];
+        kept.bands.bands[i].hiHz = sixEdgesHz[2 * i + 1];
+    }
+}
+
 // State
 
 void OwnSettings::WriteTo(state::Record& record, state::ParamValues& params) const {

@@ -67,6 +67,9 @@ public:
     void SetDuckSelf(bool on);           ///< [main, ui]
     void SetLatency(int samples);        ///< published for others to see. [main]
     void PublishSilence(); ///< nothing to hear until the next block. [main, heartbeat]
+    void SetBandEnabled(int band, bool on); ///< 0 to 2; others are ignored. [main, ui]
+    /// Low and high edge of band 1, 2, 3, Hz; six values, as a state keeps them. [main, ui]
+    void SetPersistedBandFreqs(const float* edgesHz);
     void UpdateEnvelope(); ///< attack and release into the engine. [any]
 
     // Keeping in step

@@ -188,6 +188,54 @@ void PeerSettings::Refresh(shm::Visit& visit) {
         takeBands(kept.settings.bands, now.bands);
 }
 
+void PeerSettings::SetPersistedPeerName(const char* newName) {
+    const std::scoped_lock lock(mutex);
+    setName(kept.name, newName);
+    nameOf = 0;
+}
+
+void PeerSettings::RecordShadowPeerBands(const TDBand* bands, int count) {
+    if (bands == nullptr || count < 1) {
+        ClearShadowPeer();
+        return;
+    }
+    const std::scoped_lock lock(mutex);
+    takeBands(kept.settings.bands, shm::SetOf(bands, count));
+    applied = false;
+}
+
+// A record without bands counts as present all the same: with one band from 0 to 0 Hz, which is
+// never written.
+void PeerSettings::RecordShadowPeerHpLp(float hpHz, float lpHz) {
+    const std::scoped_lock lock(mutex);
+    kept.settings.filters = {.hpHz = hpHz, .lpHz = lpHz};
+    kept.settings.bands.count = std::max(kept.settings.bands.count, 1);
+    applied = false;
+}
+
+void PeerSettings::RecordShadowPeerControls(float attackMs, float releaseMs, float makeupDb) {
+    const std::scoped_lock lock(mutex);
+    kept.settings.controls = {.attackMs = attackMs, .releaseMs = releaseMs, .makeupDb = makeupDb};
+    kept.settings.bands.count = std::max(kept.settings.bands.count, 1);
+    applied = false;
+}
+
+void PeerSettings::ClearShadowPeer() {
+    const std::scoped_lock lock(mutex);
+    kept.settings = state::clearedPeer();
+    applied = false;
+}
+
+bool PeerSettings::ApplyShadowPeerToSHM() {
+    shm::PatientVisit visit(registry);
+    const std::scoped_lock lock(mutex);
+    shm::Name itsName{};
+    const std::uint64_t id = visit ? LinkedId(visit, itsName) : 0;
+    if (id != 0)
+        Settle(id, itsName);
+    return id != 0 && Apply(visit);
+}
+
 void PeerSettings::WriteTo(state::Record& record) const {
     const std::scoped_lock lock(mutex);
     record.peer = kept;

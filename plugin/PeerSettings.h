@@ -32,6 +32,17 @@ public:
     /// link, and a record that exists for it takes what it holds now.
     void Refresh(shm::Visit& visit);
 
+    /// At most 63 bytes of the name of the peer last paired with; null for none.
+    void SetPersistedPeerName(const char* name);
+    // What this side has set on its peer. The record counts as not applied after each of these.
+    void RecordShadowPeerBands(const TDBand* bands, int count); ///< none: clears the record
+    void RecordShadowPeerHpLp(float hpHz, float lpHz);
+    void RecordShadowPeerControls(float attackMs, float releaseMs, float makeupDb);
+    void ClearShadowPeer();
+    /// Writes the record to the linked peer, once. False when there is nothing to write, the
+    /// remembered peer is not linked, or the registry is out of order.
+    bool ApplyShadowPeerToSHM();
+
     void WriteTo(state::Record& record) const;
     void Load(const state::Reading& reading, const state::Record& record);
     /// Somebody has changed what a project keeps; asked once.
