@@ -9,9 +9,9 @@
 #include "host/Params.h"
 #include "host/PrivateShm.h"
 #include "plugin/Parameters.h"
-#include "tests/support/Track.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Signals.h"
+#include "tests/support/Track.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
