@@ -26,7 +26,7 @@ public:
         bool visitors = false;         ///< the main thread opens and closes instances, too
     };
 
-    /// Throws when they do not play, and unless told otherwise, duck within 20 s.
+    /// Throws when they do not play, and unless told otherwise, duck in one of 100 looks.
     explicit Studio(const Setup& setup);
     explicit Studio(bool paired = true) : Studio(Setup{.paired = paired}) {}
     ~Studio();
@@ -62,6 +62,7 @@ public:
 
 private:
     [[nodiscard]] bool isListed() const;
+    [[nodiscard]] bool comesToDuck() const;
     [[nodiscard]] std::uint64_t blocksIn(int samples) const;
 
     const Setup setup;

@@ -21,7 +21,7 @@ constexpr auto kBeatAtMost = 30ms;
 constexpr const char* kSearch = "seed=1 max_success=100 max_size=40";
 #else
 constexpr auto kBeatAtMost = 20s;
-constexpr const char* kSearch = "seed=1 max_success=400 max_size=40";
+constexpr const char* kSearch = "seed=1 max_success=1500 max_size=40";
 extern "C" __attribute__((visibility("default"))) int pthread_mutex_trylock(pthread_mutex_t* m) {
     static const auto original =
         reinterpret_cast<int (*)(pthread_mutex_t*)>(dlsym(RTLD_NEXT, "pthread_mutex_trylock"));
