@@ -19,6 +19,11 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+// The fonts that cairo has asked for once stay in fontconfig, whatever is drawn and freed.
+extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions() {
+    return "leak:libfontconfig";
+}
+
 namespace {
 
 namespace fs = std::filesystem;
