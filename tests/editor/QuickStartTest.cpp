@@ -25,6 +25,7 @@ Point middleOf(const ui::Rect& rect) { return {rect.x + rect.width / 2, rect.y +
 
 void rename(OpenEditor& editor, const char* name) {
     editor.hand.click(middleOf(ui::kNameField));
+    editor.settle(); // keys typed before it has the focus go to the other editor
     for (int i = 0; i < 64; ++i)
         editor.hand.key(XK_BackSpace);
     editor.hand.type(name);
