@@ -144,17 +144,24 @@ void IPlugCLAP::ProcessInputEvent(const clap_event_header_t& event) {
 void IPlugCLAP::ProcessOutputParams(const clap_output_events_t* events) {
     if (events == nullptr || events->try_push == nullptr)
         return;
-    for (; const ParamRecord* record = outgoing.Peek(); outgoing.Pop())
+    const auto present = [this](int index) {
+        const IParam& param = GetParam(index);
+        return param.ToHost(param.Value());
+    };
+    for (; const ParamRecord* record = outgoing.Peek(); outgoing.Pop()) {
         if (!pushRecord(*events, *record))
             return; // the host is full: the rest goes with the next call
+        // Overtaken, by the host's own event or a load: the host ends with what holds now.
+        if (record->kind == ParamRecord::Kind::Value && record->value != present(record->index))
+            InformHostOfValues(1U << record->index);
+    }
     if (untoldValues.load(std::memory_order_relaxed) == 0)
         return; // as in most blocks
     // acquire: the values that InformHostOfValues announced
     std::uint32_t untold = untoldValues.exchange(0, std::memory_order_acquire);
     for (; untold != 0; untold &= untold - 1) { // the lowest bit is done
         const int index = std::countr_zero(untold);
-        const IParam& param = GetParam(index);
-        if (!push(*events, valueEvent(index, param.ToHost(param.Value()))))
+        if (!push(*events, valueEvent(index, present(index))))
             break;
     }
     if (untold != 0)

@@ -182,6 +182,8 @@ TEST(Instance, GlidesAtTheSamePaceInBlocksOfAnySize) {
 
 TEST(Instance, TellsTheHostInOrderAsFastAsItTakesIt) {
     Plugged p;
+    p.plug.GetParam(HP).Set(p.plug.GetParam(HP).FromNormalized(0.25));
+    p.plug.GetParam(LinkSlot).Set(3);
     p.plug.BeginInformHostOfParamChange(HP);
     p.plug.InformHostOfParamChange(HP, 0.25);
     p.plug.InformHostOfParamChange(LinkSlot, 0.7);

@@ -248,14 +248,12 @@ private:
         const int param = s.which % kNumParams;
         switch (s.act) {
         case Automate:
-            collect();
             host[std::size_t(param)] = track.plug.GetParam(param).Constrain(s.valueFor(param));
             track.automate(param, s.valueFor(param));
             return pass(param, s.valueFor(param));
         case Turn:
             track.plug.SetParam(param, s.valueFor(param));
             model.turn(param, s.valueFor(param));
-            queued = true;
             return model.publish();
         case EditBands:
             return s.bands().count > 0 ? edit({.bands = s.bands()}) : void();
@@ -272,7 +270,6 @@ private:
             model.flush();
             model.setBands(model.shown(), false);
             model.bands.lacks = ~0U;
-            queued = true;
             return model.publish();
         case Frame:
             track.followRegistry();
@@ -293,7 +290,6 @@ private:
             model.lacksDuck = true;
             return model.publish();
         case Load: {
-            collect();
             const Bytes chunk = chunkFile(s.amount % 2 == 0 ? "before" : "full");
             RC_ASSERT(host::loadState(track.instance, chunk));
             model.load(chunk);
@@ -321,7 +317,6 @@ private:
     }
     void edit(const shm::SettingsEdit& edit) {
         track.plug.EditOwn(edit);
-        queued = true;
         if (edit.bands) {
             model.setBands(*edit.bands, false);
             model.bands.lacks = ~0U;
@@ -361,7 +356,6 @@ private:
     /// A block, or a flush of a host that plays none, perhaps with an event.
     void pass(int param = -1, double value = 0) {
         const bool plays = track.instance.isActive();
-        queued = false;
         if (!plays)
             model.flush();
         if (param >= 0)
@@ -374,11 +368,6 @@ private:
                     track.plug.GetParam(int(event->param_id)).FromHost(event->value);
         // Nobody tells it of what stands in for unread values.
         RC_ASSERT(model.broken || hostHas());
-    }
-    /// What an editor has done reaches a host before that does something later.
-    void collect() {
-        if (queued)
-            pass();
     }
     void mend() {
         if (std::exchange(model.broken, false))
@@ -414,7 +403,6 @@ private:
     raw::Segment segment;
     pthread_mutex_t good{};
     Model model;
-    bool queued = false;                   ///< the host has to collect what an editor has changed
     std::array<double, kNumParams> host{}; ///< what it knows of the parameters
 };
 
