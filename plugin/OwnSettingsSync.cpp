@@ -87,6 +87,17 @@ void OwnSettings::Sync(shm::Visit& visit) {
     Publish(visit);
 }
 
+void OwnSettings::PublishHostsChanges(shm::Visit& visit) {
+    const std::scoped_lock lock(mutex);
+    shm::Settings published;
+    if (visit.ReadOwnBands(published.bands) != 0 && published.bands != WithUsableEdges(BandsNow()))
+        bands.pending.store(kWhole, std::memory_order_relaxed);
+    if (visit.ReadOwnHpLp(published.filters) != 0 &&
+        published.filters != ValuesOf<shm::Filters>(HP))
+        filters.pending.store(kWhole, std::memory_order_relaxed);
+    Publish(visit);
+}
+
 void OwnSettings::TellHost() {
     std::uint32_t mask = 0;
     {
@@ -113,6 +124,7 @@ void OwnSettings::FlushSHMToParams() {
 
 void OwnSettings::Flush(shm::Visit& visit) {
     Sync(visit);
+    PublishHostsChanges(visit);
     const std::scoped_lock lock(mutex);
     for (std::size_t band = 0; band < shm::kBandCount; ++band)
         if (const float ratio = hiddenRatio[band]; ratio != 0.0F) {
@@ -228,13 +240,4 @@ void OwnSettings::PublishNow(bool patient) {
             publish(shm::TryVisit(registry));
     }
     TellHost();
-}
-
-void OwnSettings::PublishHostsFilters(shm::Visit& visit) {
-    const std::scoped_lock lock(mutex);
-    shm::Filters published;
-    if (visit.ReadOwnHpLp(published) == 0 || published == ValuesOf<shm::Filters>(HP))
-        return;
-    filters.pending.store(kWhole, std::memory_order_relaxed);
-    Publish(visit);
 }

@@ -104,15 +104,19 @@ void PeerSettings::Adopt(std::uint64_t id, const shm::Name& itsName) {
     dirty = true;
 }
 
-/// The record stays to be applied later when the linked peer is not its own.
+/// The record stays to be applied later when the linked peer is not its own. What the peer holds
+/// already is not written again: to its owner that would be an edit, over more than the slot shows
+/// (splits that the host has set, edges not chosen yet).
 bool PeerSettings::Apply(shm::Visit& visit) {
     if (kept.settings.bands.count < 1 || applied || nameOf == 0 || nameOf != registry.RemoteId())
         return false;
-    applied = visit.WriteRemoteHpLp(kept.settings.filters) != 0 &&
-              visit.WriteRemoteControls(kept.settings.controls) != 0;
-    const auto* const first = kept.settings.bands.bands.begin();
-    if (applied && std::any_of(first, first + kept.settings.bands.count, hasWidth))
-        applied = visit.WriteRemoteBands(kept.settings.bands) != 0;
+    const shm::Settings now = ReadAll(visit);
+    const auto& [bands, filters, controls] = kept.settings;
+    const auto* const first = bands.bands.begin();
+    const bool hasBands = std::any_of(first, first + bands.count, hasWidth);
+    applied = (now.filters == filters || visit.WriteRemoteHpLp(filters) != 0) &&
+              (now.controls == controls || visit.WriteRemoteControls(controls) != 0) &&
+              (!hasBands || now.bands == bands || visit.WriteRemoteBands(bands) != 0);
     return applied;
 }
 

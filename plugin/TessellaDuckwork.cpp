@@ -91,6 +91,7 @@ void TessellaDuckwork::LookAround() {
         shm::PatientVisit visit(shm);
         visit.CleanDead();
         own.Sync(visit);
+        own.PublishHostsChanges(visit);
         peer.Follow(visit);
     }
     own.TellHost();

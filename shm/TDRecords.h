@@ -75,7 +75,12 @@ struct BandSet {
     std::array<TDBand, kBandCount> bands{};
     std::int32_t count = 0; ///< 0 to 3 where it is valid; 0: there are none
 
-    bool operator==(const BandSet&) const = default;
+    /// What lies beyond the count makes no difference.
+    bool operator==(const BandSet& other) const {
+        return count == other.count &&
+               std::equal(bands.begin(), bands.begin() + std::clamp(count, 0, kBandCount),
+                          other.bands.begin());
+    }
     [[nodiscard]] TDBand& operator[](int index) { return bands[std::size_t(index)]; }
     [[nodiscard]] const TDBand& operator[](int index) const { return bands[std::size_t(index)]; }
     [[nodiscard]] bool Has(int index) const { return index >= 0 && index < count; }

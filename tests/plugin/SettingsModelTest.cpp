@@ -151,9 +151,15 @@ struct Model {
         if (group.lacks == 0)
             return;
         take(group, first, values);
+        values = this->values<Values>(first);
+        group.lacks = 0;
+    }
+    template <class Values>
+    [[nodiscard]] Values values(int first) const {
+        Values values;
         for (int i = 0; i < Values::kCount; ++i)
             values[i] = float(params[std::size_t(first + i)]);
-        group.lacks = 0;
+        return values;
     }
     void publish() {
         if (broken)
@@ -169,7 +175,13 @@ struct Model {
         publish(filters, HP, slot.filters);
         publish(controls, Attack, slot.controls);
     }
-    void sync() { take(), takeDuck(), publish(); }
+    /// What the host has set of bands and filters goes out here only.
+    void sync() {
+        take(), takeDuck();
+        bands.lacks |= !broken && slot.bands != shown() ? ~0U : 0;
+        filters.lacks |= !broken && slot.filters != values<shm::Filters>(HP) ? ~0U : 0;
+        publish();
+    }
     /// Sync, and a band that is off shows its own ratio.
     void flush() {
         sync();
@@ -183,7 +195,7 @@ struct Model {
             set(HP, 20), set(LP, 20000);
         if (broken && controls.news && controls.lacks == 0)
             set(Attack, 10), set(Release, 100), set(Makeup, 0);
-        sync();
+        take(), takeDuck(), publish();
     }
     void load(const Bytes& chunk) {
         for (int i = 0; i < kNumParams; ++i)
@@ -273,13 +285,7 @@ private:
             return model.publish();
         case Frame:
             track.followRegistry();
-            if (model.broken)
-                return;
-            model.sync();
-            if (model.slot.filters.hpHz != float(model.params[HP]) ||
-                model.slot.filters.lpHz != float(model.params[LP]))
-                model.filters.lacks = ~0U;
-            return model.publish();
+            return model.broken ? void() : model.sync();
         case Rename:
             model.name = "instance " + std::to_string(s.amount);
             track.plug.SetInstanceName(model.name.c_str());
