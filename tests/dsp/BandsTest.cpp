@@ -5,28 +5,23 @@
 namespace {
 
 TEST(BandRanges, HoldTheBinsThatTheSplitRuleGivesOneByOne) {
-    std::mt19937 random(3);
-    const auto uniform = [&](float low, float high) {
-        return std::uniform_real_distribution<float>(low, high)(random);
-    };
+    Dice dice(3);
     for (int round = 0; round < 3000; ++round) {
-        const float binHz = uniform(0.5F, 200.0F);
-        const int numBins = static_cast<int>(uniform(0.0F, 300.0F));
+        const auto binHz = static_cast<float>(dice.between(0.5, 200));
+        const int numBins = static_cast<int>(dice.below(300));
         // Two rounds of three put a split exactly on a bin; some cross, some are no number.
         const auto split = [&] {
-            const float bin = uniform(-5.0F, 310.0F);
-            return (round % 3 != 0 ? std::floor(bin) : bin) * binHz;
+            const auto bin = static_cast<float>(dice.between(-5, 310));
+            return dice.oneIn(50) ? kNan : (round % 3 != 0 ? std::floor(bin) : bin) * binHz;
         };
-        const float low = round % 50 == 0 ? kNan : split();
-        const float high = round % 70 == 0 ? kNan : split();
+        const float low = split(), high = split();
         const auto ranges = dsp::bandRanges(binHz, numBins, low, high);
         for (int bin = 0; bin < numBins; ++bin) {
-            const int band = dsp::bandOf(static_cast<float>(bin) * binHz, low, high);
-            for (int other = 0; other < 3; ++other) {
-                const auto [begin, end] = ranges[static_cast<std::size_t>(other)];
-                ASSERT_EQ(bin >= begin && bin < end, other == band)
+            const float hz = static_cast<float>(bin) * binHz;
+            const std::size_t band = hz < low ? 0 : hz < high ? 1 : 2;
+            for (std::size_t other = 0; other < 3; ++other)
+                ASSERT_EQ(bin >= ranges[other].begin && bin < ranges[other].end, other == band)
                     << bin << " of " << numBins << ", " << low << ", " << high << ", " << binHz;
-            }
         }
     }
 }
@@ -55,22 +50,17 @@ TEST(SpectralAnalyzer, RetunesItsBandTables) {
         double topHz;
     } cases[] = {{"20 Hz is in bin 0, raised to 1; ceil(928.8)", 44100, 1, 2, 929, 20000},
                  {"ends at half the rate", 32000, 1, 2, 1024, 16000},
-                 {"no rate counts as 44.1 kHz", kNan, 1, 2, 929, 20000},
                  {"20 Hz is 33.18 bins", 1234.5678, 33, 34, 1024, 617.2839}};
     for (const auto& [what, sampleRate, firstLo, firstHi, lastHi, topHz] : cases) {
-        SCOPED_TRACE(what);
         analyzer.retune(sampleRate);
         const dsp::DisplayBands& bands = *analyzer.bands;
         EXPECT_TRUE(bands.front().loBin == firstLo && bands.front().hiBin == firstHi &&
-                    bands.back().hiBin == lastHi);
-        for (std::size_t i = 0; i < 256; ++i) {
-            EXPECT_LT(bands[i].loBin, bands[i].hiBin);
-            const double part = (static_cast<double>(i) + 0.5) / 256.0;
-            ASSERT_NEAR(bands[i].centreHz / (20.0 * std::pow(topHz / 20.0, part)), 1, 2e-6);
-        }
+                    bands.back().hiBin == lastHi)
+            << what;
+        for (std::size_t i = 0; i < 256; ++i)
+            ASSERT_NEAR(bands[i].centreHz / (20 * std::pow(topHz / 20, (double(i) + 0.5) / 256)), 1,
+                        2e-6);
     }
-    for (const auto& band : dsp::displayBands(30.0F, 0.01F, 1024)) // all lie past the last bin
-        EXPECT_TRUE(band.loBin >= 1 && band.hiBin == 1024);
 }
 
 TEST(SpectralAnalyzer, KeepsTheLast8192SamplesInMono) {

@@ -72,7 +72,10 @@ double ReferenceDucker::targetGain(const Settings& settings, double hz, double p
 }
 
 void ReferenceDucker::glideGains(const Settings& settings, std::span<const double> peer) {
-    const auto coef = [this](double ms) { return std::exp(-1000.0 / ms * hop / rate); };
+    const auto coef = [this](double ms) { // in single precision by definition
+        const auto frames = static_cast<float>(ms) * 0.001F * static_cast<float>(rate / hop);
+        return double{std::exp(-1.0F / frames)};
+    };
     for (int bin = 1; bin <= hop - 2; ++bin) {
         const double hz = bin * rate / n;
         const bool ducked =
