@@ -1,23 +1,9 @@
 #include "tests/support/Test.h"
 #include "tests/support/Track.h"
 
-#include <cstdio>
-
 namespace {
 
 constexpr const char* kId = "com.Orlavenko.TessellaDuckwork";
-
-TEST(Entry, ExportsOnlyTheClapEntry) {
-    const std::string command = std::string("nm -D --defined-only '") + TD_PLUGIN_PATH + "'";
-    FILE* const list = popen(command.c_str(), "r");
-    ASSERT_NE(list, nullptr);
-    std::set<std::string> symbols;
-    char address[64], kind[8], name[512];
-    while (std::fscanf(list, "%63s %7s %511s", address, kind, name) == 3)
-        symbols.insert(name);
-    ASSERT_EQ(pclose(list), 0);
-    EXPECT_EQ(symbols, std::set<std::string>{"clap_entry"});
-}
 
 TEST(Entry, DescribesOnePlugin) {
     const Track track;

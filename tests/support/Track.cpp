@@ -84,26 +84,35 @@ void Track::set(const std::vector<Setting>& settings) {
 void Track::start(double rate, Buffers buffers) {
     instance.stopProcessing();
     instance.deactivate();
-    audio.emplace(buffers.maxFrames, buffers.format);
-    if (buffers.inPlace)
+    audio.emplace(buffers.maxFrames + 1, buffers.format); // see block()
+    inPlace = buffers.inPlace;
+    if (inPlace)
         audio->makeInPlace();
     if (!instance.activate(rate, 1, buffers.maxFrames) || !instance.startProcessing())
         throw host::HostError("activation refused");
 }
 
 void Track::block(const Stereo& in, std::size_t at, std::size_t frames, Stereo& out) {
+    constexpr double kGuard = 1234.5;
     const auto count = static_cast<std::uint32_t>(frames);
+    host::PortBuffer &input = audio->input(), &output = audio->output();
     for (std::uint32_t i = 0; i < count; ++i) {
-        audio->input().set(0, i, in.left[at + i]);
-        audio->input().set(1, i, in.right[at + i]);
+        input.set(0, i, in.left[at + i]);
+        input.set(1, i, in.right[at + i]);
     }
+    const double first = input.get(1, 0);
+    output.set(0, count, kGuard);
+    output.set(1, count, kGuard);
     sent.clear();
     instance.process(*audio, count, events, sent);
     events.clear();
     for (std::uint32_t i = 0; i < count; ++i) {
-        out.left.push_back(audio->output().get(0, i));
-        out.right.push_back(audio->output().get(1, i));
+        out.left.push_back(output.get(0, i));
+        out.right.push_back(output.get(1, i));
     }
+    if (output.get(0, count) != kGuard || output.get(1, count) != kGuard ||
+        !(inPlace || first != first || input.get(1, 0) == first))
+        throw host::HostError("the plug-in writes where it may not");
 }
 
 Stereo Track::play(const Stereo& in, std::size_t frames) {

@@ -56,7 +56,8 @@ public:
     void start(double rate, Buffers buffers);
     void start(double rate) { start(rate, Buffers{}); }
     /// Plays in[at, at + frames) and appends what comes out. The events are handed in and cleared;
-    /// `sent` holds this block's output events.
+    /// `sent` holds this block's output events. Throws host::HostError when samples of the host's
+    /// are overwritten.
     void block(const Stereo& in, std::size_t at, std::size_t frames, Stereo& out);
     /// Plays all of `in` in blocks of that size.
     Stereo play(const Stereo& in, std::size_t frames);
@@ -83,6 +84,7 @@ private:
     [[nodiscard]] bool isOurs(std::uint64_t id) const;
 
     std::optional<host::AudioBuffers> audio;
+    bool inPlace = false;
     std::uint64_t slotId = 0;
 };
 
