@@ -6,25 +6,14 @@
 
 namespace {
 
-float among(Dice& dice, const shm::Range& range) {
-    return float(dice.between(range.min, range.max));
-}
-
 shm::SettingsEdit anyEdit(Dice& dice) {
-    shm::SettingsEdit edit;
-    const unsigned member = dice.below(6);
-    if (member < 2)
-        edit.filters[member] = among(dice, shm::Filters::kRanges[member]);
-    else if (member < 5)
-        edit.controls[member - 2] = among(dice, shm::Controls::kRanges[member - 2]);
-    else {
-        edit.bands = shm::BandSet{.bands = {}, .count = 1 + static_cast<int>(dice.below(3))};
-        for (int i = 0; i < edit.bands->count; ++i)
-            (*edit.bands)[i] = {
-                300.0F * static_cast<float>(i) + 20.0F, 300.0F * static_cast<float>(i) + 320.0F,
-                among(dice, shm::kThresholdDb), among(dice, shm::kRatio), dice.below(4) != 0};
-    }
-    return edit;
+    const auto any = [&](double low, double high) { return float(dice.between(low, high)); };
+    const TDBand bands[] = {{20, any(100, 300), any(-60, 0), any(1, 20), dice.oneIn(2), {}},
+                            {300, any(400, 9000), any(-60, 0), any(1, 20), dice.oneIn(2), {}}};
+    const shm::SettingsEdit edits[] = {{.bands = shm::SetOf(bands, 1 + int(dice.below(2)))},
+                                       {.filters = {any(20, 1000)}},
+                                       {.controls = {any(1, 300), any(5, 2000)}}};
+    return edits[dice.below(3)];
 }
 
 /// An instance with its threads: the host's audio thread and its editor's.
