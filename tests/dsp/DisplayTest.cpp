@@ -23,18 +23,4 @@ TEST(DisplayScale, ShowsTheMeanOfABandsBinsInDecibels) {
     EXPECT_EQ(levels, dsp::silentLevels());
 }
 
-TEST(DisplayScale, StaysFiniteWhateverItGets) {
-    for (const float odd : {std::nanf(""), kMaxFloat, -kMaxFloat, HUGE_VALF, 1e-40F})
-        for (const float rate : {std::nanf(""), 0.0F, 8.0F, 44100.0F})
-            for (const int size : {-5, 0, 1024, 1 << 30})
-                for (const int bins : {-1, 0, 1, 1024, 100000}) {
-                    dsp::DisplayScale scale;
-                    auto levels = dsp::silentLevels();
-                    scale.retune(rate, size, bins);
-                    scale.follow(std::vector<float>(500, odd), levels);
-                    for (const float level : levels)
-                        ASSERT_TRUE(std::isfinite(level) && level >= -100.001F);
-                }
-}
-
 } // namespace

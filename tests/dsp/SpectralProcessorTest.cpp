@@ -90,6 +90,17 @@ Stereo streamed(dsp::SpectralProcessor& processor, const dsp::FrameSettings& set
     return signal;
 }
 
+TEST(Stream, InMonoIsTheSameChannelTwiceAndNothingBeforeAReset) {
+    const Stereo in = support::noise(6000, 0.5, 1);
+    const Processor both = prepared(48000.0), mono = prepared(48000.0);
+    std::vector<double> out(6000);
+    mono->stream({}, in.left.data(), nullptr, out.data(), nullptr, 6000);
+    EXPECT_EQ(streamed(*both, {}, {in.left, in.left}).right, out);
+    EXPECT_EQ(mono->magnitude, both->magnitude);
+    dsp::SpectralProcessor fresh;
+    EXPECT_EQ(streamed(fresh, {}, in).left, std::vector<double>(6000));
+}
+
 /// In the middle of a hop, with reduced gains: nothing of the sound may be left, all else must be.
 TEST(Stream, StartsAnewWhenCleared) {
     std::vector<float> loud(1024); // each bin of its own, so that all roundings occur
@@ -112,6 +123,8 @@ TEST(Stream, StartsAnewWhenCleared) {
     EXPECT_TRUE(state(*used) == state(*fresh));
     const Stereo in = support::noise(20000, 0.5, 2);
     const Stereo after = streamed(*used, settings, in), expected = streamed(*fresh, settings, in);
+    used->readMagnitude(shared);
+    EXPECT_TRUE(std::equal(shared.begin(), shared.end(), used->magnitude.begin()));
     EXPECT_TRUE(after.left == expected.left && after.right == expected.right);
     EXPECT_TRUE(state(*used) == state(*fresh));
 }
