@@ -31,21 +31,6 @@ std::optional<shm::SlotSnapshot> activeSlot(std::uint64_t id) {
     return std::nullopt;
 }
 
-void editAnything(std::uint64_t id, Dice& dice) {
-    shm::RegistryMonitor registry;
-    if (!registry.Attach())
-        throw host::HostError("no registry");
-    const auto any = [&](double low, double high) { return float(dice.between(low, high)); };
-    const float splits[] = {20.0F, any(100, 500), any(600, 5000), 20000.0F};
-    TDBand bands[3];
-    for (int i = 0; i < 3; ++i)
-        bands[i] = {splits[i], splits[i + 1], any(-60, 0), any(1, 20), dice.oneIn(2)};
-    registry.WriteBandsOf(id, bands, 1 + static_cast<int>(dice.below(3)));
-    registry.WriteHpLpOf(id, any(20, 1000), any(1000, 20000));
-    registry.WriteControlsOf(id, any(0.1, 300), any(5, 2000), any(-12, 24));
-    registry.SetDuckSelfOf(id, dice.oneIn(2));
-}
-
 Track::Track(const std::function<void(host::HostCallbacks&)>& prepare)
     : instance(*library, callbacks), params(instance) {
     if (prepare)

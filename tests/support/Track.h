@@ -29,9 +29,6 @@ std::vector<shm::SlotSnapshot> activeSlots();
 /// The live slot of that id, or nothing.
 std::optional<shm::SlotSnapshot> activeSlot(std::uint64_t id);
 
-/// Edits all settings of a slot as another instance's editor does.
-void editAnything(std::uint64_t id, Dice& dice);
-
 struct Setting {
     clap_id id;   ///< ParamIndex
     double value; ///< in the parameter's unit
