@@ -5,16 +5,11 @@ namespace {
 
 TEST(Adapter, WorksForAnyHostAndCallsItOnTheRightThread) {
     using Host = host::HostCallbacks&;
-    struct Case {
-        const char* what;
-        void (*prepare)(Host host);
-        std::size_t tails, rescans; ///< calls of a complete extension
-        std::string_view logged;    ///< last
-    };
     static constexpr const char* kAll[] = {CLAP_EXT_LOG,   CLAP_EXT_THREAD_CHECK, CLAP_EXT_PARAMS,
                                            CLAP_EXT_STATE, CLAP_EXT_LATENCY,      CLAP_EXT_TAIL};
+    // Calls of a complete extension; what was logged last.
     // clang-format off
-    const Case cases[] = {
+    const std::tuple<const char*, void (*)(Host), std::size_t, std::size_t, std::string_view> cases[] = {
         {"complete", [](Host) {}, 2, 1, ""},
         {"no extensions", [](Host h) { h.withholdAll(); }, 0, 0, ""},
         {"an empty table", [](Host h) { h.offerPartial(CLAP_EXT_TAIL); }, 0, 1, "clap_host_tail is partially implemented"},
@@ -27,8 +22,7 @@ TEST(Adapter, WorksForAnyHostAndCallsItOnTheRightThread) {
             track.start(rate);
             EXPECT_GT(support::rms(track.play(support::noise(8192, 0.5, 1), 512)), 0.1);
         }
-        const auto state = host::saveState(track.instance).value();
-        EXPECT_TRUE(host::loadState(track.instance, state));
+        EXPECT_TRUE(host::loadState(track.instance, host::saveState(track.instance).value()));
         track.set({{Makeup, 3.0}});
         track.instance.pumpMainThread();
         EXPECT_EQ(host::tail(track.instance), 0U);
@@ -45,19 +39,16 @@ TEST(Adapter, WorksForAnyHostAndCallsItOnTheRightThread) {
     }
 }
 
-/// What hosts get wrong or leave out about the buffers of a block.
-struct OddBlock {
-    const char* why;
-    void (*spoil)(host::AudioBuffers& audio);
-    std::uint32_t outputs; ///< channels that must be written all the same
-    double left;           ///< what the first plays at the end
-    SampleFormat in = SampleFormat::Float64, out = SampleFormat::Float64;
-};
-
 TEST(Adapter, ProcessesOddBlocksAsFarAsTheyGo) {
     using Audio = host::AudioBuffers&;
     constexpr auto k32 = SampleFormat::Float32, k64 = SampleFormat::Float64;
-    const OddBlock cases[] = {
+    const struct { // what hosts get wrong or leave out about the buffers
+        const char* why;
+        void (*spoil)(Audio audio);
+        std::uint32_t outputs; ///< channels that must be written all the same
+        double left;           ///< what the first plays at the end
+        SampleFormat in = k64, out = k64;
+    } cases[] = {
         {"32 bit to 64", [](Audio) {}, 2, 0.25, k32, k64},
         {"64 bit to 32", [](Audio) {}, 2, 0.25, k64, k32},
         {"no input port", [](Audio a) { a.inputRecords().clear(); }, 2, 0.0},

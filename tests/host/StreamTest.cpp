@@ -26,9 +26,8 @@ TEST_P(StreamAtRate, IsTheInputTwoFramesLaterTimesTheMakeup) {
     for (const SampleFormat format : kFormats)
         for (const bool inPlace : {false, true})
             for (const std::size_t frames : {0U, 1U, 7U, 64U, 512U, 1024U, 4096U}) {
-                SCOPED_TRACE(testing::Message()
-                             << (format == SampleFormat::Float32 ? "32 bit, " : "64 bit, ")
-                             << (inPlace ? "in place, " : "") << "blocks of " << frames);
+                SCOPED_TRACE(testing::Message() << "format " << int(format) << ", in place "
+                                                << inPlace << ", blocks of " << frames);
                 track.start(hz, {.format = format, .inPlace = inPlace});
                 Stereo out;
                 while (out.size() < in.size()) {
@@ -50,10 +49,7 @@ TEST_P(StreamAtRate, IsTheInputTwoFramesLaterTimesTheMakeup) {
 /// A frame of odd samples, between good ones. They pass through the delay of two frames and touch
 /// the frame that is summed with theirs, no more; the spectrum is good with the first good frame.
 TEST_P(StreamAtRate, IsRidOfOddSamplesWithinThreeFrames) {
-    const struct {
-        const char* what;
-        double (*at)(std::uint64_t random);
-    } signals[] = {
+    const std::pair<const char*, double (*)(std::uint64_t)> signals[] = {
         {"no numbers", [](std::uint64_t) { return double{NAN}; }},
         {"one infinite", [](std::uint64_t r) { return r % 999 == 0 ? kInfinity : 0.0; }},
         {"enormous", [](std::uint64_t r) { return r % 2 == 0 ? 1e308 : -1e38; }},
