@@ -1,6 +1,4 @@
-// What the documents state as numbers is what the code does: layouts, ranges, limits.
-#include "dsp/SpectralProcessor.h"
-#include "plugin/Config.h"
+// What the documents state as numbers is what the code does: layouts and ranges.
 #include "plugin/StateChunk.h"
 #include "shm/SegmentLayout.h"
 #include "tests/support/Test.h"
@@ -72,16 +70,6 @@ TEST(Documents, GiveTheRangesOfTheParameters) {
                                     spec.min, " | ", spec.max, " |"));
         if (index - 1 != LinkSlot)
             expectLine("manual.md", "| ", text(spec.min, " to ", spec.max));
-    }
-}
-
-TEST(Documents, GiveTheDelays) {
-    const auto processor = std::make_unique<dsp::SpectralProcessor>();
-    for (const auto& [rate, other] : {std::pair{44100, 48000}, {88200, 96000}, {176400, 192000}}) {
-        const std::uint32_t size = processor->reset(rate);
-        EXPECT_EQ(processor->reset(other), size) << other;
-        expectLine("manual.md", text("| ", rate, ", ", other, " | ", size, " | ", 2 * size, " | ",
-                                     kConfig.latencySamples, " |"));
     }
 }
 

@@ -1,4 +1,3 @@
-#include "dsp/Bands.h"
 #include "tests/support/Plugged.h"
 #include "tests/support/Test.h"
 
@@ -20,27 +19,20 @@ TEST(Instance, HasANameUnderANumberThatIsNeverReused) {
     }
 }
 
-TEST(Instance, TakesOddRegistryEditsOnceAndTellsTheHost) {
-    const TDBand three[3] = {{20, 150, -30, 2, true, {}},
-                             {150, 30000, -300, 3, true, {}},
-                             {4000, 20000, -10, 5, false, {}}};
-    const TDBand strange{20, NAN, NAN, INFINITY, true, {}};
+TEST(Instance, DeliberatelyStandsAtDefaultsForOneBusyBlock) {
     Plugged p;
     p.start();
-    p.monitor.WriteBandsOf(p.id, three, 3);
+    p.monitor.WriteHpLpOf(p.id, 100, 10000);
     p.block();
-    EXPECT_EQ(p.told(), "0=150 Hz 1=20000 Hz 2=-30.0 dB 3=-60.0 dB 4=-10.0 dB 5=2.0 :1 6=3.0 :1 "
-                        "7=1.0 :1 ")
-        << "constrained, the last one off";
-    p.monitor.WriteBandsOf(p.id, &strange, 1);
-    p.monitor.WriteHpLpOf(p.id, NAN, 999);
-    p.monitor.WriteControlsOf(p.id, 0, 50, 99);
+    p.monitor.WriteHpLpOf(p.id, 200, 10000);
+    {
+        const raw::HeldLock busy;
+        p.block();
+    }
+    EXPECT_EQ(p.value(HP), 20.0);
+    EXPECT_EQ(p.told(), "") << "a stand-in is not the host's business";
     p.block();
-    EXPECT_EQ(p.told(), "0=20 Hz 3=-30.0 dB 4=-30.0 dB 5=20.0 :1 6=20.0 :1 7=20.0 :1 8=0.1 ms "
-                        "9=50 ms 10=24.0 dB 13=1000 Hz ")
-        << "what is no number stays out, infinity clamps";
-    p.block();
-    EXPECT_EQ(p.told(), "");
+    EXPECT_EQ(p.told(), "12=200 Hz 13=10000 Hz ");
 }
 
 TEST(Instance, PassesSoundThroughInBypass) {
@@ -53,55 +45,6 @@ TEST(Instance, PassesSoundThroughInBypass) {
         p.block();
         EXPECT_EQ(p.audio.output().get(1, 0), bypassed ? 0.5 : 0.0) << "bypass has no delay";
         EXPECT_EQ(p.audio.output().get(0, 7), 0.0) << "nor lets it pass what is no number";
-    }
-}
-
-/// Levels are measured only when something is new; blocks of one sample complete no frame.
-TEST(Instance, ShowsTheLevelsOfBothLastSpectraWhateverIsNew) {
-    Plugged own(0), peer(1);
-    own.start();
-    peer.start();
-    ASSERT_TRUE(own.plug.OpenWindow(&own) && own.monitor.Pair(own.id, peer.id));
-    const auto play = [](Plugged& p, double level) { // a frame, then three blocks: one publishes
-        for (std::uint32_t i = 0; i < Plugged::kFrames; i += 2)
-            p.audio.input().set(0, i, level);
-        for (int block = 0; block < 11; ++block)
-            p.block();
-    };
-    const auto published = [&](std::size_t slot, float scale) {
-        const auto bins =
-            raw::Segment().Get<std::array<float, 1024>>(raw::Slot(slot) + raw::kAudioBins);
-        return dsp::bandLevels(bins.data(), 512, 48000.0F / 1024.0F, own.value(FreqLow),
-                               own.value(FreqHigh), scale);
-    };
-    const auto tick = [&] {
-        own.instance.process(own.audio, 1, own.in, own.sent);
-        own.in.clear();
-    };
-    const struct {
-        const char* why;
-        std::function<void()> happens;
-        bool peerVisible = true, ownVisible = true;
-    } cases[] = {
-        {"a spectrum of each", [&] { play(own, 0.5), play(peer, 0.5); }},
-        {"the same ones", [] {}},
-        {"another of the peer", [&] { play(peer, 0.125); }},
-        {"another of its own", [&] { play(own, 0.25); }},
-        {"another high split", [&] { own.automate(FreqHigh, 15000); }},
-        {"another low split", [&] { own.automate(FreqLow, 1000); }},
-        {"no peer", [&] { own.monitor.Unpair(own.id); }, false},
-        {"the peer again", [&] { own.monitor.Pair(own.id, peer.id); }},
-        {"bypass", [&] { own.monitor.SetBypassOf(own.id, true); }, false, false},
-        {"no bypass", [&] { own.monitor.SetBypassOf(own.id, false), tick(), tick(); }},
-    };
-    for (const auto& [why, happens, peerVisible, ownVisible] : cases) {
-        SCOPED_TRACE(why);
-        happens(), tick();
-        const auto levels = std::to_array(own.slot().state);
-        const dsp::BandLevels none{}, peers = NoEditor::tPeerLevel;
-        EXPECT_EQ(levels, ownVisible ? published(0, dsp::kOwnLevelScale) : none);
-        EXPECT_EQ(peers, peerVisible ? published(1, dsp::peerLevelScale(1024)) : none);
-        EXPECT_TRUE((levels[2] > 0.001F) == ownVisible && (peers[2] > 0.001F) == peerVisible);
     }
 }
 

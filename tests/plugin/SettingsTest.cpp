@@ -211,10 +211,7 @@ TEST(Reopening, SetsThePeerAsTheStateSaysAndAStateKeepsWhatItHoldsNow) {
 
 TEST(Reopening, TheHostLearnsWhatAProjectHasToKeep) {
     Player own(0), peer(1);
-    const struct {
-        const char* what;
-        std::function<void()> happens;
-    } cases[] = {
+    const std::pair<const char*, std::function<void()>> cases[] = {
         {"nothing", [] {}},
         {"renaming", [&] { own.plug.SetInstanceName("Kick"); }},
         {"pairing", [&] { own.plug.PairWith(peer.info()); }},
@@ -231,14 +228,14 @@ TEST(Reopening, TheHostLearnsWhatAProjectHasToKeep) {
         {"its new name", [&] { peer.plug.SetInstanceName("Bass"); }},
     };
     auto& calls = own.callbacks.calls();
-    for (const auto& c : cases) {
+    for (const auto& [what, happens] : cases) {
         own.followRegistry();
         own.instance.pumpMainThread();
         calls.clear();
-        c.happens();
+        happens();
         own.followRegistry();
         own.instance.pumpMainThread();
-        EXPECT_EQ(calls.count(Callback::StateMarkDirty), &c == cases ? 0U : 1U) << c.what;
+        EXPECT_EQ(calls.count(Callback::StateMarkDirty), what == cases[0].first ? 0U : 1U) << what;
     }
 }
 

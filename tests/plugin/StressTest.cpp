@@ -6,13 +6,15 @@
 
 namespace {
 
+/// Of one group, to anything.
 shm::SettingsEdit anyEdit(Dice& dice) {
-    const auto any = [&](double low, double high) { return float(dice.between(low, high)); };
-    const TDBand bands[] = {{20, any(100, 300), any(-60, 0), any(1, 20), dice.oneIn(2), {}},
-                            {300, any(400, 9000), any(-60, 0), any(1, 20), dice.oneIn(2), {}}};
+    constexpr float kValues[] = {kNan, kInfinity, -kInfinity, 1e30F, -30, 5, 50, 500, 5000};
+    const auto any = [&] { return kValues[dice.below(std::size(kValues))]; };
+    const TDBand bands[] = {{20, 300, any(), any(), dice.oneIn(2), {}},
+                            {300, any(), any(), any(), dice.oneIn(2), {}}};
     const shm::SettingsEdit edits[] = {{.bands = shm::SetOf(bands, 1 + int(dice.below(2)))},
-                                       {.filters = {any(20, 1000)}},
-                                       {.controls = {any(1, 300), any(5, 2000)}}};
+                                       {.filters = {any(), any()}},
+                                       {.controls = {any(), any(), any()}}};
     return edits[dice.below(3)];
 }
 
