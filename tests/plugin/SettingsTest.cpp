@@ -355,6 +355,9 @@ TEST(Block, AfterAResetHasNoOldSoundButAllSettings) {
     EXPECT_LT(own.ducking(), -15) << "the peer's last spectrum stands, and is read anew";
     own.monitor.Unpair(own.id);
     own.instance.reset();
+    std::vector<float> shown(512, 1.0F);
+    own.plug.ReadSpectrum(shown);
+    EXPECT_EQ(shown, std::vector<float>(512));
     own.audio.input().fill(0.25);
     for (int at = 0; at < 4096; at += int(Plugged::kFrames)) {
         own.block();

@@ -18,52 +18,36 @@ shm::SettingsEdit anyEdit(Dice& dice) {
     return edits[dice.below(3)];
 }
 
-/// An instance with its threads: the host's audio thread and its editor's.
-class Busy {
-public:
-    explicit Busy(Plugged& busy) : p(busy) { p.start(); }
-
-    /// [main]
-    void restart() {
-        const std::scoped_lock noBlock(processing);
-        p.instance.stopProcessing();
-        p.instance.deactivate();
-        p.start();
+/// The host's audio thread of an instance. Activation and blocks take turns.
+void play(Plugged& p, std::mutex& turns, const std::stop_token& stop) {
+    for (Dice dice(static_cast<unsigned>(p.index)); !stop.stop_requested();) {
+        if (dice.oneIn(3))
+            p.in.addParamValue(dice.below(kNumParams), dice.below(101) / 100.0);
+        const std::scoped_lock turn(turns);
+        if (dice.oneIn(500))
+            p.instance.reset();
+        p.block();
     }
+}
 
-    void play(const std::stop_token& stop) {
-        for (Dice dice(static_cast<unsigned>(p.index)); !stop.stop_requested();) {
-            if (dice.below(3) == 0)
-                p.in.addParamValue(dice.below(kNumParams), dice.below(101) / 100.0);
-            const std::scoped_lock started(processing);
-            if (dice.below(500) == 0)
-                p.instance.reset();
-            p.block();
-        }
+/// Its editor's.
+void edit(Plugged& p, const std::stop_token& stop) {
+    EditorView view;
+    Dice dice(static_cast<unsigned>(p.index) + 10);
+    const std::function<void()> acts[] = {
+        [&] { p.plug.BeginEditing(); },
+        [&] { p.plug.SetInstanceName(dice.oneIn(2) ? "kick" : "bass"); },
+        [&] { view.instances.empty() ? void() : p.plug.PairWith(view.instances.front()); },
+        [&] { dice.oneIn(2) ? p.plug.ToggleOwnDuck() : p.plug.TogglePeerDuck(); },
+        [&] { dice.oneIn(2) ? p.plug.ToggleOwnBypass() : p.plug.TogglePeerBypass(); },
+        [&] { p.plug.SetParam(LinkSlot, dice.below(2)); },
+        [&] { p.plug.EditPeer(anyEdit(dice)); },
+        [&] { p.plug.EditOwn(anyEdit(dice)); }};
+    while (!stop.stop_requested()) {
+        view = p.followRegistry();
+        acts[dice.below(std::size(acts))]();
     }
-
-    void edit(const std::stop_token& stop) {
-        EditorView view;
-        Dice dice(static_cast<unsigned>(p.index) + 10);
-        const std::function<void()> acts[] = {
-            [&] { p.plug.BeginEditing(); },
-            [&] { p.plug.SetInstanceName(dice.oneIn(2) ? "kick" : "bass"); },
-            [&] { view.instances.empty() ? void() : p.plug.PairWith(view.instances.front()); },
-            [&] { dice.oneIn(2) ? p.plug.ToggleOwnDuck() : p.plug.TogglePeerDuck(); },
-            [&] { dice.oneIn(2) ? p.plug.ToggleOwnBypass() : p.plug.TogglePeerBypass(); },
-            [&] { p.plug.SetParam(LinkSlot, dice.below(2)); },
-            [&] { p.plug.EditPeer(anyEdit(dice)); },
-            [&] { p.plug.EditOwn(anyEdit(dice)); }};
-        while (!stop.stop_requested()) {
-            view = p.followRegistry();
-            acts[dice.below(std::size(acts))]();
-        }
-    }
-
-private:
-    Plugged& p;
-    std::mutex processing; ///< a host's order: activation and blocks take turns
-};
+}
 
 /// Everybody at once on a pair: blocks with automation, both editors, saves, loads, activations,
 /// windows. Whether their threads may share what they share is for the thread sanitizer to say;
@@ -75,11 +59,12 @@ TEST(Stress, EditsFromAllSidesLeaveUsableSettings) {
     const support::Bytes chunks[] = {support::chunkFile("before"), support::chunkFile("full")};
     Plugged pair[] = {Plugged(0), Plugged(1)};
     pair[0].monitor.Pair(pair[0].id, pair[1].id);
-    Busy busy[] = {Busy(pair[0]), Busy(pair[1])};
+    std::mutex turns[2];
     std::vector<std::jthread> threads;
-    for (Busy& one : busy) {
-        threads.emplace_back([&](const std::stop_token& stop) { one.play(stop); });
-        threads.emplace_back([&](const std::stop_token& stop) { one.edit(stop); });
+    for (Plugged& p : pair) {
+        p.start();
+        threads.emplace_back([&](const std::stop_token& stop) { play(p, turns[p.index], stop); });
+        threads.emplace_back([&](const std::stop_token& stop) { edit(p, stop); });
     }
     int rounds = 0;
     for (Dice dice(30); std::chrono::steady_clock::now() < end && !HasFailure(); ++rounds) {
@@ -87,9 +72,13 @@ TEST(Stress, EditsFromAllSidesLeaveUsableSettings) {
         ASSERT_TRUE(host::loadState(p.instance, chunks[dice.below(2)]));
         EXPECT_EQ(host::saveState(p.instance).value_or(support::Bytes{}).size(), chunks[0].size());
         p.instance.pumpMainThread();
-        if (dice.below(50) == 0)
-            busy[p.index].restart();
-        if (dice.below(20) == 0) {
+        if (dice.oneIn(50)) {
+            const std::scoped_lock noBlock(turns[p.index]);
+            p.instance.stopProcessing();
+            p.instance.deactivate();
+            p.start();
+        }
+        if (dice.oneIn(20)) {
             p.plug.OpenWindow(nullptr);
             p.plug.CloseWindow();
         }
