@@ -24,15 +24,15 @@ TEST(Instance, DeliberatelyStandsAtDefaultsForOneBusyBlock) {
     p.start();
     p.monitor.WriteHpLpOf(p.id, 100, 10000);
     p.block();
-    p.monitor.WriteHpLpOf(p.id, 200, 10000);
+    p.monitor.WriteHpLpOf(p.id, 20, 10000);
     {
         const raw::HeldLock busy;
         p.block();
     }
-    EXPECT_EQ(p.value(HP), 20.0);
+    EXPECT_EQ(p.value(LP), 20000.0);
     EXPECT_EQ(p.told(), "") << "a stand-in is not the host's business";
     p.block();
-    EXPECT_EQ(p.told(), "12=200 Hz 13=10000 Hz ");
+    EXPECT_EQ(p.told(), "12=20 Hz 13=10000 Hz ");
 }
 
 TEST(Instance, PassesSoundThroughInBypass) {
