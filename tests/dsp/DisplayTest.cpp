@@ -21,6 +21,8 @@ TEST(DisplayScale, ShowsTheMeanOfABandsBinsInDecibels) {
     EXPECT_NEAR(levels[0], 0.6 * 20 * std::log10(0.5) + 0.4 * -40, 1e-4);
     scale.follow({}, levels);
     EXPECT_EQ(levels, dsp::silentLevels());
+    scale.follow(std::vector<float>(1024), levels);
+    EXPECT_NEAR(levels[255], -100, 1e-4) << "as quiet as nothing";
 }
 
 } // namespace
