@@ -36,19 +36,18 @@ protected:
                 EXPECT_GT(rms(track.play(support::noise(8192, 0.5, 21), 512)), 0.1);
                 begin = Clock::now();
             }
-            fastestEnd = std::min(fastestEnd, Clock::now() - begin);
+            slowEnds += Clock::now() - begin > 1s ? 1 : 0;
         }
         malloc_trim(0);
         return {static_cast<std::ptrdiff_t>(mallinfo2().uordblks), entries("/proc/self/task"),
                 entries("/proc/self/fd"), mappingsOf("")};
     }
-    /// From load to init, and of unloading: others may hold the machine up.
-    Clock::duration fastestScan = 1h, fastestEnd = 1h;
+    Clock::duration fastestScan = 1h; ///< from load to init: others may hold the machine up
+    int slowEnds = 0;
 };
 
 TEST_F(Lifetime, IsQuickToScanAndLeavesNothingBehind) {
-    after(10); // with all libraries that it needs
-    EXPECT_LT(fastestEnd, 1s) << "a heartbeat has 3 s and is not waited for";
+    after(10);       // with all libraries that it needs
 #ifndef TD_SANITIZED // a sanitizer takes its time, and keeps freed memory on purpose
     EXPECT_LT(fastestScan, 100ms);
 #endif
@@ -57,6 +56,7 @@ TEST_F(Lifetime, IsQuickToScanAndLeavesNothingBehind) {
         ASSERT_NE(dlopen(name, RTLD_NOW), nullptr) << name;
     const Footprint warm = after(10);
     const Footprint old = after(50);
+    EXPECT_LT(slowEnds, 5) << "a heartbeat has 3 s and is not waited for";
     EXPECT_LE(old.threads, warm.threads);
     EXPECT_LE(old.descriptors, warm.descriptors);
 #ifndef TD_SANITIZED
