@@ -37,9 +37,9 @@ struct ClapPlugin::Routes {
         return done;
     }
     static void deactivate(const clap_plugin_t* p) noexcept {
-        of(p).deactivate();
         of(p).processing.store(false, std::memory_order_relaxed);
         of(p).active.store(false, std::memory_order_relaxed);
+        of(p).deactivate();
     }
     static bool startProcessing(const clap_plugin_t* p) noexcept {
         const bool started = of(p).startProcessing();

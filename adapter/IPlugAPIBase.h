@@ -22,7 +22,7 @@ public:
     /// index 0: the host hears of their present values with the output events of the next block or
     /// flush. [any, also audio]
     virtual void InformHostOfValues(std::uint32_t mask) noexcept = 0;
-    /// Asks a host that is not processing for a flush, so that it hears of them soon. [any but
+    /// Asks a host that is not processing for a flush where it has not heard of all yet. [any but
     /// audio]
     virtual void FlushParamsIfNeeded() = 0;
     /// What a save would write has changed other than by parameter values that the host knows: it

@@ -44,7 +44,10 @@ bool IPlugCLAP::activate(double sampleRate, std::uint32_t /*minFrames*/,
 }
 
 void IPlugCLAP::deactivate() noexcept {
-    guarded("deactivation failed", [this] { OnActivate(false); });
+    guarded("deactivation failed", [this] {
+        OnActivate(false);
+        FlushParamsIfNeeded();
+    });
 }
 
 void IPlugCLAP::onMainThread() noexcept {

@@ -195,7 +195,9 @@ void IPlugCLAP::QueueParamRecord(const ParamRecord& record) {
 }
 
 void IPlugCLAP::FlushParamsIfNeeded() {
-    if (!isProcessing() && canUseParams())
+    const bool untold =
+        outgoing.Peek() != nullptr || untoldValues.load(std::memory_order_relaxed) != 0;
+    if (untold && !isProcessing() && canUseParams())
         AskOnMainThread(flushUnderWay, [this] { hostRequestFlush(); });
 }
 

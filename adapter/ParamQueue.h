@@ -31,7 +31,7 @@ public:
         return true;
     }
 
-    /// The oldest record, null when there is none. [reader]
+    /// The oldest record, null when there is none. [reader; whether there is one: any]
     [[nodiscard]] const ParamRecord* Peek() const noexcept {
         const std::uint32_t at = readIndex.load(std::memory_order_relaxed);
         // acquire: the record that the writer published with this index

@@ -44,6 +44,7 @@ bool Instance::activate(double sampleRate, std::uint32_t minFrames, std::uint32_
 void Instance::deactivate() {
     if (!active)
         return;
+    stopProcessing();
     clapPlugin->deactivate(clapPlugin);
     active = false;
 }

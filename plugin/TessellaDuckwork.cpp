@@ -95,6 +95,7 @@ void TessellaDuckwork::LookAround() {
         peer.Follow(visit);
     }
     own.TellHost();
+    FlushParamsIfNeeded();
     TellHostWhatChanged();
 }
 

@@ -1,35 +1,7 @@
 #include "dsp/Bands.h"
-#include "dsp/SpectralAnalyzer.h"
 #include "tests/support/Test.h"
 
 namespace {
-
-TEST(BandRanges, HoldTheBinsThatTheSplitRuleGivesOneByOne) {
-    std::mt19937 random(3);
-    const auto uniform = [&](float low, float high) {
-        return std::uniform_real_distribution<float>(low, high)(random);
-    };
-    for (int round = 0; round < 3000; ++round) {
-        const float binHz = uniform(0.5F, 200.0F);
-        const int numBins = static_cast<int>(uniform(0.0F, 300.0F));
-        // Two rounds of three put a split exactly on a bin; some cross, some are no number.
-        const auto split = [&] {
-            const float bin = uniform(-5.0F, 310.0F);
-            return (round % 3 != 0 ? std::floor(bin) : bin) * binHz;
-        };
-        const float low = round % 50 == 0 ? kNan : split();
-        const float high = round % 70 == 0 ? kNan : split();
-        const auto ranges = dsp::bandRanges(binHz, numBins, low, high);
-        for (int bin = 0; bin < numBins; ++bin) {
-            const int band = dsp::bandOf(static_cast<float>(bin) * binHz, low, high);
-            for (int other = 0; other < 3; ++other) {
-                const auto [begin, end] = ranges[static_cast<std::size_t>(other)];
-                ASSERT_EQ(bin >= begin && bin < end, other == band)
-                    << bin << " of " << numBins << ", " << low << ", " << high << ", " << binHz;
-            }
-        }
-    }
-}
 
 TEST(BandLevels, AreMeansWithoutDcAndTopBinAndSurviveForeignNumbers) {
     // Bins at 0, 10, … 70 Hz; splits 30 and 60, which belong to the upper band.
@@ -44,46 +16,6 @@ TEST(BandLevels, AreMeansWithoutDcAndTopBinAndSurviveForeignNumbers) {
     EXPECT_EQ(dsp::bandLevels(hostile.data(), 8, 10, 30, 50, 1),
               (dsp::BandLevels{0, 4.5F, kMaxFloat}));
     EXPECT_FLOAT_EQ(dsp::peerLevelScale(1024), 3.1415927F / 1024);
-}
-
-TEST(SpectralAnalyzer, RetunesItsBandTables) {
-    dsp::SpectralAnalyzer analyzer;
-    const struct {
-        const char* what;
-        double sampleRate;
-        int firstLo, firstHi, lastHi;
-        double topHz;
-    } cases[] = {{"20 Hz is in bin 0, raised to 1; ceil(928.8)", 44100, 1, 2, 929, 20000},
-                 {"ends at half the rate", 32000, 1, 2, 1024, 16000},
-                 {"no rate counts as 44.1 kHz", kNan, 1, 2, 929, 20000},
-                 {"20 Hz is 33.18 bins", 1234.5678, 33, 34, 1024, 617.2839}};
-    for (const auto& [what, sampleRate, firstLo, firstHi, lastHi, topHz] : cases) {
-        SCOPED_TRACE(what);
-        analyzer.retune(sampleRate);
-        const dsp::DisplayBands& bands = *analyzer.bands;
-        EXPECT_TRUE(bands.front().loBin == firstLo && bands.front().hiBin == firstHi &&
-                    bands.back().hiBin == lastHi);
-        for (std::size_t i = 0; i < 256; ++i) {
-            EXPECT_LT(bands[i].loBin, bands[i].hiBin);
-            const double part = (static_cast<double>(i) + 0.5) / 256.0;
-            ASSERT_NEAR(bands[i].centreHz / (20.0 * std::pow(topHz / 20.0, part)), 1, 2e-6);
-        }
-    }
-    for (const auto& band : dsp::displayBands(30.0F, 0.01F, 1024)) // all lie past the last bin
-        EXPECT_TRUE(band.loBin >= 1 && band.hiBin == 1024);
-}
-
-TEST(SpectralAnalyzer, KeepsTheLast8192SamplesInMono) {
-    dsp::SpectralAnalyzer analyzer;
-    std::vector<double> left(9000);
-    std::iota(left.begin(), left.end(), 0.0);
-    const std::vector<double> right(9000, 3.0);
-    analyzer.push(left.data(), right.data(), 9000);
-    analyzer.push(left.data() + 5, nullptr, 1);
-    EXPECT_EQ(analyzer.writeCount, 9001U);
-    EXPECT_EQ(analyzer.history[9000 - 8192], 5.0F);
-    EXPECT_EQ(analyzer.history[8999 - 8192], (8999.0F + 3.0F) / 2);
-    EXPECT_EQ(analyzer.history[8191], (8191.0F + 3.0F) / 2);
 }
 
 } // namespace

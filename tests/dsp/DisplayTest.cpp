@@ -21,20 +21,8 @@ TEST(DisplayScale, ShowsTheMeanOfABandsBinsInDecibels) {
     EXPECT_NEAR(levels[0], 0.6 * 20 * std::log10(0.5) + 0.4 * -40, 1e-4);
     scale.follow({}, levels);
     EXPECT_EQ(levels, dsp::silentLevels());
-}
-
-TEST(DisplayScale, StaysFiniteWhateverItGets) {
-    for (const float odd : {std::nanf(""), kMaxFloat, -kMaxFloat, HUGE_VALF, 1e-40F})
-        for (const float rate : {std::nanf(""), 0.0F, 8.0F, 44100.0F})
-            for (const int size : {-5, 0, 1024, 1 << 30})
-                for (const int bins : {-1, 0, 1, 1024, 100000}) {
-                    dsp::DisplayScale scale;
-                    auto levels = dsp::silentLevels();
-                    scale.retune(rate, size, bins);
-                    scale.follow(std::vector<float>(500, odd), levels);
-                    for (const float level : levels)
-                        ASSERT_TRUE(std::isfinite(level) && level >= -100.001F);
-                }
+    scale.follow(std::vector<float>(1024), levels);
+    EXPECT_NEAR(levels[255], -100, 1e-4) << "as quiet as nothing";
 }
 
 } // namespace

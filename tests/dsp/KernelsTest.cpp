@@ -22,8 +22,8 @@ constexpr Phase kPhases[] = {
     {"slowly", 8, Peer::Loud, 300, 2000},
     {"a peer of odd numbers", 3, Peer::Odd, 5, 50},
     {"nothing above the threshold", 3, Peer::Quiet, 5, 50},
-    {"left falls silent, a loud peer", 5, Peer::Loud, 50, 5, 0.0, 0.5},
-    {"right falls silent, and the peer goes", 4, Peer::None, 50, 5, 0.5, 0.0},
+    {"left falls silent, a loud peer", 7, Peer::Loud, 50, 5, 0.0, 0.5},
+    {"right falls silent, and the peer goes", 7, Peer::None, 50, 5, 0.5, 0.0},
     {"all gains come back to 1", 14, Peer::None, 50, 5}};
 
 std::vector<float> magnitudes(Peer peer, int frame, int n) {
@@ -52,7 +52,8 @@ protected:
         }
     }
 
-    void runFrame(const Phase& phase, int frame) {
+    /// The i-th of the phase; frames are numbered throughout.
+    void runFrame(const Phase& phase, int i, int frame) {
         const auto hop = static_cast<std::size_t>(model.size() / 2);
         Stereo in = support::noise(hop, 1.0, static_cast<unsigned>(frame));
         for (double& sample : in.left)
@@ -65,12 +66,17 @@ protected:
         std::vector<double> modelPeer(linked ? peer.begin() : peer.end(), peer.end());
         for (double& value : modelPeer)
             value = value == value ? value : 0.0; // NaN counts as nothing
-        for (const Processor& processor : processors)
-            processor->setTimes(phase.attackMs, phase.releaseMs);
-        model.process(settings(*processors.front()), modelPeer, in.left, in.right, expected.left,
-                      expected.right);
+        model.process({.ratio = {2.0, 4.0, 20.0},
+                       .lowSplitHz = 310.0,
+                       .highSplitHz = 2900.0,
+                       .hpHz = 10.0,
+                       .lpHz = 1e5,
+                       .attackMs = phase.attackMs,
+                       .releaseMs = phase.releaseMs},
+                      modelPeer, in.left, in.right, expected.left, expected.right);
         for (const Processor& processor : processors) {
             SCOPED_TRACE(processor->kernels->name);
+            processor->setTimes(phase.attackMs, phase.releaseMs);
             Stereo out = in;
             processor->stream({.peerMagnitude = peer.data(),
                                .peerValid = linked,
@@ -80,26 +86,15 @@ protected:
                                              .highSplitHz = 2900.0,
                                              .hpHz = 10.0,
                                              .lpHz = 1e5}},
-                              in.left.data(), in.right.data(), out.left.data(), out.right.data(),
+                              out.left.data(), out.right.data(), out.left.data(), out.right.data(),
                               static_cast<int>(hop));
             EXPECT_LT(support::largestError(out, expected, 0, 1.0, 0), 1e-6);
+            // Exactly silent, once two frames later nothing of before is left.
+            const std::vector<double> silence(hop);
+            EXPECT_TRUE(i < 5 || ((phase.leftLevel > 0.0 || out.left == silence) &&
+                                  (phase.rightLevel > 0.0 || out.right == silence)));
             compareSpectra(*processor);
         }
-    }
-
-    /// The engine's coefficients are single precision by definition; the model gets the times that
-    /// lead to the very same ones.
-    [[nodiscard]] ReferenceDucker::Settings settings(const dsp::SpectralProcessor& p) const {
-        const auto ms = [&](double coef) {
-            return -1000.0 * model.size() / 2.0 / rate / std::log(coef);
-        };
-        return {.ratio = {2.0, 4.0, 20.0},
-                .lowSplitHz = 310.0,
-                .highSplitHz = 2900.0,
-                .hpHz = 10.0,
-                .lpHz = 1e5,
-                .attackMs = ms(p.attackCoef),
-                .releaseMs = ms(p.releaseCoef)};
     }
 
     void compareSpectra(const dsp::SpectralProcessor& p) const {
@@ -118,9 +113,6 @@ protected:
         const float metersDb[] = {p.grLowDb, p.grMidDb, p.grHighDb};
         for (std::size_t band = 0; band < 3; ++band)
             EXPECT_NEAR(metersDb[band], 20.0 * std::log10(sum[band] / count[band]), 2e-5) << band;
-        std::vector<float> shared(gains.size());
-        EXPECT_EQ(p.readMagnitude(shared), p.numBins);
-        EXPECT_TRUE(std::equal(shared.begin(), shared.end(), p.magnitude.begin()));
     }
 
     double rate = GetParam();
@@ -134,7 +126,7 @@ TEST_P(KernelSets, DoAsTheModelToOneMillionthThroughAllPhases) {
     for (const Phase& phase : kPhases)
         for (int i = 0; i < phase.frames; ++i) {
             SCOPED_TRACE(testing::Message() << phase.what << ", frame " << i);
-            runFrame(phase, ++frame);
+            runFrame(phase, i, ++frame);
             if (HasFatalFailure() || HasNonfatalFailure())
                 return;
         }
@@ -143,120 +135,100 @@ TEST_P(KernelSets, DoAsTheModelToOneMillionthThroughAllPhases) {
             ASSERT_EQ(gain, 1.0F) << processor->kernels->name;
 }
 
-TEST_P(KernelSets, KeepASilentChannelExactlySilent) {
-    for (const bool leftSounds : {false, true})
-        for (const Processor& processor : processors) {
-            const auto n = static_cast<std::size_t>(model.size());
-            Stereo signal = support::noise(6 * n, 0.5, 1);
-            auto& silent = leftSounds ? signal.right : signal.left;
-            std::ranges::fill(silent, 0.0);
-            const auto peer = magnitudes(Peer::Loud, 1, model.size());
-            double *const l = signal.left.data(), *const r = signal.right.data();
-            processor->reset(rate);
-            processor->stream(
-                {.peerMagnitude = peer.data(),
-                 .peerValid = true,
-                 .reduction = {.thresholdDb = {-20.0, -20.0, -20.0}, .ratio = {2.0, 2.0, 2.0}}},
-                l, r, l, r, static_cast<int>(6 * n));
-            EXPECT_EQ(silent, std::vector<double>(6 * n, 0.0)) << processor->kernels->name;
-            EXPECT_GT(support::rms(signal, 4 * n), 0.001);
-        }
-}
-
 INSTANTIATE_TEST_SUITE_P(sizes, KernelSets, testing::Values(22050.0, 48000.0, 96000.0, 192000.0),
                          [](const auto& row) { return std::to_string(int(row.param)); });
+
+/// Bins that are all alike.
+struct Bins {
+    alignas(64) std::array<float, 32> peer, inverse, power, gain, carry{};
+
+    Bins(double excess, double toThe, double before) {
+        peer.fill(static_cast<float>(excess));
+        inverse.fill(1.0F);
+        power.fill(static_cast<float>(toThe));
+        gain.fill(static_cast<float>(before));
+    }
+    bool glide(const dsp::Kernels& set, float coef) {
+        return set.glideGains(
+            {peer.data(), inverse.data(), power.data(), gain.data(), carry.data(), coef, coef, 32});
+    }
+};
 
 TEST(Kernels, GlideSlowlyWithoutStalling) {
     const dsp::DenormalGuard guard;
     for (const dsp::Kernels* set : dsp::usableKernels())
         for (const double goal : {1.0, 0.3}) { // up from 0.001 to it
-            alignas(64) std::array<float, 32> peer, inverse, power, gain, carry{};
-            peer.fill(static_cast<float>(1.0 / goal));
-            inverse.fill(1.0F);
-            power.fill(-1.0F);
-            gain.fill(0.001F);
+            Bins bins(1.0 / goal, -1.0, 0.001);
             const float coef = 0.9946808F; // 2000 ms at 93.75 frames a second
-            double expected = gain[0];
-            const double target = peer[0] > 1.0F ? 1.0 / double{peer[0]} : 1.0;
+            double expected = bins.gain[0];
+            const double target = goal < 1.0 ? 1.0 / double{bins.peer[0]} : 1.0;
             for (int step = 0; step < 3000; ++step) {
-                const bool unity = set->glideGains({peer.data(), inverse.data(), power.data(),
-                                                    gain.data(), carry.data(), coef, coef, 32});
+                const bool unity = bins.glide(*set, coef);
                 expected = target + double{coef} * (expected - target);
-                ASSERT_NEAR(gain[17] / expected, 1.0, 1e-6) << set->name << ", step " << step;
-                ASSERT_EQ(unity, gain[0] == 1.0F);
+                ASSERT_NEAR(bins.gain[17] / expected, 1.0, 1e-6) << set->name << ", step " << step;
+                ASSERT_EQ(unity, bins.gain[0] == 1.0F);
             }
-            EXPECT_EQ(gain[0] == 1.0F, goal == 1.0) << set->name;
+            EXPECT_EQ(bins.gain[0] == 1.0F, goal == 1.0) << set->name;
         }
 }
 
 /// At once, with coefficients of 0: gains over the whole range of floats and all powers.
 TEST(Kernels, ReduceAnyExcessByAnyPower) {
     const dsp::DenormalGuard guard;
-    const double largest = std::numeric_limits<float>::max();
     for (const dsp::Kernels* set : dsp::usableKernels())
         for (const double power : {-1.0, -0.9999, -0.75, -0.5, -1e-3, 0.0})
-            for (double excess = 1.0000002; excess <= largest; excess *= 1.013) {
-                alignas(64) std::array<float, 32> peer, inverse, powers, gain{}, carry{};
-                peer.fill(static_cast<float>(excess));
-                inverse.fill(1.0F);
-                powers.fill(static_cast<float>(power));
-                set->glideGains({peer.data(), inverse.data(), powers.data(), gain.data(),
-                                 carry.data(), 0.0F, 0.0F, 32});
-                const double expected = std::pow(double{peer[0]}, double{powers[0]});
+            for (double excess = 1.0000002; excess <= kMaxFloat; excess *= 1.013) {
+                Bins bins(excess, power, 0.0);
+                bins.glide(*set, 0.0F);
+                const double expected = std::pow(double{bins.peer[0]}, double{bins.power[0]});
                 const double error = expected > 1e-4 ? 5e-7 : 1e-5;
-                ASSERT_NEAR(gain[31], expected, error * expected + 1e-37)
+                ASSERT_NEAR(bins.gain[31], expected, error * expected + 1e-37)
                     << set->name << ", " << excess << " to the " << power;
             }
 }
 
 /// Of every length, so that each lane and each rest holds each of the odd values once.
-TEST(Kernels, SumNarrowAndAverageAnyLength) {
-    const float largest = std::numeric_limits<float>::max();
-    const float odd[] = {kNan, largest, -1.0F, kInfinity, 0.25F, -kInfinity, -0.0F, largest, -kNan};
+TEST(Kernels, SumAndNarrowAnyLength) {
+    const float odd[] = {kNan,       kMaxFloat, -1.0F,     kInfinity, 0.25F,
+                         -kInfinity, -0.0F,     kMaxFloat, -kNan};
     for (const dsp::Kernels* set : dsp::usableKernels())
         for (int n = 0; n < 70; ++n) {
             SCOPED_TRACE(testing::Message() << set->name << ", " << n);
             std::vector<float> from, to(70, 7.0F);
-            std::vector<double> left(70), right(70);
+            std::vector<double> left(70);
             double sum = 0.0;
             for (int i = 0; i < n; ++i) {
                 from.push_back(odd[(i + n) % 9]);
-                sum += from.back() >= 0.0F && from.back() <= largest ? from.back() : 0.0F;
+                sum += from.back() >= 0.0F && from.back() <= kMaxFloat ? from.back() : 0.0F;
                 left[std::size_t(i)] = i + 0.1;
-                right[std::size_t(i)] = -3.0 * i;
             }
             EXPECT_NEAR(set->sumOfMagnitudes(from.data(), n), sum, 1e-12 * sum);
             set->narrow(left.data(), to.data(), n);
             for (int i = 0; i < 70; ++i)
                 EXPECT_EQ(to[std::size_t(i)], i < n ? static_cast<float>(i + 0.1) : 7.0F) << i;
-            set->meanOf(left.data(), right.data(), to.data(), n);
-            for (int i = 0; i < n; ++i)
-                EXPECT_EQ(to[std::size_t(i)], static_cast<float>(((i + 0.1) - 3.0 * i) / 2)) << i;
         }
 }
 
 TEST(Kernels, TakeAnySamplesAndAnyLength) {
     for (const dsp::Kernels* set : dsp::usableKernels()) {
         SCOPED_TRACE(set->name);
-        std::vector<double> in(37, 0.25);
+        std::vector<double> in(37, 0.25), other(38, -3.0);
         const double odd[] = {std::nan(""), HUGE_VAL, -HUGE_VAL, 1e300, -1e300, 1e-320};
         std::copy(std::begin(odd), std::end(odd), in.begin());
         std::copy(std::begin(odd), std::end(odd), in.end() - 6);
         const std::vector<float> expected = {0.0F, 1e15F, -1e15F, 1e15F, -1e15F, 0.0F, 0.25F};
-        const std::vector<double> other(37, -3.0);
         std::vector<float> ready(38), left(38), right(38), minusThree(37, -3.0F);
         minusThree.push_back(0.0F); // not beyond the end
         std::iota(ready.begin(), ready.end(), 1.0F);
-        std::vector<double> outR(38);
         set->exchange({in.data(), other.data(), left.data(), right.data(), ready.data(),
-                       ready.data() + 1, in.data(), outR.data(), 37}); // left over itself
+                       ready.data() + 1, other.data(), in.data(), 37}); // over each other
         EXPECT_TRUE(std::equal(expected.begin(), expected.end(), left.begin()));
         EXPECT_TRUE(std::equal(expected.begin(), expected.end() - 1, left.begin() + 31));
         EXPECT_EQ(right, minusThree);
-        EXPECT_TRUE(in[0] == 1.0 && in[36] == 37.0 && outR[0] == 2.0 && outR[36] == 38.0);
-        EXPECT_EQ(outR[37], 0.0) << "beyond the end";
+        EXPECT_TRUE(other[0] == 1.0 && other[36] == 37.0 && in[0] == 2.0 && in[36] == 38.0);
+        EXPECT_EQ(other[37], -3.0) << "beyond the end";
         set->widen(ready.data() + 5, in.data(), 27);
-        EXPECT_TRUE(in[0] == 6.0 && in[26] == 32.0 && in[27] == 28.0);
+        EXPECT_TRUE(in[0] == 6.0 && in[26] == 32.0 && in[27] == 29.0);
         alignas(64) std::array<float, 64> values{};
         for (int last = 0; last < 64; ++last) {
             values.fill(0.0F);

@@ -1,13 +1,13 @@
 /// A hostile host: calls in any order, events of any kind, size, time and value, samples that are
 /// no numbers, texts that are none, in a registry whose lock may become any bytes. Only the order
 /// of calls that ends in freed memory is left out.
+#include "host/Params.h"
 #include "tests/fuzz/Fuzz.h"
 #include "tests/fuzz/Subject.h"
 
-#include <clap/ext/params.h>
-
 #include <array>
 #include <cstring>
+#include <functional>
 #include <optional>
 #include <pthread.h>
 #include <string>
@@ -39,15 +39,10 @@ void addEvent(host::EventList& events, fuzz::Bytes& bytes) {
     events.add(event.header);
 }
 
-double oddSample(fuzz::Bytes& bytes) {
-    constexpr double kOdd[] = {0.0, NAN, HUGE_VAL, -HUGE_VAL, 1e308, 5e-324, -1e300, 0.5};
-    return bytes.oneOf(kOdd);
-}
-
 /// What the parameters say of themselves and of any text or value.
-void askParameters(const clap_plugin_t* plugin, fuzz::Bytes& bytes) {
-    const auto* const params =
-        static_cast<const clap_plugin_params_t*>(plugin->get_extension(plugin, CLAP_EXT_PARAMS));
+void askParameters(const host::Instance& instance, fuzz::Bytes& bytes) {
+    const auto* const params = instance.extension<clap_plugin_params_t>(CLAP_EXT_PARAMS);
+    const clap_plugin_t* const plugin = instance.plugin();
     const auto id = bytes.below(kNumParams + 2);
     const std::string text = bytes.text(40);
     double value = 0.0;
@@ -62,8 +57,9 @@ void askParameters(const clap_plugin_t* plugin, fuzz::Bytes& bytes) {
 }
 
 void play(fuzz::Subject& subject, fuzz::Bytes& bytes, host::EventList& events) {
+    constexpr double kOdd[] = {0.0, NAN, HUGE_VAL, -HUGE_VAL, 1e308, 5e-324, -1e300, 0.5};
     for (std::uint32_t i = 0; i < kFrames; i += 16)
-        subject.audio.input().set(i % 2, i, oddSample(bytes));
+        subject.audio.input().set(i % 2, i, bytes.oneOf(kOdd));
     host::EventList sent;
     const std::uint32_t frames = bytes.below(kFrames + 1);
     subject.instance.process(subject.audio, frames, events, sent);
@@ -76,11 +72,9 @@ void play(fuzz::Subject& subject, fuzz::Bytes& bytes, host::EventList& events) {
 
 /// Parameters from the main thread, which is the place for an instance that plays nothing.
 void flush(const fuzz::Subject& subject, const host::EventList& events) {
-    const clap_plugin_t* const plugin = subject.instance.plugin();
     host::EventList sent;
     if (!subject.instance.isActive())
-        static_cast<const clap_plugin_params_t*>(plugin->get_extension(plugin, CLAP_EXT_PARAMS))
-            ->flush(plugin, events.input(), sent.output());
+        host::Params(subject.instance).flush(events, sent);
 }
 
 /// Overwrites a part of the lock while nobody holds it. Its first word stays that of a free one: a
@@ -114,51 +108,26 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         makeAnew(subject);
     bool broken = false;
     host::EventList events;
-    for (int calls = 0; !bytes.empty() && calls < 64; ++calls) {
-        host::Instance& instance = subject->instance;
-        switch (bytes.below(14)) {
-        case 0:
-            (void)instance.activate(bytes.any<double>(), 1, kFrames);
-            break;
-        case 1:
-            instance.deactivate();
-            break;
-        case 2:
-            (void)instance.startProcessing();
-            break;
-        case 3:
-            instance.stopProcessing();
-            break;
-        case 4:
-            instance.reset();
-            break;
-        case 5:
-            askParameters(instance.plugin(), bytes);
-            break;
-        case 6:
-            instance.pumpMainThread();
-            break;
-        case 7:
+    const std::function<void(host::Instance&)> calls[] = {
+        [&](auto& instance) { (void)instance.activate(bytes.any<double>(), 1, kFrames); },
+        [&](auto& instance) { instance.deactivate(); },
+        [&](auto& instance) { (void)instance.startProcessing(); },
+        [&](auto& instance) { instance.stopProcessing(); },
+        [&](auto& instance) { instance.reset(); },
+        [&](auto& instance) { askParameters(instance, bytes); },
+        [&](auto& instance) { instance.pumpMainThread(); },
+        [&](auto&) {
             demand(subject->plug.UnserializeState(subject->save(), 0) == fuzz::kWholeChunk,
                    "what was saved is loaded");
-            break;
-        case 8:
-            addEvent(events, bytes);
-            break;
-        case 9:
-            flush(*subject, events);
-            break;
-        case 10:
-            subject.emplace();
-            break;
-        case 11:
-            if (!std::exchange(broken, true))
-                breakLock(bytes);
-            break;
-        default:
-            play(*subject, bytes, events);
-        }
-    }
+        },
+        [&](auto&) { addEvent(events, bytes); },
+        [&](auto&) { flush(*subject, events); },
+        [&](auto&) { subject.emplace(); },
+        [&](auto&) { std::exchange(broken, true) ? void() : breakLock(bytes); },
+        [&](auto&) { play(*subject, bytes, events); },
+        [&](auto&) { play(*subject, bytes, events); }};
+    for (int count = 0; !bytes.empty() && count < 64; ++count)
+        bytes.oneOf(calls)(subject->instance);
     subject->checkParameters();
     // Whatever it was: a host that does everything right again gets finite sound.
     subject->instance.deactivate();

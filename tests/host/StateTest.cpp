@@ -61,33 +61,28 @@ TEST(State, OfEveryAgeIsTakenAsDocumented) {
 }
 
 TEST(State, ComesThroughStreamsOfAnyKind) {
-    struct Case {
-        const char* why;
-        host::StreamLimits limits;
-        bool works;
-    };
-    const Case cases[] = {{"a byte at a time", {.pieceSize = 1}, true},
-                          {"23 bytes at a time", {.pieceSize = 23}, true},
-                          {"an error at once", {.errorAfter = 0}, false},
-                          {"an error near the end", {.pieceSize = 100, .errorAfter = 365}, false},
-                          {"a large error code", {.errorAfter = 10, .error = INT64_MIN}, false}};
+    const std::tuple<const char*, host::StreamLimits, bool> cases[] = {
+        {"a byte at a time", {.pieceSize = 1}, true},
+        {"23 bytes at a time", {.pieceSize = 23}, true},
+        {"an error at once", {.errorAfter = 0}, false},
+        {"an error near the end", {.pieceSize = 100, .errorAfter = 365}, false},
+        {"a large error code", {.errorAfter = 10, .error = INT64_MIN}, false}};
     const Bytes before = chunkFile("before");
     const Bytes full = chunkFile("full");
     Track track;
-    for (const Case& c : cases) {
+    for (const auto& [why, limits, works] : cases) {
         ASSERT_TRUE(host::loadState(track.instance, before));
-        EXPECT_EQ(host::loadState(track.instance, full, c.limits), c.works) << c.why;
-        const Bytes& expected = c.works ? full : before;
-        EXPECT_EQ(saved(track), expected) << "nothing is taken from half a stream: " << c.why;
-        const auto written = host::saveState(track.instance, c.limits);
-        EXPECT_EQ(written.has_value(), c.works) << c.why;
-        EXPECT_EQ(written.value_or(expected), expected) << c.why;
+        EXPECT_EQ(host::loadState(track.instance, full, limits), works) << why;
+        const Bytes& expected = works ? full : before;
+        EXPECT_EQ(saved(track), expected) << "nothing is taken from half a stream: " << why;
+        const auto written = host::saveState(track.instance, limits);
+        EXPECT_TRUE(written.has_value() == works && written.value_or(expected) == expected) << why;
     }
     EXPECT_FALSE(host::saveState(track.instance, {.errorAfter = 200, .error = 0}).has_value());
     EXPECT_FALSE(host::loadState(track.instance, {}));
     const auto* state = track.instance.extension<clap_plugin_state_t>(CLAP_EXT_STATE);
-    EXPECT_FALSE(state->load(track.instance.plugin(), nullptr));
-    EXPECT_FALSE(state->save(track.instance.plugin(), nullptr));
+    EXPECT_FALSE(state->load(track.instance.plugin(), nullptr) ||
+                 state->save(track.instance.plugin(), nullptr));
 }
 
 TEST(State, LoadedWhileBlocksRunLosesNoParameter) {

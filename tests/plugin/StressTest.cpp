@@ -6,73 +6,48 @@
 
 namespace {
 
-float among(Dice& dice, const shm::Range& range) {
-    return float(dice.between(range.min, range.max));
-}
-
+/// Of one group, to anything.
 shm::SettingsEdit anyEdit(Dice& dice) {
-    shm::SettingsEdit edit;
-    const unsigned member = dice.below(6);
-    if (member < 2)
-        edit.filters[member] = among(dice, shm::Filters::kRanges[member]);
-    else if (member < 5)
-        edit.controls[member - 2] = among(dice, shm::Controls::kRanges[member - 2]);
-    else {
-        edit.bands = shm::BandSet{.bands = {}, .count = 1 + static_cast<int>(dice.below(3))};
-        for (int i = 0; i < edit.bands->count; ++i)
-            (*edit.bands)[i] = {
-                300.0F * static_cast<float>(i) + 20.0F, 300.0F * static_cast<float>(i) + 320.0F,
-                among(dice, shm::kThresholdDb), among(dice, shm::kRatio), dice.below(4) != 0};
-    }
-    return edit;
+    constexpr float kValues[] = {kNan, kInfinity, -kInfinity, 1e30F, -30, 5, 50, 500, 5000};
+    const auto any = [&] { return kValues[dice.below(std::size(kValues))]; };
+    const TDBand bands[] = {{20, 300, any(), any(), dice.oneIn(2), {}},
+                            {300, any(), any(), any(), dice.oneIn(2), {}}};
+    const shm::SettingsEdit edits[] = {{.bands = shm::SetOf(bands, 1 + int(dice.below(2)))},
+                                       {.filters = {any(), any()}},
+                                       {.controls = {any(), any(), any()}}};
+    return edits[dice.below(3)];
 }
 
-/// An instance with its threads: the host's audio thread and its editor's.
-class Busy {
-public:
-    explicit Busy(Plugged& busy) : p(busy) { p.start(); }
-
-    /// [main]
-    void restart() {
-        const std::scoped_lock noBlock(processing);
-        p.instance.stopProcessing();
-        p.instance.deactivate();
-        p.start();
+/// The host's audio thread of an instance. Activation and blocks take turns.
+void play(Plugged& p, std::mutex& turns, const std::stop_token& stop) {
+    for (Dice dice(static_cast<unsigned>(p.index)); !stop.stop_requested();) {
+        if (dice.oneIn(3))
+            p.in.addParamValue(dice.below(kNumParams), dice.below(101) / 100.0);
+        const std::scoped_lock turn(turns);
+        if (dice.oneIn(500))
+            p.instance.reset();
+        p.block();
     }
+}
 
-    void play(const std::stop_token& stop) {
-        for (Dice dice(static_cast<unsigned>(p.index)); !stop.stop_requested();) {
-            if (dice.below(3) == 0)
-                p.in.addParamValue(dice.below(kNumParams), dice.below(101) / 100.0);
-            const std::scoped_lock started(processing);
-            if (dice.below(500) == 0)
-                p.instance.reset();
-            p.block();
-        }
+/// Its editor's.
+void edit(Plugged& p, const std::stop_token& stop) {
+    EditorView view;
+    Dice dice(static_cast<unsigned>(p.index) + 10);
+    const std::function<void()> acts[] = {
+        [&] { p.plug.BeginEditing(); },
+        [&] { p.plug.SetInstanceName(dice.oneIn(2) ? "kick" : "bass"); },
+        [&] { view.instances.empty() ? void() : p.plug.PairWith(view.instances.front()); },
+        [&] { dice.oneIn(2) ? p.plug.ToggleOwnDuck() : p.plug.TogglePeerDuck(); },
+        [&] { dice.oneIn(2) ? p.plug.ToggleOwnBypass() : p.plug.TogglePeerBypass(); },
+        [&] { p.plug.SetParam(LinkSlot, dice.below(2)); },
+        [&] { p.plug.EditPeer(anyEdit(dice)); },
+        [&] { p.plug.EditOwn(anyEdit(dice)); }};
+    while (!stop.stop_requested()) {
+        view = p.followRegistry();
+        acts[dice.below(std::size(acts))]();
     }
-
-    void edit(const std::stop_token& stop) {
-        EditorView view;
-        Dice dice(static_cast<unsigned>(p.index) + 10);
-        const std::function<void()> acts[] = {
-            [&] { p.plug.BeginEditing(); },
-            [&] { p.plug.SetInstanceName(dice.oneIn(2) ? "kick" : "bass"); },
-            [&] { view.instances.empty() ? void() : p.plug.PairWith(view.instances.front()); },
-            [&] { dice.oneIn(2) ? p.plug.ToggleOwnDuck() : p.plug.TogglePeerDuck(); },
-            [&] { dice.oneIn(2) ? p.plug.ToggleOwnBypass() : p.plug.TogglePeerBypass(); },
-            [&] { p.plug.SetParam(LinkSlot, dice.below(2)); },
-            [&] { p.plug.EditPeer(anyEdit(dice)); },
-            [&] { p.plug.EditOwn(anyEdit(dice)); }};
-        while (!stop.stop_requested()) {
-            view = p.followRegistry();
-            acts[dice.below(std::size(acts))]();
-        }
-    }
-
-private:
-    Plugged& p;
-    std::mutex processing; ///< a host's order: activation and blocks take turns
-};
+}
 
 /// Everybody at once on a pair: blocks with automation, both editors, saves, loads, activations,
 /// windows. Whether their threads may share what they share is for the thread sanitizer to say;
@@ -84,11 +59,12 @@ TEST(Stress, EditsFromAllSidesLeaveUsableSettings) {
     const support::Bytes chunks[] = {support::chunkFile("before"), support::chunkFile("full")};
     Plugged pair[] = {Plugged(0), Plugged(1)};
     pair[0].monitor.Pair(pair[0].id, pair[1].id);
-    Busy busy[] = {Busy(pair[0]), Busy(pair[1])};
+    std::mutex turns[2];
     std::vector<std::jthread> threads;
-    for (Busy& one : busy) {
-        threads.emplace_back([&](const std::stop_token& stop) { one.play(stop); });
-        threads.emplace_back([&](const std::stop_token& stop) { one.edit(stop); });
+    for (Plugged& p : pair) {
+        p.start();
+        threads.emplace_back([&](const std::stop_token& stop) { play(p, turns[p.index], stop); });
+        threads.emplace_back([&](const std::stop_token& stop) { edit(p, stop); });
     }
     int rounds = 0;
     for (Dice dice(30); std::chrono::steady_clock::now() < end && !HasFailure(); ++rounds) {
@@ -96,9 +72,13 @@ TEST(Stress, EditsFromAllSidesLeaveUsableSettings) {
         ASSERT_TRUE(host::loadState(p.instance, chunks[dice.below(2)]));
         EXPECT_EQ(host::saveState(p.instance).value_or(support::Bytes{}).size(), chunks[0].size());
         p.instance.pumpMainThread();
-        if (dice.below(50) == 0)
-            busy[p.index].restart();
-        if (dice.below(20) == 0) {
+        if (dice.oneIn(50)) {
+            const std::scoped_lock noBlock(turns[p.index]);
+            p.instance.stopProcessing();
+            p.instance.deactivate();
+            p.start();
+        }
+        if (dice.oneIn(20)) {
             p.plug.OpenWindow(nullptr);
             p.plug.CloseWindow();
         }

@@ -45,9 +45,9 @@ void ReferenceDucker::process(const Settings& settings, std::span<const double> 
 
 void ReferenceDucker::runFrame(const Settings& settings, std::span<const double> peer) {
     for (Channel& channel : channels) {
-        Spectrum windowed;
+        Spectrum windowed(at(n));
         for (int i = 0; i < n; ++i)
-            windowed.emplace_back(channel.in[channel.in.size() - at(n) + at(i)] * window[at(i)]);
+            windowed[at(i)] = channel.in[channel.in.size() - at(n) + at(i)] * window[at(i)];
         channel.spectrum = transform(windowed);
     }
     const auto packedMagnitude = [this](const Channel& channel, int bin) {
@@ -72,7 +72,10 @@ double ReferenceDucker::targetGain(const Settings& settings, double hz, double p
 }
 
 void ReferenceDucker::glideGains(const Settings& settings, std::span<const double> peer) {
-    const auto coef = [this](double ms) { return std::exp(-1000.0 / ms * hop / rate); };
+    const auto coef = [this](double ms) { // in single precision by definition
+        const auto frames = static_cast<float>(ms) * 0.001F * static_cast<float>(rate / hop);
+        return double{std::exp(-1.0F / frames)};
+    };
     for (int bin = 1; bin <= hop - 2; ++bin) {
         const double hz = bin * rate / n;
         const bool ducked =
@@ -91,9 +94,8 @@ void ReferenceDucker::resynthesise(Channel& channel, double outputGain) const {
         points[at(n - bin)] *= binGain[at(bin)];
     }
     // The inverse of a real signal's spectrum is the transform of its conjugate, over n.
-    for (auto& point : points)
-        point = std::conj(point);
-    const Spectrum samples = transform(points);
+    const Spectrum samples =
+        transform(points.apply([](const auto& point) { return std::conj(point); }));
     // The frame's first sample has the number in.size() − n − hop, as `in` began a hop early.
     const std::size_t start = channel.in.size() - at(n) - at(hop) + at(2 * n);
     channel.out.resize(std::max(channel.out.size(), start + at(n)));
@@ -102,22 +104,16 @@ void ReferenceDucker::resynthesise(Channel& channel, double outputGain) const {
 }
 
 ReferenceDucker::Spectrum ReferenceDucker::transform(const Spectrum& points) {
-    const std::size_t length = points.size();
+    const std::size_t length = points.size(), half = length / 2;
     if (length == 1)
         return points;
-    Spectrum even, odd;
-    for (std::size_t i = 0; i < length; i += 2) {
-        even.push_back(points[i]);
-        odd.push_back(points[i + 1]);
-    }
-    even = transform(even);
-    odd = transform(odd);
+    const Spectrum even = transform(points[std::slice(0, half, 2)]);
+    const Spectrum odd = transform(points[std::slice(1, half, 2)]);
     Spectrum result(length);
-    for (std::size_t k = 0; k < length / 2; ++k) {
-        const auto turned = odd[k] * std::polar(1.0, -2.0 * kPi * static_cast<double>(k) /
-                                                         static_cast<double>(length));
+    for (std::size_t k = 0; k < half; ++k) {
+        const auto turned = odd[k] * std::polar(1.0, -2.0 * kPi * double(k) / double(length));
         result[k] = even[k] + turned;
-        result[k + length / 2] = even[k] - turned;
+        result[k + half] = even[k] - turned;
     }
     return result;
 }

@@ -3,6 +3,7 @@
 #include <array>
 #include <complex>
 #include <span>
+#include <valarray>
 #include <vector>
 
 namespace support {
@@ -37,7 +38,7 @@ public:
     /// The last frame's gains: n/2 values.
     [[nodiscard]] const std::vector<double>& gains() const { return binGain; }
 
-    using Spectrum = std::vector<std::complex<double>>;
+    using Spectrum = std::valarray<std::complex<double>>;
     /// Plain forward transform; the length is a power of two.
     static Spectrum transform(const Spectrum& points);
 

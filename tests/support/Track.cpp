@@ -31,21 +31,6 @@ std::optional<shm::SlotSnapshot> activeSlot(std::uint64_t id) {
     return std::nullopt;
 }
 
-void editAnything(std::uint64_t id, Dice& dice) {
-    shm::RegistryMonitor registry;
-    if (!registry.Attach())
-        throw host::HostError("no registry");
-    const auto any = [&](double low, double high) { return float(dice.between(low, high)); };
-    const float splits[] = {20.0F, any(100, 500), any(600, 5000), 20000.0F};
-    TDBand bands[3];
-    for (int i = 0; i < 3; ++i)
-        bands[i] = {splits[i], splits[i + 1], any(-60, 0), any(1, 20), dice.oneIn(2)};
-    registry.WriteBandsOf(id, bands, 1 + static_cast<int>(dice.below(3)));
-    registry.WriteHpLpOf(id, any(20, 1000), any(1000, 20000));
-    registry.WriteControlsOf(id, any(0.1, 300), any(5, 2000), any(-12, 24));
-    registry.SetDuckSelfOf(id, dice.oneIn(2));
-}
-
 Track::Track(const std::function<void(host::HostCallbacks&)>& prepare)
     : instance(*library, callbacks), params(instance) {
     if (prepare)
@@ -84,26 +69,35 @@ void Track::set(const std::vector<Setting>& settings) {
 void Track::start(double rate, Buffers buffers) {
     instance.stopProcessing();
     instance.deactivate();
-    audio.emplace(buffers.maxFrames, buffers.format);
-    if (buffers.inPlace)
+    audio.emplace(buffers.maxFrames + 1, buffers.format); // see block()
+    inPlace = buffers.inPlace;
+    if (inPlace)
         audio->makeInPlace();
     if (!instance.activate(rate, 1, buffers.maxFrames) || !instance.startProcessing())
         throw host::HostError("activation refused");
 }
 
 void Track::block(const Stereo& in, std::size_t at, std::size_t frames, Stereo& out) {
+    constexpr double kGuard = 1234.5;
     const auto count = static_cast<std::uint32_t>(frames);
+    host::PortBuffer &input = audio->input(), &output = audio->output();
     for (std::uint32_t i = 0; i < count; ++i) {
-        audio->input().set(0, i, in.left[at + i]);
-        audio->input().set(1, i, in.right[at + i]);
+        input.set(0, i, in.left[at + i]);
+        input.set(1, i, in.right[at + i]);
     }
+    const double first = input.get(1, 0);
+    output.set(0, count, kGuard);
+    output.set(1, count, kGuard);
     sent.clear();
     instance.process(*audio, count, events, sent);
     events.clear();
     for (std::uint32_t i = 0; i < count; ++i) {
-        out.left.push_back(audio->output().get(0, i));
-        out.right.push_back(audio->output().get(1, i));
+        out.left.push_back(output.get(0, i));
+        out.right.push_back(output.get(1, i));
     }
+    if (output.get(0, count) != kGuard || output.get(1, count) != kGuard ||
+        !(inPlace || first != first || input.get(1, 0) == first))
+        throw host::HostError("the plug-in writes where it may not");
 }
 
 Stereo Track::play(const Stereo& in, std::size_t frames) {

@@ -29,9 +29,6 @@ std::vector<shm::SlotSnapshot> activeSlots();
 /// The live slot of that id, or nothing.
 std::optional<shm::SlotSnapshot> activeSlot(std::uint64_t id);
 
-/// Edits all settings of a slot as another instance's editor does.
-void editAnything(std::uint64_t id, Dice& dice);
-
 struct Setting {
     clap_id id;   ///< ParamIndex
     double value; ///< in the parameter's unit
@@ -56,7 +53,8 @@ public:
     void start(double rate, Buffers buffers);
     void start(double rate) { start(rate, Buffers{}); }
     /// Plays in[at, at + frames) and appends what comes out. The events are handed in and cleared;
-    /// `sent` holds this block's output events.
+    /// `sent` holds this block's output events. Throws host::HostError when samples of the host's
+    /// are overwritten.
     void block(const Stereo& in, std::size_t at, std::size_t frames, Stereo& out);
     /// Plays all of `in` in blocks of that size.
     Stereo play(const Stereo& in, std::size_t frames);
@@ -83,6 +81,7 @@ private:
     [[nodiscard]] bool isOurs(std::uint64_t id) const;
 
     std::optional<host::AudioBuffers> audio;
+    bool inPlace = false;
     std::uint64_t slotId = 0;
 };
 
