@@ -211,7 +211,7 @@ std::vector<std::string> churn(Minutes length, Row& row) {
         destroy(victim);
         // The dead have been silent for long. So have the living, when nobody gets the lock.
         const bool isLost = lockIsLost();
-        letAMinutePass(isLost ? std::vector<std::uint64_t>{} : residents);
+        age(60, isLost ? std::vector<std::uint64_t>{} : residents);
         lost += isLost ? 1 : 0;
         row.add(newPair(kills));
         for (std::size_t host = 0; host < hosts.size(); ++host)

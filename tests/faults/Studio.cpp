@@ -1,12 +1,10 @@
 #include "tests/faults/Studio.h"
 
-#include "host/ByteStream.h"
 #include "tests/support/RealTimeWatch.h"
 #include "tests/support/Screen.h"
 #include "tests/support/Test.h"
 #include "tests/support/Track.h"
 
-#include <clap/ext/state.h>
 #include <deque>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -114,32 +112,14 @@ struct Pair {
     Player kick, bass;
 };
 
-/// Waits for the next period; after a long interruption starts anew, as a sound card does.
-class Pace {
-public:
-    explicit Pace(const Studio::Setup& setup)
-        : period(setup.realTime ? std::chrono::nanoseconds(std::llround(1e9 * setup.block / kRate))
-                                : std::chrono::microseconds(1300)),
-          catchesUp(setup.realTime) {}
-    void wait() {
-        const auto now = std::chrono::steady_clock::now();
-        due =
-            std::max(due + period, catchesUp ? now - std::chrono::milliseconds(100) : now + period);
-        std::this_thread::sleep_until(due);
-    }
-
-private:
-    const std::chrono::nanoseconds period;
-    const bool catchesUp;
-    std::chrono::steady_clock::time_point due = std::chrono::steady_clock::now();
-};
-
 [[noreturn]] void playForever(std::deque<Pair>& pairs, const Studio::Setup& setup,
                               Studio::Shared& shared) {
     if (!support::trapSystemCalls())
         _exit(1);
     const double periodUs = 1e6 * setup.block / kRate;
-    for (Pace pace(setup);; pace.wait()) {
+    const std::chrono::duration<double, std::micro> pace(setup.realTime ? periodUs : 1300.0);
+    auto due = std::chrono::steady_clock::now();
+    for (;; std::this_thread::sleep_until(due)) {
         double used = 0.0;
         bool ducked = true;
         for (auto& [kick, bass] : pairs) {
@@ -151,6 +131,9 @@ private:
         shared.periodTimes.add(used);
         shared.missed += used > periodUs ? 1 : 0;
         ++shared.periods;
+        // After a long interruption it starts anew, as a sound card does.
+        due = std::max(due + std::chrono::duration_cast<std::chrono::nanoseconds>(pace),
+                       std::chrono::steady_clock::now() - std::chrono::milliseconds(100));
     }
 }
 
@@ -200,11 +183,9 @@ void visit() {
         editor.emplace(*screen, pairs.front().kick.track, host::GuiSize{480, 300}, *setup.editorAt);
     }
     shared.ready = true;
-    const auto* table = bass.instance.extension<clap_plugin_state_t>(CLAP_EXT_STATE);
     for (;; std::this_thread::sleep_for(std::chrono::milliseconds(20)), ++shared.saves) {
-        host::ByteSink sink;
-        const auto save = [&] { table->save(bass.instance.plugin(), sink.stream()); };
-        shared.worstSaveMs = std::max<double>(shared.worstSaveMs, timed(save).worstWaitMs);
+        const Row save = timed([&] { (void)host::saveState(bass.instance); });
+        shared.worstSaveMs = std::max<double>(shared.worstSaveMs, save.worstWaitMs);
         if (setup.visitors) {
             visit();
             ++shared.visitors;

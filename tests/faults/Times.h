@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <numeric>
 
 namespace faults {
 
@@ -15,39 +16,34 @@ namespace faults {
 class Times {
 public:
     void add(double us) {
-        count(std::min(static_cast<std::size_t>(us * kStepsPerUs), kSteps - 1), 1);
+        // Relaxed, like all here: nothing else is published.
+        counts[std::min(static_cast<std::size_t>(us * kStepsPerUs), counts.size() - 1)].fetch_add(
+            1, std::memory_order_relaxed);
         longestUs = std::max<double>(longestUs, us);
     }
     void add(const Times& other) {
-        for (std::size_t step = 0; step < kSteps; ++step)
-            count(step, other.counts[step]);
+        for (std::size_t step = 0; step < counts.size(); ++step)
+            counts[step].fetch_add(other.counts[step], std::memory_order_relaxed);
         longestUs = std::max<double>(longestUs, other.longestUs);
     }
 
-    [[nodiscard]] std::uint64_t size() const { return total; }
+    [[nodiscard]] std::uint64_t size() const {
+        return std::accumulate(counts.begin(), counts.end(), std::uint64_t{0});
+    }
     [[nodiscard]] double longest() const { return longestUs; }
     /// What that part of them, 0 to 1, does not exceed, µs.
     [[nodiscard]] double quantile(double part) const {
-        const auto wanted = static_cast<std::uint64_t>(std::ceil(part * double(total)));
-        std::uint64_t seen = 0;
+        auto left = static_cast<std::int64_t>(std::ceil(part * double(size())));
         std::size_t step = 0;
-        while (step < kSteps - 1 && (seen += counts[step]) < wanted)
+        while (step < counts.size() - 1 && (left -= counts[step]) > 0)
             ++step;
         return std::min<double>(longestUs, double(step + 1) / kStepsPerUs);
     }
 
 private:
     static constexpr double kStepsPerUs = 10.0;
-    static constexpr std::size_t kSteps = 20000;
 
-    void count(std::size_t step, std::uint32_t times) {
-        // Relaxed, like all here: nothing else is published.
-        counts[step].fetch_add(times, std::memory_order_relaxed);
-        total.fetch_add(times, std::memory_order_relaxed);
-    }
-
-    std::array<std::atomic<std::uint32_t>, kSteps> counts{};
-    std::atomic<std::uint64_t> total{};
+    std::array<std::atomic<std::uint32_t>, 20000> counts{};
     std::atomic<double> longestUs{};
 };
 
