@@ -207,6 +207,8 @@ TEST_F(Gestures, OfTheMouseEditTheirSideAlone) {
             hand.click(own.at(Body, 2));
             hand.click(own.at(Body, 0), Hand::Right); // which cuts none of three
             hand.click(own.at(Body, 0));
+            std::this_thread::sleep_for(400ms);
+            hand.click(own.at(Body, 0));
         };
         check(3, clickBodies, [] {});
     }

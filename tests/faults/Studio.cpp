@@ -15,11 +15,10 @@ namespace faults {
 /// The host's process writes it, the harness reads it.
 struct Studio::Shared {
     std::atomic<std::uint64_t> kick[kMaxPairs], bass[kMaxPairs];
-    std::atomic<std::uint64_t> periods, wrong, waits, ducked, missed, saves, visitors;
+    std::atomic<std::uint64_t> blocks, periods, wrong, waits, ducked, missed, saves, visitors;
     std::atomic<std::uint64_t> calls, repairs;
     std::atomic<int> lastSystemCall;
-    std::atomic<double> worstSaveMs;
-    Times blockTimes, periodTimes;
+    std::atomic<double> worstSaveMs, longestBlockUs, longestPeriodUs;
     std::atomic<bool> ready;
 };
 
@@ -31,6 +30,9 @@ constexpr std::size_t kDelay = 2048;
 /// The level of few samples of noise is uncertain; without ducking it is exactly 1.
 constexpr double kDucked = 0.8;
 constexpr const char* kKickName = "kick of the studio";
+
+/// Of one thread.
+void raise(std::atomic<double>& most, double value) { most = std::max<double>(most, value); }
 
 double threadMicroseconds() {
     timespec used{};
@@ -73,23 +75,17 @@ struct Player {
             seen = watch.seen();
         }
         const double used = threadMicroseconds() - before;
-        shared.blockTimes.add(used);
-        note(seen, shared);
+        ++shared.blocks;
+        raise(shared.longestBlockUs, used);
+        shared.calls += std::uint64_t(seen.allocations + seen.locks + seen.systemCalls);
+        shared.repairs += std::uint64_t(seen.repairs);
+        if (seen.lastSystemCall >= 0)
+            shared.lastSystemCall = seen.lastSystemCall;
         if (seen.repairs == 0) // which may have to wait for the process's memory map
             shared.waits += threadSleeps() - sleeps;
         if ((at += block) > 2 * kDelay)
             measure();
         return used;
-    }
-
-    static void note(const support::Offences& seen, Studio::Shared& shared) {
-        const int calls = seen.allocations + seen.locks + seen.systemCalls;
-        if (calls != 0)
-            shared.calls += static_cast<std::uint64_t>(calls);
-        if (seen.lastSystemCall >= 0)
-            shared.lastSystemCall = seen.lastSystemCall;
-        if (seen.repairs != 0)
-            shared.repairs += static_cast<std::uint64_t>(seen.repairs);
     }
 
     void measure() {
@@ -128,7 +124,7 @@ struct Pair {
             ducked = ducked && bass.gain < kDucked;
         }
         shared.ducked += ducked ? 1 : 0;
-        shared.periodTimes.add(used);
+        raise(shared.longestPeriodUs, used);
         shared.missed += used > periodUs ? 1 : 0;
         ++shared.periods;
         // After a long interruption it starts anew, as a sound card does.
@@ -185,7 +181,7 @@ void visit() {
     shared.ready = true;
     for (;; std::this_thread::sleep_for(std::chrono::milliseconds(20)), ++shared.saves) {
         const Row save = timed([&] { (void)host::saveState(bass.instance); });
-        shared.worstSaveMs = std::max<double>(shared.worstSaveMs, save.worstWaitMs);
+        raise(shared.worstSaveMs, save.worstWaitMs);
         if (setup.visitors) {
             visit();
             ++shared.visitors;
@@ -211,8 +207,8 @@ Studio::~Studio() {
 
 std::uint64_t Studio::kick(std::size_t pair) const { return shared.kick[pair]; }
 std::uint64_t Studio::bass(std::size_t pair) const { return shared.bass[pair]; }
-const Times& Studio::blockTimes() const { return shared.blockTimes; }
-const Times& Studio::periodTimes() const { return shared.periodTimes; }
+double Studio::longestPeriodUs() const { return shared.longestPeriodUs; }
+std::uint64_t Studio::periods() const { return shared.periods; }
 std::uint64_t Studio::missed() const { return shared.missed; }
 std::uint64_t Studio::visitors() const { return shared.visitors; }
 
@@ -265,8 +261,8 @@ bool Studio::isBack() const {
 }
 
 Row Studio::report() const {
-    Row row{.worstBlockUs = shared.blockTimes.longest(), .worstWaitMs = shared.worstSaveMs};
-    row.blocks = shared.blockTimes.size();
+    Row row{.worstBlockUs = shared.longestBlockUs, .worstWaitMs = shared.worstSaveMs};
+    row.blocks = shared.blocks;
     row.calls = shared.calls;
     row.repairs = shared.repairs;
     const std::uint64_t periods = shared.periods;

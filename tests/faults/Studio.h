@@ -3,7 +3,6 @@
 #pragma once
 
 #include "tests/faults/Fault.h"
-#include "tests/faults/Times.h"
 
 #include <optional>
 
@@ -50,9 +49,9 @@ public:
     /// wrong, went to sleep or called what an audio thread must not call.
     [[nodiscard]] Row report() const;
 
-    /// Processor time of the blocks of one instance, and of all for one period.
-    [[nodiscard]] const Times& blockTimes() const;
-    [[nodiscard]] const Times& periodTimes() const;
+    /// The longest processor time of all blocks of one period, µs, and the number of periods.
+    [[nodiscard]] double longestPeriodUs() const;
+    [[nodiscard]] std::uint64_t periods() const;
     /// Periods whose blocks took longer than they last.
     [[nodiscard]] std::uint64_t missed() const;
     /// Instances that the main thread has opened and closed.

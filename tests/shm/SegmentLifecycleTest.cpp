@@ -110,6 +110,7 @@ TEST_F(SegmentLifecycle, OpenJoinsWhatLivesAndReplacesWhatDoesNot) {
                  {"released", kBytes, 10, "GRDT", 0xFE, 0, false},
                  {"longer, with a live slot", kBytes + 1, 10, "GRDT", 1, 0, false},
                  {"short", 100, 10, "GRDT", 1, 0, false},
+                 {"not yet extended, by one that was killed", 0, 10, "GRDT", 1, 0, false},
                  {"live but of another layout", kBytes, 11, "GRDT", 1, 0, false},
                  {"never becoming ready", kBytes, 10, "GRD?", 1, 0, false}};
     for (const auto& found : cases) {
