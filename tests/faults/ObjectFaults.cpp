@@ -67,7 +67,7 @@ Row change(const Change& what, bool full) {
         raw::Age(back ? 60 : 0);
         if (!back)
             std::this_thread::sleep_for(std::chrono::milliseconds(500)); // three heartbeats
-        row.require(back ? studio.isBack() : studio.isDucked(), "the pair has come apart");
+        row.require(back ? studio.isBack() : studio.comesToDuck(), "the pair has come apart");
         row.require(back || lookAt().st_ino == placed, "what was put there has been touched");
         row.add(studio.report());
         // Newcomers are never held up, whether they get in or not.
@@ -138,7 +138,7 @@ void inTrouble(const Trouble& trouble, Row& row) {
     {
         const Studio before;
         row.require(trouble.begin(), "cannot be injected");
-        row.require(before.isDucked(), "the pair has come apart");
+        row.require(before.comesToDuck(), "the pair has come apart");
         row.add(before.report());
     }
     TessellaDuckworkSHM handle;

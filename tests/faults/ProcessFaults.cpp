@@ -95,7 +95,7 @@ Row killHolder(bool full) {
             return raise(SIGKILL) == 0;
         }));
         if (robust) {
-            row.require(studio.isDucked() && raw::Stat().st_ino == before, "the lock is lost");
+            row.require(studio.comesToDuck() && raw::Stat().st_ino == before, "the lock is lost");
         } else {
             row.require(lockIsLost(), "the lock is free");
             // Nobody opens a registry meanwhile: those who are there help themselves.

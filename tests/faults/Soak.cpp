@@ -165,7 +165,7 @@ std::vector<std::string> load(Minutes length, Row& row) {
         std::this_thread::sleep_until(due);
     }
     for (std::size_t i = 0; i < hosts.size(); ++i)
-        row.require(hosts[i].isDucked(), "a pair has come apart");
+        row.require(hosts[i].comesToDuck(), "a pair has come apart");
     row.outcome = text("%d edits of every instance, as by its peer's editor, at 60 Hz", frame);
     auto figures = hosts.figures(length, row);
     figures[1] = "4 with 16, 2 editors open";

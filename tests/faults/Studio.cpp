@@ -40,11 +40,11 @@ double threadMicroseconds() {
     return 1e6 * static_cast<double>(used.tv_sec) + 1e-3 * static_cast<double>(used.tv_nsec);
 }
 
-/// How often this thread has gone to sleep of its own accord.
-std::uint64_t threadSleeps() {
+/// How often this thread has gone to sleep of its own accord, and how many pages it has missed.
+std::pair<long, long> threadSleeps() {
     rusage usage{};
     getrusage(RUSAGE_THREAD, &usage);
-    return static_cast<std::uint64_t>(usage.ru_nvcsw);
+    return {usage.ru_nvcsw, usage.ru_minflt + usage.ru_majflt};
 }
 
 /// One instance on a loop of noise.
@@ -66,7 +66,7 @@ struct Player {
             audio.input().set(0, i, in.left[(at + i) % kLoop]);
             audio.input().set(1, i, in.right[(at + i) % kLoop]);
         }
-        const std::uint64_t sleeps = threadSleeps();
+        const auto [sleeps, misses] = threadSleeps();
         const double before = threadMicroseconds();
         support::Offences seen;
         {
@@ -81,8 +81,9 @@ struct Player {
         shared.repairs += std::uint64_t(seen.repairs);
         if (seen.lastSystemCall >= 0)
             shared.lastSystemCall = seen.lastSystemCall;
-        if (seen.repairs == 0) // which may have to wait for the process's memory map
-            shared.waits += threadSleeps() - sleeps;
+        // A page that is missed may have to wait for the process's memory map.
+        if (const auto [now, missed] = threadSleeps(); missed == misses)
+            shared.waits += std::uint64_t(now - sleeps);
         if ((at += block) > 2 * kDelay)
             measure();
         return used;
@@ -234,7 +235,6 @@ bool Studio::isDucked() const {
            shared.ducked >= before + looked * 7 / 10;
 }
 
-/// Not by the clock: on a busy machine a look may miss some blocks.
 bool Studio::comesToDuck() const {
     int looks = 100;
     while (looks > 0 && !isDucked())

@@ -118,7 +118,6 @@ void Registry::play(Instance& one, fuzz::Bytes& bytes) {
     if (!one.holds())
         return;
     const int count = bytes.between(-1, int(bins.size()));
-    one.handle.WriteBins(bins.data(), count);
     const bool all1024 = bytes.flip();
     demand(one.handle.WriteAudioCycle(kMeters.data(), kMeters.data(), bins.data(), count, all1024),
            "a free registry takes every block");

@@ -19,9 +19,10 @@ TEST_F(Settings, OfAForeignWriterAreReadAsTheyCanBe) {
         EXPECT_EQ(count, read);
         EXPECT_TRUE(out[0].enabled);
     }
-    std::array<float, 3> values{};
+    std::array<float, 5> values{};
     EXPECT_EQ(closed.ReadRemoteControls(values[0], values[1], values[2]), 0U);
-    EXPECT_EQ(values, (std::array{10.0F, 100.0F, 0.0F})) << "the defaults";
+    EXPECT_EQ(closed.ReadRemoteHpLp(values[3], values[4]), 0U);
+    EXPECT_EQ(values, (std::array{10.0F, 100.0F, 0.0F, 20.0F, 20000.0F})) << "the defaults";
 }
 
 TEST_F(Settings, FlagsByIdAndTheirCache) {
