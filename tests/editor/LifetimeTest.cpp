@@ -51,16 +51,6 @@ std::string linesOf(const std::filesystem::path& file, const char* beginning) {
     return lines;
 }
 
-/// Waits for frames of the first track's editor: each publishes its display spectrum.
-void awaitFrames(int count = 1) {
-    constexpr float kMark = 12345.0F;
-    constexpr std::size_t kBin = raw::Slot(0) + raw::kDisplayBins;
-    for (int frame = 0; frame < count; ++frame) {
-        raw::Segment().Put(kBin, kMark);
-        EXPECT_TRUE(eventually([&] { return raw::Segment().Get<float>(kBin) != kMark; }));
-    }
-}
-
 class EditorLifetime : public testing::Test {
 protected:
     /// The host is there, the instance processes, and no X error has come to the host.
@@ -111,7 +101,8 @@ TEST_F(EditorLifetime, LeavesTheKeyboardToTheHostHoweverItEnds) {
             pauseMs(3 * round); // into a frame or between two
             comes(editor);
             EXPECT_TRUE(eventually([&] { return screen->keyboardIsFree(); }));
-            EXPECT_EQ(screen->focus() == editor.window, parentStays);
+            EXPECT_TRUE(
+                eventually([&] { return (screen->focus() == editor.window) == parentStays; }));
             EXPECT_NE(screen->focus(), Id{None});
             pauseMs(round % 2 * 500); // closed at once, or left open for a while
             EXPECT_LT(msOf([&] { editor.gui.destroy(); }), 3000);
@@ -235,8 +226,7 @@ TEST_F(EditorLifetime, DrawsOnlyWhatHasChangedAndCanBeSeen) {
     EXPECT_GT(msOf([] { awaitFrames(30); }), 30 * 60) << "ten looks a second";
     EXPECT_EQ(support::sFramesDrawn, before);
     onServer(XMapWindow, editor.window);
-    awaitFrames();
-    EXPECT_LT(msOf([] { awaitFrames(30); }), 30 * 60);
+    EXPECT_TRUE(eventually([&] { return support::sFramesDrawn > before; }));
 }
 
 TEST_F(EditorLifetime, GoesOnWhenTheRegistryIsStuck) {

@@ -109,8 +109,7 @@ TEST_F(Pixels, ShowTheStateOfBothTracks) {
     hand.click({148, 264});
     hand.move({480, 590});
     expectAll("list open", {{"list", {280, 292}, {26, 26, 34}}, {"name field", {250, 28}, kBackground}});
-    hand.click({480, 200});
-    hand.click({480, 200});
+    hand.click({480, 200}, support::Hand::Left, 2);
     hand.move({68, 540});
     expectAll("pointing at a knob, a band disabled", {
         {"tooltip, up right of the pointer", {90, 518}, {43, 43, 57}},

@@ -1,31 +1,13 @@
 #include "tests/faults/Fault.h"
 
-#include <atomic>
 #include <cerrno>
 #include <ctime>
 #include <dlfcn.h>
-#include <fcntl.h>
 #include <pthread.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
-
-struct Step {
-    std::atomic<std::int64_t> seconds, since; ///< since: by the unstepped clock
-};
-
-/// Shared with all children: made before the first of them.
-Step& sStep = *static_cast<Step*>(
-    mmap(nullptr, sizeof(Step), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-
-std::int64_t unstepped() {
-    timespec now{};
-    syscall(SYS_clock_gettime, CLOCK_REALTIME, &now);
-    return now.tv_sec;
-}
 
 thread_local int tLockTries = 0;
 
@@ -41,28 +23,9 @@ timespec timespecOf(std::int64_t ns) {
 
 } // namespace
 
-void faults::stepClock(std::int64_t seconds) {
-    sStep.since = unstepped();
-    sStep.seconds += seconds;
-}
-
 int faults::lockTries() { return tLockTries; }
 
 #define TD_REPLACES extern "C" __attribute__((visibility("default")))
-
-TD_REPLACES std::time_t time(std::time_t* result) noexcept {
-    const std::time_t now = unstepped() + sStep.seconds;
-    if (result != nullptr)
-        *result = now;
-    return now;
-}
-
-TD_REPLACES int fstat(int fd, struct stat* status) noexcept {
-    const long result = syscall(SYS_newfstatat, fd, "", status, AT_EMPTY_PATH);
-    if (result == 0 && status->st_mtime > sStep.since)
-        status->st_mtime += sStep.seconds;
-    return static_cast<int>(result);
-}
 
 TD_REPLACES int clock_gettime(clockid_t clock, timespec* now) noexcept {
     const long result = syscall(SYS_clock_gettime, clock, now);

@@ -56,17 +56,14 @@ Row timed(const std::function<void()>& call);
 Row newPair(int round);
 /// Whether the registry lock is out of use: nobody alive holds it for 0.2 s.
 bool lockIsLost();
-/// Sets the heartbeats, except those of some instances, and the object's time back by a minute, as
-/// if it had passed without a sign of life.
-void letAMinutePass(const std::vector<std::uint64_t>& except = {});
+/// Makes all signs of life older by that many seconds, but those of some instances: as if the time
+/// had passed without any, or the wall clock had been stepped. Below 0: younger.
+void age(std::int64_t seconds, const std::vector<std::uint64_t>& except = {});
 
 // Clock.cpp: the harness's own functions stand in for the C library's, for the loaded plug-in too.
 // Heartbeats come every 0.15 s instead of 3 s: waits on a condition that have an end last a
 // twentieth, and the waiting thread's monotonic clock is put ahead by the rest.
 
-/// Steps the wall clock of all processes of the harness by so many seconds, and the times of files
-/// that are written from now on.
-void stepClock(std::int64_t seconds);
 /// How often this thread has tried to get a lock.
 int lockTries();
 

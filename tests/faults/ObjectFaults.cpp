@@ -44,7 +44,7 @@ const Change kChanges[] = {
     {"cut-in-the-middle", "the object is cut to one page", Goes::Back, [] { cutTo(4096); }},
     {"emptied", "the object is cut and extended: all zero", Goes::Back, [] { cutTo(0); cutTo(off_t{raw::kBytes}); }},
     {"overwritten", "all bytes become 0xFF", Goes::Back, [] { overwrite(0, raw::kBytes); }},
-    {"lock-overwritten", "the lock's bytes become 0xFF", Goes::Back, [] { overwrite(raw::kMutex, 40); letAMinutePass(); }},
+    {"lock-overwritten", "the lock's bytes become 0xFF", Goes::Back, [] { overwrite(raw::kMutex, 40); age(60); }},
     {"replaced-by-dead", "another, dead registry under the name", Goes::Back, [] { put(raw::kBytes, 10, 99); }},
     {"replaced-by-live", "another, live registry under the name", Goes::Back, [] { put(raw::kBytes, 10, -99); }},
     {"replaced-by-version-11", "one of another version", Goes::On, [] { put(raw::kBytes, 11, -99); }},
@@ -67,7 +67,7 @@ Row change(const Change& what, bool full) {
         raw::Age(back ? 60 : 0);
         if (!back)
             std::this_thread::sleep_for(std::chrono::milliseconds(500)); // three heartbeats
-        row.require(back ? studio.isBack() : studio.isDucked(), "the pair has come apart");
+        row.require(back ? studio.isBack() : studio.comesToDuck(), "the pair has come apart");
         row.require(back || lookAt().st_ino == placed, "what was put there has been touched");
         row.add(studio.report());
         // Newcomers are never held up, whether they get in or not.
@@ -138,7 +138,7 @@ void inTrouble(const Trouble& trouble, Row& row) {
     {
         const Studio before;
         row.require(trouble.begin(), "cannot be injected");
-        row.require(before.isDucked(), "the pair has come apart");
+        row.require(before.comesToDuck(), "the pair has come apart");
         row.add(before.report());
     }
     TessellaDuckworkSHM handle;
@@ -248,7 +248,7 @@ Row lockByStranger(bool /*full*/) {
         return row;
     const As user(kUser);
     row.require(TessellaDuckworkSHM().Open(), "no registry");
-    letAMinutePass();
+    age(60);
     const ino_t dead = lookAt().st_ino;
     const int descriptor = open(raw::kPath, O_RDONLY | O_CLOEXEC);
     row.require(flock(descriptor, LOCK_EX | LOCK_NB) == 0, "not injected");

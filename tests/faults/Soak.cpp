@@ -84,19 +84,14 @@ std::string text(const char* format, auto... values) {
     return line;
 }
 
-std::string distribution(const Times& times) {
-    return text("%.1f / %.1f / %.1f / %.0f", times.quantile(0.5), times.quantile(0.99),
-                times.quantile(0.9999), times.longest());
-}
-
 constexpr const char* kFigures[] = {
     "Length, s",
     "Hosts that live through it, and their instances",
     "What else happens",
     "Blocks of 32 samples at 48 kHz",
     "Calls on the audio threads but for the clock",
-    "Processor time of a block, µs: p50 / p99 / p99.99 / most",
-    "Processor time of a host's period of 667 µs, µs: the same",
+    "Longest processor time of a block, µs",
+    "Longest of a host's period of 667 µs, µs",
     "Periods in which it was longer than the period",
     "Longest wait on a main thread, ms",
     "Most growth of a host: KiB, descriptors, threads",
@@ -105,14 +100,14 @@ constexpr const char* kFigures[] = {
 
 std::vector<std::string> Residents::figures(Minutes length, Row& row) const {
     const double seconds = std::chrono::duration<double>(Clock::now() - started).count();
-    const auto blocks = std::make_unique<Times>();
-    const auto periods = std::make_unique<Times>();
+    double longestPeriodUs = 0.0;
+    std::uint64_t periods = 0;
     std::uint64_t missed = 0;
     Holding growth{};
     for (std::size_t i = 0; i < studios.size(); ++i) {
         row.add(studios[i]->report());
-        blocks->add(studios[i]->blockTimes());
-        periods->add(studios[i]->periodTimes());
+        longestPeriodUs = std::max(longestPeriodUs, studios[i]->longestPeriodUs());
+        periods += studios[i]->periods();
         missed += studios[i]->missed();
         const Holding now = heldBy(studios[i]->process());
         growth.kilobytes = std::max(growth.kilobytes, now.kilobytes - before[i].kilobytes);
@@ -126,11 +121,11 @@ std::vector<std::string> Residents::figures(Minutes length, Row& row) const {
     return {text("%.0f", seconds),
             text("%zu", studios.size()),
             row.outcome,
-            count(blocks->size()),
+            count(row.blocks),
             count(row.calls),
-            distribution(*blocks),
-            distribution(*periods),
-            count(missed) + " of " + count(periods->size()),
+            text("%.0f", row.worstBlockUs),
+            text("%.0f", longestPeriodUs),
+            count(missed) + " of " + count(periods),
             text("%.1f", row.worstWaitMs),
             grown,
             row.failed() ? row.problem : "nothing"};
@@ -170,7 +165,7 @@ std::vector<std::string> load(Minutes length, Row& row) {
         std::this_thread::sleep_until(due);
     }
     for (std::size_t i = 0; i < hosts.size(); ++i)
-        row.require(hosts[i].isDucked(), "a pair has come apart");
+        row.require(hosts[i].comesToDuck(), "a pair has come apart");
     row.outcome = text("%d edits of every instance, as by its peer's editor, at 60 Hz", frame);
     auto figures = hosts.figures(length, row);
     figures[1] = "4 with 16, 2 editors open";
@@ -211,7 +206,7 @@ std::vector<std::string> churn(Minutes length, Row& row) {
         destroy(victim);
         // The dead have been silent for long. So have the living, when nobody gets the lock.
         const bool isLost = lockIsLost();
-        letAMinutePass(isLost ? std::vector<std::uint64_t>{} : residents);
+        age(60, isLost ? std::vector<std::uint64_t>{} : residents);
         lost += isLost ? 1 : 0;
         row.add(newPair(kills));
         for (std::size_t host = 0; host < hosts.size(); ++host)

@@ -1,12 +1,10 @@
 #include "tests/faults/Studio.h"
 
-#include "host/ByteStream.h"
 #include "tests/support/RealTimeWatch.h"
 #include "tests/support/Screen.h"
 #include "tests/support/Test.h"
 #include "tests/support/Track.h"
 
-#include <clap/ext/state.h>
 #include <deque>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -17,11 +15,10 @@ namespace faults {
 /// The host's process writes it, the harness reads it.
 struct Studio::Shared {
     std::atomic<std::uint64_t> kick[kMaxPairs], bass[kMaxPairs];
-    std::atomic<std::uint64_t> periods, wrong, waits, ducked, missed, saves, visitors;
+    std::atomic<std::uint64_t> blocks, periods, wrong, waits, ducked, missed, saves, visitors;
     std::atomic<std::uint64_t> calls, repairs;
     std::atomic<int> lastSystemCall;
-    std::atomic<double> worstSaveMs;
-    Times blockTimes, periodTimes;
+    std::atomic<double> worstSaveMs, longestBlockUs, longestPeriodUs;
     std::atomic<bool> ready;
 };
 
@@ -34,17 +31,20 @@ constexpr std::size_t kDelay = 2048;
 constexpr double kDucked = 0.8;
 constexpr const char* kKickName = "kick of the studio";
 
+/// Of one thread.
+void raise(std::atomic<double>& most, double value) { most = std::max<double>(most, value); }
+
 double threadMicroseconds() {
     timespec used{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
     return 1e6 * static_cast<double>(used.tv_sec) + 1e-3 * static_cast<double>(used.tv_nsec);
 }
 
-/// How often this thread has gone to sleep of its own accord.
-std::uint64_t threadSleeps() {
+/// How often this thread has gone to sleep of its own accord, and how many pages it has missed.
+std::pair<long, long> threadSleeps() {
     rusage usage{};
     getrusage(RUSAGE_THREAD, &usage);
-    return static_cast<std::uint64_t>(usage.ru_nvcsw);
+    return {usage.ru_nvcsw, usage.ru_minflt + usage.ru_majflt};
 }
 
 /// One instance on a loop of noise.
@@ -66,7 +66,7 @@ struct Player {
             audio.input().set(0, i, in.left[(at + i) % kLoop]);
             audio.input().set(1, i, in.right[(at + i) % kLoop]);
         }
-        const std::uint64_t sleeps = threadSleeps();
+        const auto [sleeps, misses] = threadSleeps();
         const double before = threadMicroseconds();
         support::Offences seen;
         {
@@ -75,23 +75,18 @@ struct Player {
             seen = watch.seen();
         }
         const double used = threadMicroseconds() - before;
-        shared.blockTimes.add(used);
-        note(seen, shared);
-        if (seen.repairs == 0) // which may have to wait for the process's memory map
-            shared.waits += threadSleeps() - sleeps;
+        ++shared.blocks;
+        raise(shared.longestBlockUs, used);
+        shared.calls += std::uint64_t(seen.allocations + seen.locks + seen.systemCalls);
+        shared.repairs += std::uint64_t(seen.repairs);
+        if (seen.lastSystemCall >= 0)
+            shared.lastSystemCall = seen.lastSystemCall;
+        // A page that is missed may have to wait for the process's memory map.
+        if (const auto [now, missed] = threadSleeps(); missed == misses)
+            shared.waits += std::uint64_t(now - sleeps);
         if ((at += block) > 2 * kDelay)
             measure();
         return used;
-    }
-
-    static void note(const support::Offences& seen, Studio::Shared& shared) {
-        const int calls = seen.allocations + seen.locks + seen.systemCalls;
-        if (calls != 0)
-            shared.calls += static_cast<std::uint64_t>(calls);
-        if (seen.lastSystemCall >= 0)
-            shared.lastSystemCall = seen.lastSystemCall;
-        if (seen.repairs != 0)
-            shared.repairs += static_cast<std::uint64_t>(seen.repairs);
     }
 
     void measure() {
@@ -114,32 +109,14 @@ struct Pair {
     Player kick, bass;
 };
 
-/// Waits for the next period; after a long interruption starts anew, as a sound card does.
-class Pace {
-public:
-    explicit Pace(const Studio::Setup& setup)
-        : period(setup.realTime ? std::chrono::nanoseconds(std::llround(1e9 * setup.block / kRate))
-                                : std::chrono::microseconds(1300)),
-          catchesUp(setup.realTime) {}
-    void wait() {
-        const auto now = std::chrono::steady_clock::now();
-        due =
-            std::max(due + period, catchesUp ? now - std::chrono::milliseconds(100) : now + period);
-        std::this_thread::sleep_until(due);
-    }
-
-private:
-    const std::chrono::nanoseconds period;
-    const bool catchesUp;
-    std::chrono::steady_clock::time_point due = std::chrono::steady_clock::now();
-};
-
 [[noreturn]] void playForever(std::deque<Pair>& pairs, const Studio::Setup& setup,
                               Studio::Shared& shared) {
     if (!support::trapSystemCalls())
         _exit(1);
     const double periodUs = 1e6 * setup.block / kRate;
-    for (Pace pace(setup);; pace.wait()) {
+    const std::chrono::duration<double, std::micro> pace(setup.realTime ? periodUs : 1300.0);
+    auto due = std::chrono::steady_clock::now();
+    for (;; std::this_thread::sleep_until(due)) {
         double used = 0.0;
         bool ducked = true;
         for (auto& [kick, bass] : pairs) {
@@ -148,9 +125,12 @@ private:
             ducked = ducked && bass.gain < kDucked;
         }
         shared.ducked += ducked ? 1 : 0;
-        shared.periodTimes.add(used);
+        raise(shared.longestPeriodUs, used);
         shared.missed += used > periodUs ? 1 : 0;
         ++shared.periods;
+        // After a long interruption it starts anew, as a sound card does.
+        due = std::max(due + std::chrono::duration_cast<std::chrono::nanoseconds>(pace),
+                       std::chrono::steady_clock::now() - std::chrono::milliseconds(100));
     }
 }
 
@@ -200,11 +180,9 @@ void visit() {
         editor.emplace(*screen, pairs.front().kick.track, host::GuiSize{480, 300}, *setup.editorAt);
     }
     shared.ready = true;
-    const auto* table = bass.instance.extension<clap_plugin_state_t>(CLAP_EXT_STATE);
     for (;; std::this_thread::sleep_for(std::chrono::milliseconds(20)), ++shared.saves) {
-        host::ByteSink sink;
-        const auto save = [&] { table->save(bass.instance.plugin(), sink.stream()); };
-        shared.worstSaveMs = std::max<double>(shared.worstSaveMs, timed(save).worstWaitMs);
+        const Row save = timed([&] { (void)host::saveState(bass.instance); });
+        raise(shared.worstSaveMs, save.worstWaitMs);
         if (setup.visitors) {
             visit();
             ++shared.visitors;
@@ -230,8 +208,8 @@ Studio::~Studio() {
 
 std::uint64_t Studio::kick(std::size_t pair) const { return shared.kick[pair]; }
 std::uint64_t Studio::bass(std::size_t pair) const { return shared.bass[pair]; }
-const Times& Studio::blockTimes() const { return shared.blockTimes; }
-const Times& Studio::periodTimes() const { return shared.periodTimes; }
+double Studio::longestPeriodUs() const { return shared.longestPeriodUs; }
+std::uint64_t Studio::periods() const { return shared.periods; }
 std::uint64_t Studio::missed() const { return shared.missed; }
 std::uint64_t Studio::visitors() const { return shared.visitors; }
 
@@ -257,7 +235,6 @@ bool Studio::isDucked() const {
            shared.ducked >= before + looked * 7 / 10;
 }
 
-/// Not by the clock: on a busy machine a look may miss some blocks.
 bool Studio::comesToDuck() const {
     int looks = 100;
     while (looks > 0 && !isDucked())
@@ -284,8 +261,8 @@ bool Studio::isBack() const {
 }
 
 Row Studio::report() const {
-    Row row{.worstBlockUs = shared.blockTimes.longest(), .worstWaitMs = shared.worstSaveMs};
-    row.blocks = shared.blockTimes.size();
+    Row row{.worstBlockUs = shared.longestBlockUs, .worstWaitMs = shared.worstSaveMs};
+    row.blocks = shared.blocks;
     row.calls = shared.calls;
     row.repairs = shared.repairs;
     const std::uint64_t periods = shared.periods;

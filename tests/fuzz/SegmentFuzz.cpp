@@ -79,6 +79,21 @@ struct Studio {
             session.press({at, at.x, ui::EditorSession::Button::Primary, at.y});
         session.pollAndSyncSHM();
         demand(session.panel().view.peerId != 0, "they are paired");
+        missFrames();
+    }
+    /// What is missed now and then stays as it was seen last.
+    void missFrames() {
+        const fuzz::MappedRegistry registry;
+        for (int block = 0; block < 64; ++block)
+            peer.playBlock();
+        for (int frame = 0; frame < 300; ++frame) // comes to rest
+            session.pollAndSyncSHM();
+        const auto levels = session.panel().remoteLevels;
+        for (int frame = 0; frame < 40; ++frame) {
+            registry->slots[1].active = std::uint8_t(frame % 2);
+            session.pollAndSyncSHM();
+            demand(session.panel().remoteLevels == levels, "misses are counted in a row");
+        }
     }
 };
 

@@ -5,7 +5,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <sys/resource.h>
-#include <sys/wait.h>
 
 namespace {
 
@@ -105,17 +104,12 @@ TEST(GuardedMapping, PassesForeignFaultsOnAndPutsTheFormerHandlerBack) {
                  {"without a handler", none, false, true},
                  {"that installs one later", none, true, false}};
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.host);
         raw::Make(raw::kBytes, 10, "GRDT", 1, 0);
-        const pid_t child = fork();
-        if (child == 0)
-            runHost(c.own, c.coverOurs);
-        int status = 0;
-        waitpid(child, &status, 0);
         if (c.dies)
-            EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGBUS) << c.host;
+            EXPECT_EXIT(runHost(c.own, c.coverOurs), testing::KilledBySignal(SIGBUS), "");
         else
-            EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0)
-                << c.host << ": " << WEXITSTATUS(status);
+            EXPECT_EXIT(runHost(c.own, c.coverOurs), testing::ExitedWithCode(0), "");
     }
     raw::Remove();
 }

@@ -6,6 +6,7 @@
 #include "tools/registry/View.h"
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
 
@@ -57,6 +58,18 @@ TEST_F(RegistryToolLive, FindsTheProcessOfASlot) {
     ASSERT_TRUE(handle.Open());
     EXPECT_EQ(registry::findOwner(handle.MyId()), getpid());
     EXPECT_FALSE(registry::findOwner(handle.MyId() ^ (std::uint64_t{1} << 46)).has_value());
+}
+
+TEST_F(RegistryToolLive, EndsWithWhatItFound) {
+    TessellaDuckworkSHM handle;
+    const auto statusOf = [](const std::string& words) {
+        return WEXITSTATUS(std::system((TD_REGISTRY " " + words).c_str()));
+    };
+    for (const char* words : {"2>/dev/null", "--json >/dev/null 2>&1", "unpair 0 2>/dev/null"})
+        EXPECT_EQ(statusOf(words), 3) << words;
+    ASSERT_TRUE(handle.Open());
+    EXPECT_EQ(statusOf("--json >/dev/null"), 0);
+    EXPECT_EQ(statusOf(">/dev/full 2>&1"), 2);
 }
 
 TEST_F(RegistryToolLive, IsReadByTheExample) {

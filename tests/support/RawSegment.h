@@ -63,7 +63,7 @@ inline struct stat Stat() {
 }
 
 /// Sets back by that many seconds when the object was made.
-inline void Age(int seconds) {
+inline void Age(std::int64_t seconds) {
     const timespec made{.tv_sec = std::time(nullptr) - seconds, .tv_nsec = 0};
     const timespec times[] = {made, made};
     utimensat(AT_FDCWD, kPath, times, 0);

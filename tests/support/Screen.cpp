@@ -118,6 +118,14 @@ void Screen::button(unsigned number, bool down) {
     XTestFakeButtonEvent(display, number, down, CurrentTime);
 }
 
+void Screen::click(unsigned number, int times) {
+    XSynchronize(display, False); // all in one request to the server
+    for (int i = 0; i < 2 * times; ++i)
+        button(number, i % 2 == 0);
+    XSync(display, False);
+    XSynchronize(display, True);
+}
+
 void Screen::key(unsigned long keysym, bool down) {
     XTestFakeKeyEvent(display, XKeysymToKeycode(display, keysym), down, CurrentTime);
 }
@@ -156,10 +164,9 @@ Pixel Hand::pixel(ui::Point at) {
     return screen.pixel(child, x, y);
 }
 
-void Hand::click(ui::Point at, Button button) {
+void Hand::click(ui::Point at, Button button, int times) {
     move(at);
-    screen.button(button, true);
-    screen.button(button, false);
+    screen.click(button, times);
 }
 
 void Hand::drag(ui::Point from, ui::Point to) {
@@ -174,8 +181,7 @@ void Hand::drag(ui::Point from, ui::Point to) {
 }
 
 void Hand::scroll(ui::Point at, int notches) {
-    for (int i = 0; i < std::abs(notches); ++i)
-        click(at, notches > 0 ? WheelUp : WheelDown);
+    click(at, notches > 0 ? WheelUp : WheelDown, std::abs(notches));
 }
 
 void Hand::key(unsigned long keysym) {

@@ -3,6 +3,7 @@
 
 #include "plugin/StateChunk.h"
 #include "tests/support/Eventually.h"
+#include "tests/support/RawSegment.h"
 #include "tests/support/Track.h"
 #include "ui/Canvas.h"
 
@@ -72,7 +73,10 @@ public:
     [[nodiscard]] static int strayErrors() { return sStrayErrors; }
 
     void pointTo(Id window, int xPx, int yPx);
-    void button(unsigned number, bool down); ///< 1 left, 2 middle, 3 right, 4 and 5 wheel
+    /// 1 left, 2 middle, 3 right, 4 and 5 wheel.
+    void button(unsigned number, bool down);
+    /// So many clicks at one instant of the server, however busy the machine is.
+    void click(unsigned number, int times);
     void key(unsigned long keysym, bool down);
     [[nodiscard]] Pixel pixel(Id window, int xPx, int yPx);
 
@@ -92,7 +96,7 @@ public:
     Hand(Screen& onScreen, Screen::Id parent);
 
     void move(ui::Point to);
-    void click(ui::Point at, Button button = Left);
+    void click(ui::Point at, Button button = Left, int times = 1);
     void drag(ui::Point from, ui::Point to);
     void scroll(ui::Point at, int notches); ///< up is positive
     void shift(bool down) { screen.key(kShift, down); }
@@ -110,6 +114,16 @@ private:
     Screen& screen;
     Screen::Id child = 0;
 };
+
+/// Waits for frames of the editor of the instance in slot 0: each publishes its display spectrum.
+inline void awaitFrames(int count = 1) {
+    constexpr float kMark = 12345.0F;
+    constexpr std::size_t kBin = raw::Slot(0) + raw::kDisplayBins;
+    for (int frame = 0; frame < count; ++frame) {
+        raw::Segment().Put(kBin, kMark);
+        EXPECT_TRUE(eventually([&] { return raw::Segment().Get<float>(kBin) != kMark; }));
+    }
+}
 
 /// The state that the host would save now.
 inline state::Reading savedBy(const Track& track) {

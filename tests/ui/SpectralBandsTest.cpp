@@ -33,10 +33,11 @@ TEST(SpectralBands, EditsGiveTheseBands) {
     const std::tuple<const char*, BandSet, void (*)(BandSet&), const char*> cases[] = {
         {"not 10 Hz from an edge", one, [](auto& l) { splitBand(l, 30), splitBand(l, 19990); }, "20-20000a"},
         {"merge", three, [](auto& l) { mergeBands(l, 0); }, "20-5000a 5000-8000c"},
-        {"no such edge", two, [](auto& l) { mergeBands(l, -1); }, "20-90a 90-19000b"},
+        {"no such edges", two, [](auto& l) { mergeBands(l, -1), mergeBands(l, 1); }, "20-90a 90-19000b"},
         {"below edge 1", three, [](auto& l) { moveEdge(l, 0, 9e3F); }, "20-4990a 4990-5000b 5000-8000c"},
         {"above the lower edge", two, [](auto& l) { moveEdge(l, 0, 0); }, "20-30a 30-19000b"},
         {"deliberate: past band 2", three, [](auto& l) { moveEdge(l, 1, 9e3F); }, "20-200a 200-9000b 9000-8000c"},
+        {"no room on the axis", bandsOf({20, 22, 22, 25, 25, 8000}), [](auto& l) { moveEdge(l, 0, 21); }, "20-20a 20-25b 25-8000c"},
         {"above edge 0", three, [](auto& l) { moveEdge(l, 1, 20); }, "20-200a 200-210b 210-8000c"},
         {"as wide at 20 kHz", three, [](auto& l) { moveBand(l, 1, 1e3F, 4e3F, 2e4F); }, "20-5000a 5000-20000b 20000-8000c"},
         {"pressed below the axis", two, [](auto& l) { moveBand(l, 0, 0, 90, 100); }, "100-450a 450-19000b"},
