@@ -79,9 +79,11 @@ public:
     /// Takes in what others have set and publishes what they have not got yet. The gate is closed.
     /// [main, heartbeat, ui]
     void Sync(shm::Visit& visit);
-    /// After Sync: what the host has set of bands and filters, which does not go out with its
-    /// events. [main, heartbeat, ui]
-    void PublishHostsChanges(shm::Visit& visit);
+    // After Sync: what the host has set goes out, too, if not with its events. Deliberate: bands
+    // not with an editor's frame; the wheel over them turns a parameter only. [main, heartbeat, ui]
+
+    void PublishHostsFilters(shm::Visit& visit);
+    void PublishHostsBands(shm::Visit& visit);
     /// Tells the host of what Sync has taken in; no lock is held. [main, heartbeat, ui]
     void TellHost();
     /// Sync for what is kept: a band that is off shows the host its own ratio again.

@@ -87,14 +87,21 @@ void OwnSettings::Sync(shm::Visit& visit) {
     Publish(visit);
 }
 
-void OwnSettings::PublishHostsChanges(shm::Visit& visit) {
+void OwnSettings::PublishHostsFilters(shm::Visit& visit) {
     const std::scoped_lock lock(mutex);
-    shm::Settings published;
-    if (visit.ReadOwnBands(published.bands) != 0 && published.bands != WithUsableEdges(BandsNow()))
-        bands.pending.store(kWhole, std::memory_order_relaxed);
-    if (visit.ReadOwnHpLp(published.filters) != 0 &&
-        published.filters != ValuesOf<shm::Filters>(HP))
-        filters.pending.store(kWhole, std::memory_order_relaxed);
+    shm::Filters published;
+    if (visit.ReadOwnHpLp(published) == 0 || published == ValuesOf<shm::Filters>(HP))
+        return;
+    filters.pending.store(kWhole, std::memory_order_relaxed);
+    Publish(visit);
+}
+
+void OwnSettings::PublishHostsBands(shm::Visit& visit) {
+    const std::scoped_lock lock(mutex);
+    shm::BandSet published;
+    if (visit.ReadOwnBands(published) == 0 || published == WithUsableEdges(BandsNow()))
+        return;
+    bands.pending.store(kWhole, std::memory_order_relaxed);
     Publish(visit);
 }
 
@@ -124,7 +131,8 @@ void OwnSettings::FlushSHMToParams() {
 
 void OwnSettings::Flush(shm::Visit& visit) {
     Sync(visit);
-    PublishHostsChanges(visit);
+    PublishHostsFilters(visit);
+    PublishHostsBands(visit);
     const std::scoped_lock lock(mutex);
     for (std::size_t band = 0; band < shm::kBandCount; ++band)
         if (const float ratio = hiddenRatio[band]; ratio != 0.0F) {

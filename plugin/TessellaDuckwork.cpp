@@ -91,7 +91,8 @@ void TessellaDuckwork::LookAround() {
         shm::PatientVisit visit(shm);
         visit.CleanDead();
         own.Sync(visit);
-        own.PublishHostsChanges(visit);
+        own.PublishHostsFilters(visit);
+        own.PublishHostsBands(visit);
         peer.Follow(visit);
     }
     own.TellHost();

@@ -35,7 +35,7 @@ bool TessellaDuckwork::FollowRegistry(std::span<const float, shm::kDisplayBinCou
             visit.WriteState(kNoState.data());
             visit.WriteBins(displayDb);
             own.Sync(visit);
-            own.PublishHostsChanges(visit);
+            own.PublishHostsFilters(visit);
             peer.Follow(visit);
             if (++framesToCleanup >= kFramesBetweenCleanups) {
                 framesToCleanup = 0;

@@ -35,15 +35,52 @@ constexpr Stage kStages[] = {
         TessellaDuckworkSHM::ForceCleanIfStale(10);
     }};
 
+constexpr Stage kCreating = [](TessellaDuckworkSHM& handle, std::uint64_t) {
+    raw::Remove();
+    (void)handle.Open();
+};
+
 /// Lets a process live for a random time of at most so many microseconds.
 void killIn(Stage stage, std::uint64_t other, std::minstd_rand& random, unsigned most) {
     const pid_t child = spawn([=]() -> bool {
         for (TessellaDuckworkSHM handle;;)
-            if (handle.Opened() || handle.Open())
+            if (handle.Opened() || handle.Open() || stage == kCreating)
                 stage(handle, other);
     });
     std::this_thread::sleep_for(std::chrono::microseconds(random() % most));
     destroy(child);
+}
+
+/// Kills a partner of the bass. What it published last ducks until it is swept, by a heartbeat of
+/// the studio: nobody has an editor open, nobody comes. Returns how long, s.
+double killPartner(const Studio& studio, bool full, Row& row) {
+    TessellaDuckworkSHM other; // has the kick, or that would be the bass's partner again
+    row.require(other.Open(), "no handle");
+    other.SetRemoteId(studio.kick());
+    const pid_t partner = spawn([&studio]() -> bool {
+        constexpr std::array<float, 1024> kLoud = [] {
+            std::array<float, 1024> bins{};
+            bins.fill(1000.0F);
+            return bins;
+        }();
+        TessellaDuckworkSHM handle;
+        (void)handle.Open();
+        handle.WriteAudioCycle(kZeros, kZeros, kLoud.data(), 1024, true);
+        handle.SetRemoteId(studio.bass());
+        return pause() == 0;
+    });
+    const auto isTaken = [&] { return support::activeSlot(studio.bass())->remoteId != 0; };
+    row.require(eventually(isTaken), "nobody takes the bass");
+    destroy(partner);
+    row.require(studio.comesToDuck(), "the dead does not duck");
+    if (!full)
+        age(60, {studio.kick(), studio.bass(), other.MyId()});
+    // A look takes a tenth of a second: 500 of them.
+    const auto isSwept = [&] { return other.Touch(), !studio.isDucked(); };
+    const Row swept = timed(
+        [&] { row.require(eventually(isSwept, std::chrono::seconds(1)), "the dead ducks on"); });
+    row.require(studio.pair() && studio.isBack(), "the living are not paired");
+    return swept.worstWaitMs / 1000.0;
 }
 
 Row killBesideAStudio(bool full) {
@@ -62,10 +99,32 @@ Row killBesideAStudio(bool full) {
         if (isLost || round % 100 == 99)
             row.require(studio.isBack(), "the living are not paired");
     }
+    const int untilSwept = static_cast<int>(std::lround(killPartner(studio, full, row)));
     row.outcome = "a new pair forms after each; " + std::to_string(lost) +
                   " left the lock behind: all move to a new registry";
-    row.lost = "ducking for 10 s where the lock was left behind";
+    row.lost = "ducking for 10 s where the lock was left behind; a killed partner's peer: ducking "
+               "until swept, " +
+               std::to_string(untilSwept) + " s";
     row.add(studio.report());
+    return row;
+}
+
+Row killWhileCreating(bool full) {
+    Row row{.rounds = full ? 1000 : 30};
+    std::minstd_rand random(21);
+    int waits = 0;
+    for (int round = 0; round < row.rounds && !row.failed(); ++round) {
+        killIn(kCreating, 0, random, 3000);
+        const bool whole =
+            access(raw::kPath, F_OK) == 0 && raw::Stat().st_size == off_t{raw::kBytes};
+        if (whole && lockIsLost())
+            age(60);
+        const Row pair = newPair(round);
+        waits += pair.worstWaitMs > 900 ? 1 : 0;
+        row.add(pair);
+    }
+    row.outcome = "a new pair forms after each; " + std::to_string(waits) +
+                  " waited 1 s for a registry left half-made";
     return row;
 }
 
@@ -204,6 +263,31 @@ Row stopAndTake(bool full) {
     return row;
 }
 
+/// By ageing all that bears a time. The studio stands still meanwhile, so that nobody is quicker
+/// than the sweeps.
+Row stepClockByAnHour(bool full) {
+    Row row{.rounds = full ? 40 : 4};
+    const Studio studio;
+    int replaced = 0;
+    for (int round = 0; round < row.rounds && !row.failed(); ++round) {
+        const ino_t before = raw::Stat().st_ino;
+        kill(studio.process(), SIGSTOP);
+        age(round % 4 < 2 ? 3600 : -3600); // all that compares times sees them apart
+        TessellaDuckworkSHM newcomer;
+        if (round % 2 == 0)
+            row.add(timed([&] { row.require(newcomer.Open(), "no newcomer"); }));
+        newcomer.CleanDead();
+        kill(studio.process(), SIGCONT);
+        row.require(studio.isBack(), "the living are not paired in round " + std::to_string(round));
+        replaced += raw::Stat().st_ino != before ? 1 : 0;
+    }
+    row.outcome = "all paired after the next heartbeat, " + std::to_string(replaced) +
+                  " times in a new registry";
+    row.lost = "ducking until the next heartbeat where replaced";
+    row.add(studio.report());
+    return row;
+}
+
 /// Loads a state and starts processing while the lock is busy for longer than anybody waits.
 Row loadWhileBusy(bool full) {
     Row row{.rounds = full ? 20 : 2};
@@ -237,8 +321,11 @@ Row loadWhileBusy(bool full) {
 Faults processFaults() {
     return {
         {"kill-beside-pair",
-         "kill -9 at a random moment of opening, closing, publishing, pairing, sweeping",
+         "kill -9 at a random moment of opening, closing, publishing, pairing, sweeping; of a "
+         "partner",
          killBesideAStudio},
+        {"kill-creating", "kill -9 at a random moment of creating and initialising",
+         killWhileCreating},
         {"kill-lock-holder",
          "kill -9 of a process that holds the lock, also a robust one of another build",
          killHolder},
@@ -249,6 +336,8 @@ Faults processFaults() {
         {"stopped-for-15-s",
          "SIGSTOP of a host for 15 s, beside it one living and 13 dead slots, newcomers, SIGCONT",
          stopAndTake},
+        {"clock-stepped", "wall clock stepped by an hour, forwards and backwards",
+         stepClockByAnHour},
         {"state-load-while-busy",
          "lock held while a state is loaded and saved and processing started", loadWhileBusy}};
 }

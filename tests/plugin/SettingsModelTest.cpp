@@ -169,16 +169,17 @@ struct Model {
         publish(filters, HP, slot.filters);
         publish(controls, Attack, slot.controls);
     }
-    /// What the host has set of bands and filters goes out here only.
+    /// What the host has set of filters goes out here, of bands in flush only.
     void sync() {
         take(), takeDuck();
-        bands.lacks |= !broken && slot.bands != shown() ? ~0U : 0;
         filters.lacks |= !broken && slot.filters != values<shm::Filters>(HP) ? ~0U : 0;
         publish();
     }
     /// Sync, and a band that is off shows its own ratio.
     void flush() {
         sync();
+        bands.lacks |= !broken && slot.bands != shown() ? ~0U : 0;
+        publish();
         for (int i = 0; i < 3; ++i)
             if (const float ratio = std::exchange(hidden[std::size_t(i)], 0.0F); ratio != 0)
                 set(RatioLow + i, ratio);

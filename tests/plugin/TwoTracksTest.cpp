@@ -77,6 +77,7 @@ public:
     /// Saved after all have looked: what each has of the other is what that has itself.
     std::array<Bytes, 2> project() {
         frames();
+        (void)tracks[1].saved(); // publishes what its host has set, as a heartbeat does
         states = {tracks[0].saved(), tracks[1].saved()};
         for (std::size_t i : {0U, 1U}) {
             iplug::IByteChunk chunk;
