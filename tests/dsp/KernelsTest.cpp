@@ -170,7 +170,7 @@ TEST(Kernels, GlideSlowlyWithoutStalling) {
     const dsp::DenormalGuard guard;
     for (const dsp::Kernels* set : dsp::usableKernels())
         for (const double goal : {1.0, 0.3}) { // up from 0.001 to it
-            alignas(64) std::array<float, 32> peer, inverse, power, gain, carry{};
+            alignas(64) std::array<float, 64> peer, inverse, power, gain, carry{};
             peer.fill(static_cast<float>(1.0 / goal));
             inverse.fill(1.0F);
             power.fill(-1.0F);
@@ -180,9 +180,9 @@ TEST(Kernels, GlideSlowlyWithoutStalling) {
             const double target = peer[0] > 1.0F ? 1.0 / double{peer[0]} : 1.0;
             for (int step = 0; step < 3000; ++step) {
                 const bool unity = set->glideGains({peer.data(), inverse.data(), power.data(),
-                                                    gain.data(), carry.data(), coef, coef, 32});
+                                                    gain.data(), carry.data(), coef, coef, 64});
                 expected = target + double{coef} * (expected - target);
-                ASSERT_NEAR(gain[17] / expected, 1.0, 1e-6) << set->name << ", step " << step;
+                ASSERT_NEAR(gain[49] / expected, 1.0, 1e-6) << set->name << ", step " << step;
                 ASSERT_EQ(unity, gain[0] == 1.0F);
             }
             EXPECT_EQ(gain[0] == 1.0F, goal == 1.0) << set->name;
@@ -196,15 +196,15 @@ TEST(Kernels, ReduceAnyExcessByAnyPower) {
     for (const dsp::Kernels* set : dsp::usableKernels())
         for (const double power : {-1.0, -0.9999, -0.75, -0.5, -1e-3, 0.0})
             for (double excess = 1.0000002; excess <= largest; excess *= 1.013) {
-                alignas(64) std::array<float, 32> peer, inverse, powers, gain{}, carry{};
+                alignas(64) std::array<float, 64> peer, inverse, powers, gain{}, carry{};
                 peer.fill(static_cast<float>(excess));
                 inverse.fill(1.0F);
                 powers.fill(static_cast<float>(power));
                 set->glideGains({peer.data(), inverse.data(), powers.data(), gain.data(),
-                                 carry.data(), 0.0F, 0.0F, 32});
+                                 carry.data(), 0.0F, 0.0F, 64});
                 const double expected = std::pow(double{peer[0]}, double{powers[0]});
                 const double error = expected > 1e-4 ? 5e-7 : 1e-5;
-                ASSERT_NEAR(gain[31], expected, error * expected + 1e-37)
+                ASSERT_NEAR(gain[63], expected, error * expected + 1e-37)
                     << set->name << ", " << excess << " to the " << power;
             }
 }
