@@ -27,7 +27,7 @@ struct PairFrame {
 };
 
 /// One step of the gains towards what a peer's spectrum asks for, for the kernels.
-/// `bins` is a multiple of 8; all arrays hold as many values and, but for the peer's, are aligned
+/// `bins` is a multiple of 64; all arrays hold as many values and, but for the peer's, are aligned
 /// to 64 bytes.
 ///
 /// The target of a bin is (peer · inverseThreshold)^power where that product is above 1, else 1;

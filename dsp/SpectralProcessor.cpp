@@ -136,7 +136,10 @@ void SpectralProcessor::processBlock(const FrameSettings& settings) {
     const bool gainsAreOne = glideGains(settings);
     overlapAddFrame(gainsAreOne, settings.outputGain);
     shareMagnitude();
-    meterBands(reduction.bands());
+    if (gainsAreOne)
+        grLowDb = grMidDb = grHighDb = 0.0F; // what meterBands would find
+    else
+        meterBands(reduction.bands());
     filling = 1 - filling;
     emitting = (emitting + 1) % 4;
 }

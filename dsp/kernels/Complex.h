@@ -66,7 +66,22 @@ template <class T>
     x[3] = difference02 - turned13;
 }
 
-/// Plain Fourier transform of R = 4 or 8 points, unnormalised in both directions: from in(i) to
+/// x[i][k] times e^(−2πi·ik/16): between the two steps of a transform of 16 points.
+template <class T>
+[[gnu::always_inline]] inline void turnBySixteenths(Complex<T> (&x)[4][4]) {
+    constexpr float kCosine[10] = {1.0F, 0.92387953F,  0.70710678F, 0.38268343F, 0.0F,
+                                   0.0F, -0.70710678F, 0.0F,        0.0F,        -0.92387953F};
+    constexpr float kSine[10] = {0.0F, 0.38268343F, 0.70710678F, 0.92387953F, 1.0F,
+                                 0.0F, 0.70710678F, 0.0F,        0.0F,        -0.38268343F};
+    for (int i = 1; i < 4; ++i)
+        for (int k = 1; k < 4; ++k) {
+            Complex<T>& point = x[i][k];
+            point = point * Complex<T>(broadcastLike(point.re, kCosine[i * k]),
+                                       broadcastLike(point.re, -kSine[i * k]));
+        }
+}
+
+/// Plain Fourier transform of R = 4, 8 or 16 points, unnormalised in both directions: from in(i) to
 /// out(k, point). Asks for each point as late as it can: eight at once do not fit the registers.
 /// The inverse is the forward transform of the points with re and im swapped, swapped back: names,
 /// no work.
@@ -81,6 +96,20 @@ template <Direction kDirection, int R, class In, class Out>
         dftOfFour(x);
         for (int k = 0; k < 4; ++k)
             put(k, x[k]);
+    } else if constexpr (R == 16) {
+        Point x[4][4];
+        for (int i = 0; i < 4; ++i) {
+            for (int j = 0; j < 4; ++j)
+                x[i][j] = get(i + 4 * j);
+            dftOfFour(x[i]);
+        }
+        turnBySixteenths(x);
+        for (int k = 0; k < 4; ++k) {
+            Point across[4] = {x[0][k], x[1][k], x[2][k], x[3][k]};
+            dftOfFour(across);
+            for (int l = 0; l < 4; ++l)
+                put(k + 4 * l, across[l]);
+        }
     } else {
         Point even[4] = {get(0), get(2), get(4), get(6)};
         dftOfFour(even);

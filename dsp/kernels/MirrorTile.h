@@ -28,12 +28,11 @@ namespace {
 
 /// (|L| + |R|) / 2 on twice the plain transform's scale, of a bin z of l + i·r and its mirror
 /// image: L = z + conj mirrored, R = (z − conj mirrored) / i.
-template <class T>
-inline T meanMagnitude(Complex<T> z, Complex<T> mirrored) {
-    const Complex<T> left = z + conj(mirrored);
-    const Complex<T> right = z - conj(mirrored);
-    return broadcastLike(T{}, 0.5F) * (squareRoot(left.re * left.re + left.im * left.im) +
-                                       squareRoot(right.re * right.re + right.im * right.im));
+inline Vec meanMagnitude(Row z, Row mirrored) {
+    const Row left = z + conj(mirrored);
+    const Row right = z - conj(mirrored);
+    return broadcast(0.5F) * (squareRoot(left.re * left.re + left.im * left.im) +
+                              otherSquareRoot(right.re * right.re + right.im * right.im));
 }
 
 /// Σ of the lanes' points, each times its row of the matrix; in two sums, which do not wait for
@@ -72,6 +71,10 @@ public:
             rows, [this](int j) { return downRow(j); },
             [](Row lane, Row root) { return timesConj(lane, root); }, down);
     }
+
+    /// The same, apart from what follows: with all steps of a wide tile in one function GCC runs
+    /// out of registers.
+    [[gnu::noinline]] void transformForwardApart(const Row* rows) { transformForward(rows); }
 
     /// Measures the magnitude of each pair of mirrored bins and, with kReduce, applies its gain.
     template <bool kReduce>
@@ -190,14 +193,18 @@ inline float packedMagnitude(Row row) {
 template <int N, bool kReduce>
 inline void applyGains(Row* rows, const PairFrame& frame) {
     const float packed = packedMagnitude(rows[0]);
+    // First: its sums wait for one another, and tiles fill the time.
+    applyGainsToMiddleRow<N, kReduce>(rows, frame);
     for (int index = 0; index < kRows<N> / 2 / kWidth; ++index) {
         MirrorTile<N> tile(index);
-        tile.transformForward(rows);
+        if constexpr (kReduce && kWidth == 16)
+            tile.transformForwardApart(rows);
+        else
+            tile.transformForward(rows);
         tile.template applyGains<kReduce>(frame);
         if constexpr (kReduce)
             tile.transformBack(rows);
     }
-    applyGainsToMiddleRow<N, kReduce>(rows, frame);
     frame.magnitude[0] = packed;
 }
 

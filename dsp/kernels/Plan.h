@@ -19,11 +19,14 @@ using Row = Complex<Vec>;
 template <int N>
 constexpr int kRows = N / kWidth;
 
-/// The first radix of a lane transform of that length: 4 until the rest is a power of 8.
+/// The first radix of a lane transform of that length: 4 until the rest is a power of 8. Where
+/// there are registers for it, a last radix of 16 saves a pass.
 constexpr int radixOf(int length) {
     int rest = length;
     while (rest % 8 == 0)
         rest /= 8;
+    if (kWidth == 16 && rest == 2)
+        return length == 16 ? 16 : 8;
     return rest == 1 ? 8 : 4;
 }
 

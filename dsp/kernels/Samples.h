@@ -23,6 +23,9 @@ using UnalignedHalfVec [[gnu::vector_size(4 * kDoubles), gnu::aligned(4)]] = flo
 #if defined(TD_KERNEL_INTRINSICS) && TD_KERNEL_WIDTH == 8
 inline HalfVec halfOf(DoubleVec doubles) { return _mm256_cvtpd_ps(doubles); }
 inline DoubleVec doublesOf(HalfVec half) { return _mm256_cvtps_pd(half); }
+#elif defined(TD_KERNEL_INTRINSICS) && TD_KERNEL_WIDTH == 16
+inline HalfVec halfOf(DoubleVec doubles) { return _mm512_cvtpd_ps(doubles); }
+inline DoubleVec doublesOf(HalfVec half) { return _mm512_cvtps_pd(half); }
 #else
 inline HalfVec halfOf(DoubleVec doubles) { return __builtin_convertvector(doubles, HalfVec); }
 inline DoubleVec doublesOf(HalfVec half) { return __builtin_convertvector(half, DoubleVec); }
@@ -98,6 +101,20 @@ void meanOf(const double* left, const double* right, float* to, int n) {
         to[i] = static_cast<float>((left[i] + right[i]) * 0.5);
 }
 
+/// The sum of all lanes and of n more values.
+inline float sumWithRest(Vec lanes, const float* rest, int n) {
+#if TD_KERNEL_WIDTH == 16
+    for (; n > 0; n -= kWidth, rest += kWidth)
+        lanes += loadFirst(rest, n);
+    return sumOfLanes(lanes);
+#else
+    float sum = sumOfLanes(lanes);
+    for (int i = 0; i < n; ++i)
+        sum += rest[i];
+    return sum;
+#endif
+}
+
 /// Several sums side by side: one alone would wait for each addition.
 float sumOf(const float* values, int n) {
     Vec sums[4] = {};
@@ -105,10 +122,7 @@ float sumOf(const float* values, int n) {
     for (; i + 4 * kWidth <= n; i += 4 * kWidth)
         for (int part = 0; part < 4; ++part)
             sums[part] += loadAnywhere(values + i + part * kWidth);
-    float sum = sumOfLanes((sums[0] + sums[1]) + (sums[2] + sums[3]));
-    for (; i < n; ++i)
-        sum += values[i];
-    return sum;
+    return sumWithRest((sums[0] + sums[1]) + (sums[2] + sums[3]), values + i, n - i);
 }
 
 /// In doubles: a float sum of a thousand huge values would overflow.

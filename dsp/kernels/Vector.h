@@ -15,7 +15,7 @@
 namespace dsp::TD_KERNEL_SET {
 namespace {
 
-/// Lanes of a vector: 4 or 8.
+/// Lanes of a vector: 4, 8 or 16.
 constexpr int kWidth = TD_KERNEL_WIDTH;
 
 using Vec [[gnu::vector_size(4 * kWidth)]] = float;
@@ -34,7 +34,10 @@ inline float broadcastLike(float, float value) { return value; }
 inline Vec broadcastLike(Vec, float value) { return broadcast(value); }
 
 // b if one of them is no number.
-#if defined(TD_KERNEL_INTRINSICS) && TD_KERNEL_WIDTH == 8
+#if defined(TD_KERNEL_INTRINSICS) && TD_KERNEL_WIDTH == 16
+inline Vec smaller(Vec a, Vec b) { return _mm512_min_ps(a, b); }
+inline Vec larger(Vec a, Vec b) { return _mm512_max_ps(a, b); }
+#elif defined(TD_KERNEL_INTRINSICS) && TD_KERNEL_WIDTH == 8
 inline Vec smaller(Vec a, Vec b) { return _mm256_min_ps(a, b); }
 inline Vec larger(Vec a, Vec b) { return _mm256_max_ps(a, b); }
 #else
@@ -52,7 +55,12 @@ inline Vec absolute(Vec value) { return fromBits(bitsOf(value) & 0x7FFFFFFFU); }
 
 inline float squareRoot(float value) { return __builtin_sqrtf(value); }
 
-#if defined(TD_KERNEL_INTRINSICS) && TD_KERNEL_WIDTH == 8
+#if defined(TD_KERNEL_INTRINSICS) && TD_KERNEL_WIDTH == 16
+inline Vec squareRoot(Vec value) { return _mm512_sqrt_ps(value); }
+inline bool anyOf(IntVec mask) {
+    return _mm512_movepi32_mask(reinterpret_cast<__m512i>(mask)) != 0;
+}
+#elif defined(TD_KERNEL_INTRINSICS) && TD_KERNEL_WIDTH == 8
 inline Vec squareRoot(Vec value) { return _mm256_sqrt_ps(value); }
 inline bool anyOf(IntVec mask) { return _mm256_movemask_ps(fromBits(mask)) != 0; }
 #elif defined(TD_KERNEL_INTRINSICS)
@@ -72,14 +80,65 @@ inline bool anyOf(IntVec mask) {
 }
 #endif
 
+/// The same for values of at least 0, elsewhere in the processor where that is possible: roots by
+/// turns here and there take less time than all in one place.
+#if defined(TD_KERNEL_INTRINSICS) && TD_KERNEL_WIDTH == 16
+inline Vec otherSquareRoot(Vec value) {
+    const Vec inverse = _mm512_rsqrt14_ps(larger(value, broadcast(1.2e-38F))); // no infinity for 0
+    const Vec root = value * inverse;
+    return root + (inverse * 0.5F) * (value - root * root); // a step of Newton's
+}
+#else
+inline Vec otherSquareRoot(Vec value) { return squareRoot(value); }
+#endif
+
+#if defined(TD_KERNEL_INTRINSICS) && TD_KERNEL_WIDTH == 16
+inline float sumOfLanes(Vec value) { return _mm512_reduce_add_ps(value); }
+/// The first n values, as many as there are lanes at most; the other lanes are 0.
+inline Vec loadFirst(const float* from, int n) {
+    return _mm512_maskz_loadu_ps(static_cast<__mmask16>(n < 16 ? (1 << n) - 1 : 0xFFFF), from);
+}
+#else
 inline float sumOfLanes(Vec value) {
     float sum = 0.0F;
     for (int lane = 0; lane < kWidth; ++lane)
         sum += value[lane];
     return sum;
 }
+#endif
 
-#if TD_KERNEL_WIDTH == 8
+#if TD_KERNEL_WIDTH == 16
+inline Vec joined(HalfVec low, HalfVec high) {
+    return __builtin_shufflevector(low, high, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+}
+inline Vec reversed(Vec v) {
+    return __builtin_shufflevector(v, v, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
+}
+
+/// Lane i of vector j becomes lane j of vector i: within the quarters, then quarters as a whole.
+[[gnu::always_inline]] inline void transpose(Vec (&v)[16]) {
+    for (int i = 0; i < 16; i += 4) {
+        const Vec low01 = _mm512_unpacklo_ps(v[i], v[i + 1]);
+        const Vec high01 = _mm512_unpackhi_ps(v[i], v[i + 1]);
+        const Vec low23 = _mm512_unpacklo_ps(v[i + 2], v[i + 3]);
+        const Vec high23 = _mm512_unpackhi_ps(v[i + 2], v[i + 3]);
+        v[i] = _mm512_shuffle_ps(low01, low23, 0x44);
+        v[i + 1] = _mm512_shuffle_ps(low01, low23, 0xEE);
+        v[i + 2] = _mm512_shuffle_ps(high01, high23, 0x44);
+        v[i + 3] = _mm512_shuffle_ps(high01, high23, 0xEE);
+    }
+    for (int i = 0; i < 4; ++i) {
+        const Vec even01 = _mm512_shuffle_f32x4(v[i], v[i + 4], 0x88);
+        const Vec odd01 = _mm512_shuffle_f32x4(v[i], v[i + 4], 0xDD);
+        const Vec even23 = _mm512_shuffle_f32x4(v[i + 8], v[i + 12], 0x88);
+        const Vec odd23 = _mm512_shuffle_f32x4(v[i + 8], v[i + 12], 0xDD);
+        v[i] = _mm512_shuffle_f32x4(even01, even23, 0x88);
+        v[i + 4] = _mm512_shuffle_f32x4(odd01, odd23, 0x88);
+        v[i + 8] = _mm512_shuffle_f32x4(even01, even23, 0xDD);
+        v[i + 12] = _mm512_shuffle_f32x4(odd01, odd23, 0xDD);
+    }
+}
+#elif TD_KERNEL_WIDTH == 8
 inline Vec reversed(Vec v) { return __builtin_shufflevector(v, v, 7, 6, 5, 4, 3, 2, 1, 0); }
 
 #if defined(TD_KERNEL_INTRINSICS)
