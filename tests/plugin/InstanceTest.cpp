@@ -95,6 +95,8 @@ TEST(Instance, TellsTheHostInOrderAsFastAsItTakesIt) {
     ASSERT_TRUE(few.size() == 3 && fewer.size() == 2);
     EXPECT_EQ(few.at(0)->type, CLAP_EVENT_PARAM_GESTURE_BEGIN);
     EXPECT_EQ(few.at(0)->size, 20U);
+    EXPECT_EQ(reinterpret_cast<const clap_event_param_gesture_t*>(few.at(0))->param_id,
+              clap_id{HP});
     EXPECT_EQ(few.paramValueAt(1)->value, 0.25);
     EXPECT_EQ(few.paramValueAt(1)->note_id, -1);
     EXPECT_EQ(few.paramValueAt(2)->value, 3.0);
