@@ -1,5 +1,7 @@
 #include "tests/support/Screen.h"
 
+#include "tests/support/RawSegment.h"
+
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
@@ -194,6 +196,16 @@ void Hand::key(unsigned long keysym) {
 void Hand::type(const std::string& ascii) {
     for (const char c : ascii)
         key(static_cast<unsigned long>(c));
+}
+
+void awaitFrames(int count) {
+    constexpr float kMark = 12345.0F;
+    constexpr std::size_t kBin = raw::Slot(0) + raw::kDisplayBins;
+    for (int frame = 0; frame < count; ++frame) {
+        raw::Segment().Put(kBin, kMark);
+        if (!eventually([&] { return raw::Segment().Get<float>(kBin) != kMark; }))
+            throw std::runtime_error("the editor draws no frame");
+    }
 }
 
 } // namespace support

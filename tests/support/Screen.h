@@ -3,7 +3,6 @@
 
 #include "plugin/StateChunk.h"
 #include "tests/support/Eventually.h"
-#include "tests/support/RawSegment.h"
 #include "tests/support/Track.h"
 #include "ui/Canvas.h"
 
@@ -116,14 +115,7 @@ private:
 };
 
 /// Waits for frames of the editor of the instance in slot 0: each publishes its display spectrum.
-inline void awaitFrames(int count = 1) {
-    constexpr float kMark = 12345.0F;
-    constexpr std::size_t kBin = raw::Slot(0) + raw::kDisplayBins;
-    for (int frame = 0; frame < count; ++frame) {
-        raw::Segment().Put(kBin, kMark);
-        EXPECT_TRUE(eventually([&] { return raw::Segment().Get<float>(kBin) != kMark; }));
-    }
-}
+void awaitFrames(int count = 1); ///< throws std::runtime_error when none come
 
 /// The state that the host would save now.
 inline state::Reading savedBy(const Track& track) {
