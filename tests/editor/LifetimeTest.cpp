@@ -211,7 +211,7 @@ TEST_F(EditorLifetime, DrawsOnlyWhatHasChangedAndCanBeSeen) {
         awaitFrames(60);
         return support::sFramesDrawn - before;
     };
-    EXPECT_LE(framesDrawn([] {}), 1);
+    EXPECT_LE(framesDrawn([] {}), 5) << "late exposures at most, of 60";
     EXPECT_GT(framesDrawn([&] { editor.hand.move({158, 540}); }), 0) << "the knob's highlight";
     EXPECT_GT(framesDrawn([&] { track.set({{Attack, 5.0}}); }), 0);
     const auto play = [&] {
