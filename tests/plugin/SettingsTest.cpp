@@ -274,13 +274,22 @@ TEST(Silence, TheHeartbeatSeesToTheDeadTheStillAndTheRemembered) {
     late.callbacks.calls().clear();
     late.monitor.WriteHpLpOf(late.id, 90, 9000);
     late.play(1);
+    own.automate(ThreshLow, -33);
+    late.plug.SetParam(LP, 9500);
+    late.instance.stopProcessing(); // before anybody has collected that
     const auto soon = [&](const std::function<bool()>& happens, std::chrono::seconds atMost) {
         return support::eventually([&] { return own.play(1), happens(); }, atMost);
     };
     EXPECT_TRUE(soon([&] { return own.slot().remoteId == late.id; }, 5s));
-    EXPECT_TRUE(soon([&] { return late.instance.pumpMainThread() > 0; }, 2s));
+    const auto isMarked = [&] {
+        late.instance.pumpMainThread();
+        return late.callbacks.calls().count(Callback::StateMarkDirty) > 0;
+    };
+    EXPECT_TRUE(soon(isMarked, 2s));
     const auto marks = late.callbacks.calls().records(Callback::StateMarkDirty);
     EXPECT_TRUE(marks.size() == 1 && marks[0].fromMain);
+    EXPECT_TRUE(soon([&] { return std::abs(own.slot().bands[0].threshDb + 33) < 1e-3; }, 5s));
+    EXPECT_TRUE(late.callbacks.calls().count(Callback::ParamsRequestFlush) > 0);
     EXPECT_EQ(segment.Get<std::uint8_t>(raw::Slot(3) + raw::kActive), 0);
     EXPECT_TRUE(still.isHeard()) << "one beat without a block is none";
     EXPECT_TRUE(soon([&] { return !still.isHeard(); }, 10s));
